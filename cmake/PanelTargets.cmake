@@ -1,0 +1,67 @@
+# The two kinds of targets of this project and the flags they share.
+
+# Flags of every target of ours; never exported to a host.
+add_library(panel_flags INTERFACE)
+target_compile_features(panel_flags INTERFACE cxx_std_17)
+target_compile_options(panel_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Werror
+  # Qt's template statics would be emitted as unique symbols, which pin a library in
+  # memory: a host could then never unload the plugin.
+  -fno-gnu-unique)
+target_compile_definitions(panel_flags INTERFACE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
+if(PANEL_SANITIZE)
+  target_compile_options(panel_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(panel_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(PANEL_COVERAGE)
+  target_compile_options(panel_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(panel_flags INTERFACE --coverage)
+endif()
+
+# panel_room(NAME SOURCES file... [LIBS target...])
+# The static library of one room. LIBS are its public requirements.
+function(panel_room name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES
+    POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF AUTOMOC ON AUTOUIC ON)
+  # Headers are included from the repository root: #include "device/EEInfoHandle.h"
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags)
+endfunction()
+
+# panel_test(NAME SOURCES file... [LIBS target...] [MODE recorded|live] [SCREEN WxH] [ENV k=v...])
+# A test program, started in a fresh simulated panel of its own.
+#   recorded  every shell tool only writes its call down (the default)
+#   live      the real tools
+#   SCREEN    the size of the panel's screen; without it the program has Qt's offscreen one
+function(panel_test name)
+  cmake_parse_arguments(ARG "" "MODE;SCREEN" "SOURCES;LIBS;ENV" ${ARGN})
+  if(NOT ARG_MODE)
+    set(ARG_MODE recorded)
+  endif()
+  find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
+  add_executable(${name} ${ARG_SOURCES})
+  set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF AUTOMOC ON)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} panel_test_support Qt5::Test panel_flags)
+  panel_add_sandboxed_test(${name} MODE "${ARG_MODE}" SCREEN "${ARG_SCREEN}"
+                           ENV ${ARG_ENV} COMMAND $<TARGET_FILE:${name}>)
+endfunction()
+
+# panel_add_sandboxed_test(NAME MODE recorded|live [SCREEN WxH] [ENV k=v...] COMMAND words...)
+# Registers a test whose command runs in a fresh simulated panel.
+function(panel_add_sandboxed_test name)
+  cmake_parse_arguments(ARG "" "MODE;SCREEN" "COMMAND;ENV" ${ARGN})
+  set(options --mode ${ARG_MODE})
+  if(ARG_SCREEN)
+    list(APPEND options --screen ${ARG_SCREEN})
+  endif()
+  foreach(setting IN LISTS ARG_ENV)
+    list(APPEND options --env ${setting})
+  endforeach()
+  add_test(NAME ${name}
+    COMMAND ${PROJECT_SOURCE_DIR}/simulator/sandbox --build ${PROJECT_BINARY_DIR} ${options}
+            -- ${ARG_COMMAND})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,100 @@
+#include "tests/support/PanelWorld.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+const QString toolFolder = QStringLiteral("/root/plat-intf/");
+const QString pristineTools = QStringLiteral("/panel/tools/");
+const QString stateFolder = QStringLiteral("/panel/state/");
+const QString commandLog = QStringLiteral("/panel/log/commands");
+const QString inputFolder = QStringLiteral("/panel/log/input/");
+
+} // namespace
+
+namespace PanelWorld {
+
+QStringList commands()
+{
+    const QString log = QString::fromUtf8(fileContent(commandLog));
+    return log.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+void clearCommands()
+{
+    writeFile(commandLog, QByteArray());
+    const QDir inputs(inputFolder);
+    for (const QString& name : inputs.entryList(QDir::Files)) {
+        QFile::remove(inputs.filePath(name));
+    }
+}
+
+QByteArray inputOf(int index)
+{
+    return fileContent(inputFolder + QString::number(index));
+}
+
+QByteArray image()
+{
+    return state(QStringLiteral("image"));
+}
+
+void setImage(const QByteArray& image)
+{
+    setState(QStringLiteral("image"), image);
+}
+
+void patchImage(int offset, const QByteArray& bytes)
+{
+    setImage(image().replace(offset, bytes.size(), bytes));
+}
+
+QByteArray state(const QString& name)
+{
+    return fileContent(stateFolder + name);
+}
+
+void setState(const QString& name, const QByteArray& content)
+{
+    writeFile(stateFolder + name, content);
+}
+
+void replaceTool(const QString& tool, const QByteArray& body)
+{
+    const QString path = toolFolder + tool;
+    QFile::remove(path);
+    if (body.isEmpty()) {
+        return;
+    }
+    writeFile(path, "#!/bin/sh\n" + body + '\n');
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+void restoreTools()
+{
+    const QDir tools(pristineTools);
+    for (const QString& name : tools.entryList(QDir::Files)) {
+        QFile::remove(toolFolder + name);
+        if (!QFile::copy(tools.filePath(name), toolFolder + name)) {
+            qFatal("cannot put %s back", qPrintable(name));
+        }
+    }
+}
+
+QByteArray fileContent(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
+        !file.flush()) {
+        qFatal("cannot write %s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
+
+} // namespace PanelWorld

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+/// What a test sees of the simulated panel it runs in: the commands run, the device's
+/// state files and the register areas. Everything here looks from outside; nothing calls
+/// the product.
+namespace PanelWorld {
+
+/// Command lines run so far, oldest first, as the tools saw them: "/root/plat-intf/setbright 92",
+/// "ifconfig eth0 up". The platform tools are written down in both modes, the others in recorded
+/// mode only.
+QStringList commands();
+
+/// Forgets the commands written down so far, and their inputs.
+void clearCommands();
+
+/// The bytes that the command at @p index of commands() took from its standard input.
+QByteArray inputOf(int index);
+
+/// The 1024-byte device information image.
+QByteArray image();
+void setImage(const QByteArray& image);
+/// Overwrites the bytes of the image from @p offset on.
+void patchImage(int offset, const QByteArray& bytes);
+
+/// A file of the device's state: "backlight" (raw decimal), "usbslave", "serial", "mpi", "logo".
+QByteArray state(const QString& name);
+void setState(const QString& name, const QByteArray& content);
+
+/// Replaces the platform tool /root/plat-intf/@p tool by a shell script with @p body.
+/// An empty body removes the tool.
+void replaceTool(const QString& tool, const QByteArray& body);
+/// Puts the platform tools back as the panel came with them.
+void restoreTools();
+
+/// A whole file; empty when it cannot be read.
+QByteArray fileContent(const QString& path);
+/// Creates or replaces a file. Aborts the test program when that fails.
+void writeFile(const QString& path, const QByteArray& content);
+
+} // namespace PanelWorld
