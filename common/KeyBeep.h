@@ -1,0 +1,25 @@
+#pragma once
+
+class QSettings;
+
+/// The key click of the panel. Every press handler of every window goes through here, so that
+/// one settings key decides for all of them.
+namespace KeyBeep {
+
+/// Name of the settings key that switches the key click.
+inline constexpr char settingsKey[] = "General/buzzer";
+
+/// True when "General/buzzer" reads exactly "on". An absent key, another text or no settings
+/// object counts as off.
+bool isOn(const QSettings* settings);
+
+/// True when "General/buzzer" reads exactly "off". An absent key is neither on nor off.
+bool isOff(const QSettings* settings);
+
+/// Sounds one beep, whatever the settings say.
+void sound();
+
+/// Sounds one beep when the key click is on. Blocks until the beeper tool has ended.
+void soundIfOn(const QSettings* settings);
+
+} // namespace KeyBeep

@@ -1,0 +1,20 @@
+#include "common/Translation.h"
+
+#include <QCoreApplication>
+#include <QTranslator>
+
+namespace Translation {
+
+void install(QTranslator& translator)
+{
+    QCoreApplication::removeTranslator(&translator);
+    QCoreApplication::installTranslator(&translator);
+}
+
+bool load(QTranslator& translator, unsigned language)
+{
+    return translator.load(language == 0 ? QStringLiteral(":/Languages/Translate_CN.qm")
+                                         : QStringLiteral(":/Languages/Translate_EN.qm"));
+}
+
+} // namespace Translation
