@@ -6,10 +6,34 @@
 
 namespace {
 
-QMap<QString, int>& registeredIds()
+/// The fonts registered by this library, by path. They leave the application with the library.
+class RegisteredFonts
 {
-    static QMap<QString, int> ids;
-    return ids;
+public:
+    RegisteredFonts() = default;
+    Q_DISABLE_COPY_MOVE(RegisteredFonts)
+
+    ~RegisteredFonts()
+    {
+        if (!QCoreApplication::instance()) {
+            return; // the process ends, and its font database has gone already
+        }
+        for (const int id : qAsConst(m_ids)) {
+            QFontDatabase::removeApplicationFont(id);
+        }
+    }
+
+    int find(const QString& path) const { return m_ids.value(path, -1); }
+    void add(const QString& path, int id) { m_ids.insert(path, id); }
+
+private:
+    QMap<QString, int> m_ids;
+};
+
+RegisteredFonts& registeredFonts()
+{
+    static RegisteredFonts fonts;
+    return fonts;
 }
 
 } // namespace
@@ -18,24 +42,16 @@ namespace PanelFont {
 
 int registerFile(const QString& path)
 {
-    const int known = registeredIds().value(path, -1);
+    const int known = registeredFonts().find(path);
     // A host may have dropped all application fonts meanwhile: then the id is empty.
     if (known >= 0 && !QFontDatabase::applicationFontFamilies(known).isEmpty()) {
         return known;
     }
     const int id = QFontDatabase::addApplicationFont(path);
     if (id >= 0) {
-        registeredIds().insert(path, id);
+        registeredFonts().add(path, id);
     }
     return id;
-}
-
-void unregisterFiles()
-{
-    for (const int id : qAsConst(registeredIds())) {
-        QFontDatabase::removeApplicationFont(id);
-    }
-    registeredIds().clear();
 }
 
 QString family(int fontId)

@@ -8,11 +8,8 @@ namespace PanelFont {
 
 /// Registers the font file with the application and returns its id, or -1 when there is no such
 /// font. The id of a file registered before is returned again: dialogs come and go, and Qt
-/// would keep one more entry for each.
+/// would keep one more entry for each. The font leaves the application when the library is unloaded.
 int registerFile(const QString& path);
-
-/// Gives the fonts of registerFile() back. Called when the library is unloaded.
-void unregisterFiles();
 
 /// First family of the font id; the application's default family when the id has none, so that
 /// a missing font file costs the looks and nothing else.

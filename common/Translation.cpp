@@ -13,8 +13,8 @@ void install(QTranslator& translator)
 
 bool load(QTranslator& translator, unsigned language)
 {
-    return translator.load(language == 0 ? QStringLiteral(":/Languages/Translate_CN.qm")
-                                         : QStringLiteral(":/Languages/Translate_EN.qm"));
+    return translator.load(language == 0 ? QLatin1String(":/Languages/Translate_CN.qm")
+                                         : QLatin1String(":/Languages/Translate_EN.qm"));
 }
 
 } // namespace Translation

@@ -97,4 +97,25 @@ void writeFile(const QString& path, const QByteArray& content)
     }
 }
 
+bool areaBit(const QString& path, int bit)
+{
+    return (uchar(fileContent(path).at(bit / 8)) >> (bit % 8)) & 1;
+}
+
+void setAreaBit(const QString& path, int bit, bool value)
+{
+    const int mask = 1 << (bit % 8);
+    const int byte = uchar(fileContent(path).at(bit / 8));
+    patchFile(path, bit / 8, QByteArray(1, char(value ? byte | mask : byte & ~mask)));
+}
+
+void patchFile(const QString& path, int offset, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadWrite) || !file.seek(offset) ||
+        file.write(bytes) != bytes.size()) {
+        qFatal("cannot patch %s: %s", qPrintable(path), qPrintable(file.errorString()));
+    }
+}
+
 } // namespace PanelWorld

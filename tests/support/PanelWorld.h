@@ -41,4 +41,10 @@ QByteArray fileContent(const QString& path);
 /// Creates or replaces a file. Aborts the test program when that fails.
 void writeFile(const QString& path, const QByteArray& content);
 
+/// One bit of a register area file: @p bit counts from the least significant bit of byte 0.
+bool areaBit(const QString& path, int bit);
+void setAreaBit(const QString& path, int bit, bool value);
+/// Overwrites the bytes of a register area file from @p offset on.
+void patchFile(const QString& path, int offset, const QByteArray& bytes);
+
 } // namespace PanelWorld
