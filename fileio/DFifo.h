@@ -1,0 +1,23 @@
+#pragma once
+
+/// One end of a named pipe, which is made when it is missing.
+class DFifo
+{
+public:
+    /// Opens @p path with the flags of open(2). A missing pipe is made with mode 0777 (less the
+    /// umask) and opened again. Failures are printed to standard error, "open fifo" or "mkfifo"
+    /// with the system's text, and leave nothing open. Without O_NONBLOCK it waits for the
+    /// other end.
+    DFifo(const char* path, int flags);
+    ~DFifo();
+    DFifo(const DFifo&) = delete;
+    DFifo& operator=(const DFifo&) = delete;
+
+    /// Bytes transferred; -1 when nothing is open or the transfer fails. Writing to a pipe whose
+    /// readers have gone fails like any other write: no SIGPIPE reaches the process.
+    int read(void* buf, int n);
+    int write(const void* buf, int n);
+
+private:
+    int m_descriptor;
+};

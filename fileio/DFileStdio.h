@@ -1,0 +1,40 @@
+#pragma once
+
+#include "fileio/File.h"
+
+#include <cstdio>
+
+/// A file behind a buffered stream of the C library.
+class DFileStdio : public File
+{
+public:
+    /// Opens @p path; see open().
+    DFileStdio(const char* path, const char* mode);
+    ~DFileStdio() override;
+
+    /// Opens @p path with a mode of fopen, closing what was open before. True when there is a
+    /// stream.
+    bool open(const char* path, const char* mode);
+
+    /// Moves the position; the result of the move is not looked at. Returns offset().
+    int seek2(int offset, int whence) override;
+    /// Bytes transferred; 0 when nothing is open.
+    int read(void* buf, int n) override;
+    int write(const void* buf, int n) override;
+    void close() override;
+    int offset() const override;
+    /// The FILE* of the stream, null when nothing is open.
+    void* ioDev() const override;
+
+    /// Takes and gives back the stream for this thread. No lock on the file: other processes and
+    /// other streams are not held off.
+    void lock();
+    void unlock();
+
+    /// Copies what lies behind the position into a new file @p dest. False when @p dest takes less
+    /// than it is given; a source that is not open gives an empty @p dest and true.
+    bool copy2(const char* dest);
+
+private:
+    std::FILE* m_stream;
+};
