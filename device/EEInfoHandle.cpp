@@ -1,0 +1,295 @@
+#include "device/EEInfoHandle.h"
+
+#include "device/ResolverFile.h"
+#include "device/ResolverText.h"
+#include "device/ShellLine.h"
+#include "fileio/SigPipeGuard.h"
+
+#include <QFile>
+#include <QString>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+constexpr int replyBytes = 32;
+constexpr int identityBytes = 32;
+constexpr int decimal = 10;
+constexpr long largestLogoBytes = 0x600000; // 6 MiB
+constexpr std::size_t logoChunkBytes = 254;
+
+/// A tool's reply, which may fill the buffer to its last byte: one more keeps it a text.
+using Reply = std::array<char, replyBytes + 1>;
+
+struct StreamCloser
+{
+    void operator()(std::FILE* stream) const { std::fclose(stream); }
+};
+using Stream = std::unique_ptr<std::FILE, StreamCloser>;
+
+/// pclose, unlike fclose, also waits for the tool: no process is left behind.
+struct PipeCloser
+{
+    void operator()(std::FILE* pipe) const { pclose(pipe); }
+};
+using Pipe = std::unique_ptr<std::FILE, PipeCloser>;
+
+Pipe startTool(const char* command, const char* mode)
+{
+    return Pipe(popen(command, mode)); // NOLINT(cert-env33-c)
+}
+
+/// Length of a stream in bytes, -1 when it has none, like a pipe. Leaves the position at the end.
+long lengthOf(std::FILE* stream)
+{
+    return std::fseek(stream, 0, SEEK_END) == 0 ? std::ftell(stream) : -1;
+}
+
+/// Status of "sync" after a command, or -1 when the command was not run.
+int synced(int commandStatus)
+{
+    return commandStatus == -1 ? -1 : ShellLine::run("sync");
+}
+
+} // namespace
+
+EEInfoHandle* EEInfoHandle::m_eeinfoHanle = nullptr;
+
+EEInfoHandle* EEInfoHandle::instance()
+{
+    if (!m_eeinfoHanle) {
+        static EEInfoHandle handle; // goes with the library, and holds nothing to give back
+        m_eeinfoHanle = &handle;
+    }
+    return m_eeinfoHanle;
+}
+
+int EEInfoHandle::readImage()
+{
+    return m_interface.readcmd("/root/plat-intf/readee", m_image, sizeof m_image);
+}
+
+template <typename Record>
+void EEInfoHandle::readRecord(Record* rec, std::size_t offset)
+{
+    if (!rec) {
+        return;
+    }
+    readImage();
+    std::memcpy(rec, m_image + offset, sizeof *rec);
+}
+
+template <typename Record>
+int EEInfoHandle::writeRecord(const Record* rec, std::size_t offset)
+{
+    if (!rec) {
+        return -1;
+    }
+    readImage();
+    std::memcpy(m_image + offset, rec, sizeof *rec);
+    return m_interface.writecmd("/root/plat-intf/writeee count=16", m_image, sizeof m_image);
+}
+
+void EEInfoHandle::read_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec)
+{
+    readRecord(rec, EEInfoDetail::wr1Offset);
+}
+
+void EEInfoHandle::read_flash_r_info(EEInfoDetail::Flash_ROnly* rec)
+{
+    readRecord(rec, EEInfoDetail::rOnlyOffset);
+}
+
+void EEInfoHandle::read_flash_wr2_info(EEInfoDetail::Flash_WR_2* rec)
+{
+    readRecord(rec, EEInfoDetail::wr2Offset);
+}
+
+int EEInfoHandle::write_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec)
+{
+    return writeRecord(rec, EEInfoDetail::wr1Offset);
+}
+
+int EEInfoHandle::write_flash_wr2_info(EEInfoDetail::Flash_WR_2* rec)
+{
+    return writeRecord(rec, EEInfoDetail::wr2Offset);
+}
+
+int EEInfoHandle::getbright()
+{
+    Reply reply = {};
+    m_interface.readcmd("/root/plat-intf/getbright", reply.data(), replyBytes);
+    const long value = std::strtol(reply.data(), nullptr, decimal);
+    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
+}
+
+int EEInfoHandle::setBright(int level)
+{
+    return ShellLine::run("/root/plat-intf/setbright %d", level);
+}
+
+int EEInfoHandle::setBeep(bool longBeep)
+{
+    return ShellLine::run("/root/plat-intf/setbeep %s", longBeep ? "long" : "short");
+}
+
+int EEInfoHandle::setIdentity(const char* tool, const char* text)
+{
+    std::array<char, identityBytes> field = {};
+    if (text) {
+        std::memcpy(field.data(), text, strnlen(text, field.size()));
+    }
+    return m_interface.writecmd(tool, field.data(), identityBytes);
+}
+
+int EEInfoHandle::setmpi(const char* text)
+{
+    return setIdentity("/root/plat-intf/setmpi", text);
+}
+
+int EEInfoHandle::setserial(const char* text)
+{
+    return setIdentity("/root/plat-intf/setserial", text);
+}
+
+bool EEInfoHandle::isusbslave()
+{
+    Reply reply = {};
+    m_interface.readcmd("/root/plat-intf/getusbslave", reply.data(), replyBytes);
+    std::string word(reply.data());
+    if (word.size() > 2) {
+        word.pop_back(); // the tool's line end
+    }
+    return word == "plug-in";
+}
+
+int EEInfoHandle::setIP(int n, std::string addr)
+{
+    return synced(ShellLine::run("ifconfig eth%d %s", n, addr.c_str()));
+}
+
+int EEInfoHandle::setMask(int n, std::string mask)
+{
+    return synced(ShellLine::run("ifconfig eth%d netmask %s", n, mask.c_str()));
+}
+
+int EEInfoHandle::setGateway(int /*n*/, std::string gw)
+{
+    return synced(ShellLine::run("route add default gw %s", gw.c_str()));
+}
+
+int EEInfoHandle::enableNetwork(int n)
+{
+    return synced(ShellLine::run("ifconfig eth%d up", n));
+}
+
+int EEInfoHandle::disableNetwork(int n)
+{
+    return synced(ShellLine::run("ifconfig eth%d down", n));
+}
+
+int EEInfoHandle::reboot()
+{
+    return ShellLine::run("reboot");
+}
+
+namespace {
+
+/// The whole of a logo file, or nothing (with the message) when it is too large or unreadable.
+std::unique_ptr<char[]> loadLogo(const std::string& path, std::size_t& size)
+{
+    const Stream file(std::fopen(path.c_str(), "rb"));
+    const long length = file ? lengthOf(file.get()) : -1;
+    if (length < 0 || length > largestLogoBytes) {
+        std::printf("pic size is out of 6M");
+        std::fflush(stdout);
+        return nullptr;
+    }
+    size = static_cast<std::size_t>(length);
+    if (size == 0) {
+        return nullptr;
+    }
+    auto content = std::make_unique<char[]>(size);
+    std::rewind(file.get());
+    size = std::fread(content.get(), 1, size, file.get());
+    return content;
+}
+
+void copyLogo(std::FILE* pipe, std::FILE* file)
+{
+    const long length = lengthOf(pipe);
+    std::rewind(pipe);
+    if (length <= 0) {
+        return;
+    }
+    std::array<char, logoChunkBytes> chunk;
+    std::size_t count = 0;
+    while ((count = std::fread(chunk.data(), 1, chunk.size(), pipe)) > 0) {
+        (void)std::fwrite(chunk.data(), 1, count, file);
+        std::printf("------------write------fp2");
+    }
+}
+
+} // namespace
+
+void EEInfoHandle::setLogo(const std::string& path)
+{
+    const Pipe pipe = startTool("/root/plat-intf/writelogo", "w");
+    if (!pipe) {
+        std::perror("writelogo Fail to popen fp1\n");
+        return;
+    }
+    const SigPipeGuard guard;
+    if (path.empty()) {
+        return;
+    }
+    std::size_t size = 0;
+    const auto logo = loadLogo(path, size);
+    if (!logo) {
+        return;
+    }
+    (void)std::fwrite(logo.get(), 1, size, pipe.get());
+    std::fflush(pipe.get());
+    sync();
+}
+
+void EEInfoHandle::readLogo(const std::string& path)
+{
+    const Pipe pipe = startTool("/root/plat-intf/readlogo", "r");
+    if (!pipe) {
+        std::perror("readLogo Fail to popen fp1\n");
+    }
+    const Stream file(std::fopen(path.c_str(), "wb"));
+    if (!file) {
+        std::perror("readLogo Fail to popen fp2\n");
+    }
+    if (!pipe || !file) {
+        return;
+    }
+    std::printf("------start------");
+    copyLogo(pipe.get(), file.get());
+    std::fflush(stdout);
+}
+
+void EEInfoHandle::replaceDns(QFile& file, int n, int index, QString dns)
+{
+    QString text;
+    if (!ResolverFile::load(file, text)) {
+        return;
+    }
+    ResolverFile::store(file, ResolverText::replaceServer(text, n, index, dns));
+    ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
+}
+
+void EEInfoHandle::setDNSToSys(int n, int index, QString dns)
+{
+    QFile file(QLatin1String("/etc/resolv.conf"));
+    replaceDns(file, n, index, dns);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+/// The format of the resolver file, as functions from text to text.
+///
+/// A line "nameserver 8.8.8.8 # eth0" belongs to adapter 0: it has the adapter's tag anywhere but
+/// at its very start. The first such line is the adapter's first server, the second its backup;
+/// further ones are ignored. All other lines are somebody else's and kept as they are.
+namespace ResolverText {
+
+/// Address of server @p index (0 first, 1 backup) of adapter @p adapter: the second word of its
+/// line, split at single blanks. Empty when there is no such line or the line has one word only.
+QString server(const QString& text, int adapter, int index);
+
+/// The text with that server set to @p address: in place, or as a new last line when there is
+/// none. Empty lines and the line end of the last line go.
+QString replaceServer(const QString& text, int adapter, int index, const QString& address);
+
+} // namespace ResolverText
