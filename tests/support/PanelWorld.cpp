@@ -9,6 +9,7 @@ const QString toolFolder = QStringLiteral("/root/plat-intf/");
 const QString pristineTools = QStringLiteral("/panel/tools/");
 const QString stateFolder = QStringLiteral("/panel/state/");
 const QString commandLog = QStringLiteral("/panel/log/commands");
+const QString callCount = QStringLiteral("/panel/log/count");
 const QString inputFolder = QStringLiteral("/panel/log/input/");
 
 } // namespace
@@ -24,6 +25,7 @@ QStringList commands()
 void clearCommands()
 {
     writeFile(commandLog, QByteArray());
+    QFile::remove(callCount);
     const QDir inputs(inputFolder);
     for (const QString& name : inputs.entryList(QDir::Files)) {
         QFile::remove(inputs.filePath(name));
