@@ -24,6 +24,8 @@ endif()
 function(panel_room name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
+  # A room may be called like a keyword of target_link_libraries; its alias never is.
+  add_library(panel::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES
     POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF AUTOMOC ON AUTOUIC ON)
   # Headers are included from the repository root: #include "device/EEInfoHandle.h"

@@ -8,7 +8,8 @@ namespace PanelFont {
 
 /// Registers the font file with the application and returns its id, or -1 when there is no such
 /// font. The id of a file registered before is returned again: dialogs come and go, and Qt
-/// would keep one more entry for each. The font leaves the application when the library is unloaded.
+/// would keep one more entry for each. The font leaves the application when the library is
+/// unloaded.
 int registerFile(const QString& path);
 
 /// First family of the font id; the application's default family when the id has none, so that

@@ -1,0 +1,500 @@
+#include "general/GeneralSettings.h"
+
+#include "common/KeyBeep.h"
+#include "common/PanelFont.h"
+#include "common/Translation.h"
+#include "device/EEInfoHandle.h"
+#include "device/ProcessTable.h"
+#include "dialogs/DateTimeDialog.h"
+#include "dialogs/InputDialog.h"
+#include "regstore/SysReg.h"
+
+#include <QMouseEvent>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr unsigned buzzerRegister = 79;
+constexpr int clockIntervalMs = 1000;
+constexpr int msPerMinute = 60000;
+constexpr int captionPointSize = 13;
+
+constexpr int lowestLevel = 1;
+constexpr int highestLevel = 32;
+constexpr int lowestRaw = 76;
+constexpr int rawStepShift = 2; // four raw values to a level
+constexpr int levelOffset = 18; // level 1 is raw 76: (1 + 18) * 4
+constexpr int longestBacklightMinutes = 65535;
+constexpr int longestTimerMinutes = std::numeric_limits<int>::max() / msPerMinute;
+
+constexpr QLatin1String brightnessEditName("brightnessLineEdit");
+constexpr QLatin1String backlightEditName("backlightOff");
+
+constexpr QLatin1String minusStyle("border-image:url(:/Resources/minus.png)");
+constexpr QLatin1String plusStyle("border-image:url(:/Resources/plus.png);");
+constexpr QLatin1String
+    clockButtonStyle("border-image:url(:/Resources/setting_button.png);color:white");
+constexpr QLatin1String switchOnStyle("border-image:url(:/Resources/switch_on.png);");
+constexpr QLatin1String switchOffStyle("border-image:url(:/Resources/switch_off.png);");
+constexpr QLatin1String
+    brightnessEditStyle("QLineEdit{border-radius:10px;border: 2px solid #008cba;"
+                        "background-color: rgba(163, 198, 218, 100);}");
+constexpr QLatin1String
+    sliderStyle("QSlider::groove:horizontal{border:0px;height:8px;border-radius:4px;}"
+                "QSlider::sub-page:horizontal{background:#009efa;border-radius:4px;}"
+                "QSlider::add-page:horizontal{background:#989898;border-radius:4px;}"
+                "QSlider::handle:horizontal{background:rgb(193,204,208);width:20px;margin:-8px 0px;"
+                "border-radius:10px;}");
+
+/// Sizes of the page by the panel's screen width, in pixels.
+struct ScreenSizes
+{
+    int screenWidth;
+    int sliderMinimumWidth;
+    int clockButtonWidth;
+};
+constexpr ScreenSizes knownScreens[] = {{1280, 350, 100}, {1920, 600, 120}};
+constexpr ScreenSizes otherScreen = {0, 250, 100};
+
+QString twoDigits(int number)
+{
+    return QString::fromLatin1("%1").arg(number, 2, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+GeneralSettings::GeneralSettings(QWidget* parent)
+    : QTableView(parent),
+      m_fontId(-1),
+      m_brightness(0),
+      m_buzzerWord(0),
+      m_backlightState(0),
+      m_record{},
+      m_sliderMinimumWidth(otherScreen.sliderMinimumWidth),
+      m_clockButtonWidth(otherScreen.clockButtonWidth)
+{
+    QObject* const watched[] = {&m_darkenButton,    &m_brightenButton,    &m_clockButton,
+                                &m_brightnessEdit,  &m_buzzerSwitch,      &m_backlightEdit,
+                                &m_backlightSwitch, &m_initialWindowEdit, &m_brightnessSlider};
+    for (QObject* widget : watched) {
+        widget->installEventFilter(this);
+    }
+    onUpdateurrentDateTime();
+    SysReg_LoadReg(buzzerRegister);
+    m_clockTimer.start(clockIntervalMs);
+}
+
+void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettings* settings)
+{
+    takeScreenSizes();
+    m_fontId = fontId;
+    m_record = record;
+    m_settings = settings;
+    styleSeparators();
+
+    const QFont font = PanelFont::font(m_fontId, captionPointSize, QFont::Bold);
+    setBrightnessRow(font);
+    setClockRow(font);
+    setBuzzerRow(font);
+
+    const int stretches[] = {1, 1, 1, 2, 2, 1, 1};
+    for (int column = 0; column < int(std::size(stretches)); ++column) {
+        m_grid.setColumnStretch(column, stretches[column]);
+    }
+    m_grid.setContentsMargins(50, 0, 30, 0);
+    setLayout(&m_grid);
+    connectSlots();
+}
+
+void GeneralSettings::takeScreenSizes()
+{
+    EEInfoDetail::Flash_ROnly device{};
+    EEInfoHandle::instance()->read_flash_r_info(&device);
+    const int width = EEInfoDetail::screenWidth(device);
+    const auto* known =
+        std::find_if(std::begin(knownScreens), std::end(knownScreens),
+                     [width](const ScreenSizes& sizes) { return sizes.screenWidth == width; });
+    const ScreenSizes& sizes = known == std::end(knownScreens) ? otherScreen : *known;
+    m_sliderMinimumWidth = sizes.sliderMinimumWidth;
+    m_clockButtonWidth = sizes.clockButtonWidth;
+}
+
+void GeneralSettings::styleSeparators()
+{
+    for (QFrame& line : m_separators) {
+        line.setLineWidth(2);
+        line.setMidLineWidth(1);
+        line.setFrameShape(QFrame::HLine);
+        line.setFrameShadow(QFrame::Plain);
+        QPalette palette;
+        palette.setBrush(QPalette::All, QPalette::WindowText, QBrush(QColor(226, 226, 226)));
+        line.setPalette(palette);
+    }
+}
+
+void GeneralSettings::setRowHead(int row, QLabel& icon, const char* picture, QLabel& caption,
+                                 const QString& text, const QFont& font)
+{
+    icon.setPixmap(QPixmap(QLatin1String(picture)));
+    icon.setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    icon.setMargin(10);
+    caption.setText(text);
+    caption.setFont(font);
+    m_grid.addWidget(&icon, row, 0);
+    m_grid.addWidget(&caption, row, 1);
+}
+
+void GeneralSettings::setBrightnessRow(const QFont& font)
+{
+    setRowHead(0, m_brightnessIcon, ":/Resources/brightness.png", m_brightnessCaption,
+               tr("Brightness:"), font);
+    m_brightness = convertBrightnessFromOriginalValue(EEInfoHandle::instance()->getbright());
+
+    m_brightnessEdit.setObjectName(brightnessEditName);
+    m_brightnessEdit.setFont(font);
+    m_brightnessEdit.setAlignment(Qt::AlignHCenter);
+    m_brightnessEdit.setFixedSize(70, 40);
+    m_brightnessEdit.setStyleSheet(brightnessEditStyle);
+    showBrightness();
+
+    m_darkenButton.setStyleSheet(minusStyle);
+    m_darkenButton.setContentsMargins(0, 0, 40, 0);
+    m_brightenButton.setStyleSheet(plusStyle);
+    m_brightenButton.setContentsMargins(40, 0, 0, 0);
+    for (QPushButton* button : {&m_darkenButton, &m_brightenButton}) {
+        button->setFixedSize(40, 40);
+        button->setAutoRepeat(true);
+        button->setAutoRepeatDelay(400);
+        button->setAutoRepeatInterval(50);
+    }
+    setBrightnessSlider();
+
+    auto* rightSide = new QHBoxLayout;
+    rightSide->addWidget(&m_brightenButton);
+    rightSide->addWidget(&m_brightnessEdit);
+    m_grid.addWidget(&m_darkenButton, 0, 2, Qt::AlignRight);
+    m_grid.addWidget(&m_brightnessSlider, 0, 3, 1, 2, Qt::AlignHCenter);
+    m_grid.addLayout(rightSide, 0, 5, Qt::AlignLeft);
+    m_grid.addWidget(&m_separators[0], 1, 0, 1, 7);
+}
+
+void GeneralSettings::setBrightnessSlider()
+{
+    m_brightnessSlider.setOrientation(Qt::Horizontal);
+    // The value first: a level outside the range then ends at the nearer end of the slider.
+    m_brightnessSlider.setValue(m_brightness);
+    m_brightnessSlider.setRange(lowestLevel, highestLevel);
+    m_brightnessSlider.setMinimumSize(m_sliderMinimumWidth, 32);
+    m_brightnessSlider.setTracking(false);
+    m_brightnessSlider.setPageStep(0);
+    m_brightnessSlider.setStyleSheet(sliderStyle);
+}
+
+void GeneralSettings::setClockRow(const QFont& font)
+{
+    setRowHead(2, m_clockIcon, ":/Resources/time.png", m_clockCaption, tr("Date&Time:"), font);
+    m_clockText.setFont(font);
+    m_clockButton.setText(tr("setting"));
+    m_clockButton.setFont(font);
+    m_clockButton.setStyleSheet(clockButtonStyle);
+    m_clockButton.setFixedSize(m_clockButtonWidth, 40);
+    m_grid.addWidget(&m_clockText, 2, 2, 1, 3, Qt::AlignHCenter);
+    m_grid.addWidget(&m_clockButton, 2, 5, Qt::AlignLeft);
+    m_grid.addWidget(&m_separators[1], 3, 0, 1, 7);
+}
+
+void GeneralSettings::setBuzzerRow(const QFont& font)
+{
+    setRowHead(4, m_buzzerIcon, ":/Resources/buzzer.png", m_buzzerCaption, tr("Buzzer:"), font);
+    // The runtime owns the register; the settings file follows it.
+    SysReg_Read(buzzerRegister, &m_buzzerWord);
+    showBuzzer((m_buzzerWord & 1U) != 0);
+    m_buzzerSwitch.setFixedSize(70, 30);
+    m_grid.addWidget(&m_buzzerSwitch, 4, 5, Qt::AlignLeft);
+}
+
+void GeneralSettings::connectSlots()
+{
+    connect(&m_clockTimer, SIGNAL(timeout()), this, SLOT(onUpdateurrentDateTime()));
+    connect(&m_brightenButton, SIGNAL(clicked()), this, SLOT(onBrightenClicked()));
+    connect(&m_darkenButton, SIGNAL(clicked()), this, SLOT(onDarkenClicked()));
+    connect(&m_brightnessSlider, SIGNAL(valueChanged(int)), this, SLOT(onBrightnessChanged(int)));
+    connect(&m_brightnessSlider, SIGNAL(sliderPressed()), this, SLOT(onBrightnessPressed()));
+    connect(&m_clockButton, SIGNAL(clicked()), this, SLOT(onDateTimeSettingClicked()));
+    connect(&m_buzzerSwitch, SIGNAL(clicked()), this, SLOT(onBuzzerSwitched()));
+    connect(&m_backlightSwitch, SIGNAL(clicked()), this, SLOT(onBacklightSwitched()));
+    connect(this, SIGNAL(updateCurrentDateTime(QDateTime&)),
+            DateTimeDialog::Instance(m_fontId, m_settings, nullptr),
+            SLOT(onUpdateCurrentDateTime(QDateTime&)));
+}
+
+void GeneralSettings::refresh()
+{
+    m_brightnessCaption.setText(tr("Brightness:"));
+    m_clockCaption.setText(tr("Date&Time:"));
+    showClock();
+    m_clockButton.setText(tr("setting"));
+    m_buzzerCaption.setText(tr("Buzzer:"));
+    m_backlightCaption.setText(tr("Auto Backlight Off:"));
+    m_initialWindowCaption.setText(tr("Initial Window:"));
+}
+
+bool GeneralSettings::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::MouseButtonPress) {
+        return QAbstractItemView::eventFilter(watched, event);
+    }
+    if (watched == &m_brightnessSlider) {
+        const auto* press = static_cast<QMouseEvent*>(event);
+        if (press->button() == Qt::LeftButton) {
+            jumpSliderTo(press->localPos().x());
+        }
+        return QObject::eventFilter(watched, event);
+    }
+    if (auto* lineEdit = qobject_cast<QLineEdit*>(watched)) {
+        const QPointer<GeneralSettings> page(this);
+        if (lineEdit->isEnabled()) {
+            doModal(lineEdit);
+        }
+        // The host may have deleted the window while the keypad was open.
+        return page ? QAbstractItemView::eventFilter(watched, event) : true;
+    }
+    if (qobject_cast<QPushButton*>(watched)) {
+        if (beepsOnPress(watched)) {
+            KeyBeep::sound();
+        }
+        return false;
+    }
+    return QAbstractItemView::eventFilter(watched, event);
+}
+
+void GeneralSettings::jumpSliderTo(double x)
+{
+    const int minimum = m_brightnessSlider.minimum();
+    const int steps = m_brightnessSlider.maximum() - minimum + 1;
+    const double share = double(qRound(x)) / m_brightnessSlider.width();
+    const int value = int(minimum + share * steps);
+    if (value != m_brightnessSlider.sliderPosition()) {
+        m_brightnessSlider.setValue(value);
+    }
+}
+
+bool GeneralSettings::beepsOnPress(const QObject* button) const
+{
+    if (button == &m_buzzerSwitch) {
+        return KeyBeep::isOff(m_settings);
+    }
+    // Plus and minus beep when clicked: they stay silent at the ends of the range.
+    return button != &m_darkenButton && button != &m_brightenButton && KeyBeep::isOn(m_settings);
+}
+
+void GeneralSettings::doModal(QLineEdit* lineEdit)
+{
+    KeyBeep::soundIfOn(m_settings);
+    const bool isBrightness = lineEdit->objectName() == brightnessEditName;
+    if (!isBrightness && lineEdit->objectName() != backlightEditName) {
+        return;
+    }
+    const int minimum = isBrightness ? lowestLevel : 0;
+    const int maximum = isBrightness ? highestLevel : longestBacklightMinutes;
+    const QPointer<GeneralSettings> page(this);
+    const QPointer<QLineEdit> edit(lineEdit);
+    const int result = InputDialog::Instance(m_fontId, minimum, maximum, lineEdit->text().toInt(),
+                                             m_settings, nullptr)
+                           ->exec();
+    if (result < 1 || !page || !edit) {
+        return;
+    }
+    const int value = result - 1;
+    lineEdit->setText(QString::number(value));
+    if (isBrightness) {
+        m_brightness = value;
+        m_brightnessSlider.setValue(value);
+        onBacklightOn();
+    } else {
+        startBacklightOff(value);
+    }
+}
+
+int GeneralSettings::detect_process(const char* name)
+{
+    return detectProcess(name);
+}
+
+QString GeneralSettings::getDayText(int day) const
+{
+    switch (day) {
+    case Qt::Monday:
+        return tr("Mon");
+    case Qt::Tuesday:
+        return tr("Tue");
+    case Qt::Wednesday:
+        return tr("Wed");
+    case Qt::Thursday:
+        return tr("Thu");
+    case Qt::Friday:
+        return tr("Fri");
+    case Qt::Saturday:
+        return tr("Sat");
+    case Qt::Sunday:
+        return tr("Sun");
+    default:
+        return tr("Invalid Day");
+    }
+}
+
+int GeneralSettings::convertBrightnessFromOriginalValue(int raw)
+{
+    return raw < lowestRaw ? 0 : ((raw - lowestRaw) >> rawStepShift) + 1;
+}
+
+int GeneralSettings::convertBrightnessToOriginalValue(int level)
+{
+    return (level + levelOffset) * (1 << rawStepShift);
+}
+
+void GeneralSettings::onUpdateurrentDateTime()
+{
+    m_shownDateTime = QDateTime::currentDateTime();
+    showClock();
+    emit updateCurrentDateTime(m_shownDateTime);
+}
+
+void GeneralSettings::showClock()
+{
+    const QDate date = m_shownDateTime.date();
+    const QTime time = m_shownDateTime.time();
+    m_clockText.setText(QString::fromLatin1("%1/%2/%3   %4    %5:%6:%7")
+                            .arg(date.year(), 4, 10, QLatin1Char(' '))
+                            .arg(twoDigits(date.month()), twoDigits(date.day()),
+                                 getDayText(date.dayOfWeek()), twoDigits(time.hour()),
+                                 twoDigits(time.minute()), twoDigits(time.second())));
+}
+
+void GeneralSettings::onBrightenClicked()
+{
+    if (m_brightness < m_brightnessSlider.maximum()) {
+        stepBrightness(1);
+    }
+}
+
+void GeneralSettings::onDarkenClicked()
+{
+    if (m_brightness > m_brightnessSlider.minimum()) {
+        stepBrightness(-1);
+    }
+}
+
+void GeneralSettings::stepBrightness(int step)
+{
+    m_brightness += step;
+    m_brightnessSlider.setValue(m_brightness); // applies and stores the level a first time
+    showBrightness();
+    applyRawBrightness(convertBrightnessToOriginalValue(m_brightness));
+    KeyBeep::soundIfOn(m_settings);
+    emit updateEEData(m_record, Settings::WR1_BRIGHTNESS);
+}
+
+void GeneralSettings::onBrightnessChanged(int value)
+{
+    m_brightness = value;
+    showBrightness();
+    applyRawBrightness(convertBrightnessToOriginalValue(m_brightness));
+    emit updateEEData(m_record, Settings::WR1_BRIGHTNESS);
+}
+
+void GeneralSettings::onBrightnessPressed()
+{
+    KeyBeep::soundIfOn(m_settings);
+}
+
+void GeneralSettings::showBrightness()
+{
+    m_brightnessEdit.setText(twoDigits(m_brightness));
+}
+
+void GeneralSettings::applyRawBrightness(int raw)
+{
+    EEInfoHandle::instance()->setBright(raw);
+    m_record.brightness = quint16(raw);
+}
+
+void GeneralSettings::onDateTimeSettingClicked()
+{
+    m_shownDateTime = QDateTime::currentDateTime();
+    emit updateCurrentDateTime(m_shownDateTime);
+    DateTimeDialog::Instance(m_fontId, m_settings, nullptr)->exec();
+}
+
+void GeneralSettings::onBuzzerSwitched()
+{
+    const bool on = m_buzzerWord == 0;
+    m_buzzerWord = on ? 1 : 0;
+    showBuzzer(on);
+    if (on) {
+        KeyBeep::sound(); // the operator hears what was just enabled
+    }
+    SysReg_WriteNotify(buzzerRegister, &m_buzzerWord, sizeof m_buzzerWord);
+}
+
+void GeneralSettings::showBuzzer(bool on)
+{
+    m_buzzerSwitch.setStyleSheet(on ? switchOnStyle : switchOffStyle);
+    if (m_settings) {
+        m_settings->setValue(QLatin1String(KeyBeep::settingsKey),
+                             on ? QString::fromLatin1("on") : QString::fromLatin1("off"));
+    }
+}
+
+void GeneralSettings::onBacklightSwitched()
+{
+    m_backlightState ^= 1U;
+    const bool on = m_backlightState != 0;
+    m_backlightSwitch.setStyleSheet(on ? switchOnStyle : switchOffStyle);
+    m_backlightEdit.setEnabled(on);
+    if (on && !m_backlightEdit.text().isEmpty()) {
+        startBacklightOff(m_backlightEdit.text().toInt());
+    }
+}
+
+void GeneralSettings::startBacklightOff(int minutes)
+{
+    // A timer ends at 2^31 ms, some 25 days; longer delays are waited for in pieces.
+    const int piece = std::min(minutes, longestTimerMinutes);
+    const int rest = minutes - piece;
+    auto* timer = new QTimer(this);
+    timer->setSingleShot(true);
+    connect(timer, &QTimer::timeout, this, [this, timer, rest] {
+        timer->deleteLater();
+        if (rest > 0) {
+            startBacklightOff(rest);
+        } else {
+            onBacklightOff();
+        }
+    });
+    timer->start(piece * msPerMinute);
+}
+
+void GeneralSettings::onBacklightOn()
+{
+    applyRawBrightness(convertBrightnessToOriginalValue(m_brightness));
+    showBrightness();
+    emit updateEEData(m_record, Settings::WR1_BRIGHTNESS);
+}
+
+void GeneralSettings::onBacklightOff()
+{
+    applyRawBrightness(0);
+    emit updateEEData(m_record, Settings::WR1_BRIGHTNESS);
+}
+
+void GeneralSettings::onChangeLanguage(Settings::Language language)
+{
+    if (language == Settings::Chinese || language == Settings::English) {
+        Translation::load(m_translator, language);
+    }
+    Translation::install(m_translator);
+    refresh();
+}

@@ -1,0 +1,469 @@
+#include "settings/Settings.h"
+
+#include "common/KeyBeep.h"
+#include "common/PanelFont.h"
+#include "common/Translation.h"
+#include "device/EEInfoHandle.h"
+#include "device/ProcessTable.h"
+#include "dialogs/InputDialog.h"
+#include "general/GeneralSettings.h"
+#include "network/NetworkSettings.h"
+#include "regstore/SysReg.h"
+#include "ui_Settings.h"
+
+#include <QEvent>
+#include <QFont>
+#include <QGraphicsDropShadowEffect>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+
+namespace {
+
+constexpr int writeBackIntervalMs = 1000;
+constexpr int repaintIntervalMs = 10;
+constexpr unsigned languageRegister = 20;
+constexpr unsigned closeRegister = 86;
+
+constexpr int titlePointSize = 20;
+constexpr int languagePointSize = 12;
+constexpr int captionPointSize = 9;
+constexpr int statusPointSize = 10;
+
+enum Page { GeneralPage = 0, NetworkPage = 1 };
+enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
+
+constexpr QLatin1String chineseName("Chinese");
+constexpr QLatin1String englishName("English");
+
+constexpr QLatin1String closeStyle("QPushButton{border-image: url(:/Resources/close.png); "
+                                   "background-color: rgba(255, 255, 255, 0);color:white;}");
+constexpr QLatin1String frameStyle("QFrame#settingsFrame{background-color: rgb(163, 198, "
+                                   "218);border: 0px solid rgb(163, 198, 218)}");
+constexpr QLatin1String
+    buttonBarStyle("QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: 0px solid "
+                   "rgb(163, 198, 218);}");
+constexpr QLatin1String
+    statusBarStyle("QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}");
+constexpr QLatin1String selectedStyle("border: 0px;background-color:rgb(96, 157, 191);");
+constexpr QLatin1String unselectedStyle("border: 0px;background-color:rgb(240, 240, 240);");
+constexpr QLatin1String selectedCaptionStyle("color:white;");
+constexpr QLatin1String unselectedCaptionStyle("color:black;");
+
+constexpr QLatin1String settingWhitePicture(":/Resources/setting_white.png");
+constexpr QLatin1String settingBluePicture(":/Resources/setting_blue.png");
+constexpr QLatin1String networkPicture(":/Resources/network.png");
+constexpr QLatin1String networkSelectedPicture(":/Resources/network1.png");
+constexpr QLatin1String restartPicture(":/Resources/restart.png");
+constexpr QLatin1String udiskPicture(":/Resources/udisk.png");
+constexpr QLatin1String sdPicture(":/Resources/sd.png");
+
+QString languageFace(const char* side, bool selected)
+{
+    return QString::fromLatin1("QPushButton{border-image: url(:/Resources/%1_%2.png); color:white}")
+        .arg(QLatin1String(side),
+             selected ? QLatin1String("selected") : QLatin1String("unselected"));
+}
+
+int primaryScreenWidth()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen ? screen->geometry().width() : 0;
+}
+
+} // namespace
+
+Settings::Settings(QWidget* parent)
+    : QDialog(parent),
+      ui(new Ui_Settings),
+      m_fontPath(QLatin1String("/hmi/default.ttf")),
+      m_fontId(-1),
+      m_language(Chinese),
+      m_settings(QLatin1String("/hmi/Config/system_settings.ini"), QSettings::IniFormat),
+      m_pageIndex(GeneralPage),
+      m_wr1{},
+      m_wr2{},
+      m_rOnly{},
+      m_writeBackPending(false),
+      m_screenWidth(0),
+      m_repaintTimerId(0)
+{
+    ui->setupUi(this);
+    readDataFromEE();
+    m_screenWidth = primaryScreenWidth();
+    ui->retranslateUi(this);
+    m_fontId = PanelFont::registerFile(m_fontPath);
+
+    setTitleBar();
+    setSettingsFrame();
+    setGeneralSettingsList();
+    setNetworkSettingsList();
+    setButtonBar();
+    setStatusBar();
+    setAttribute(Qt::WA_AcceptTouchEvents);
+    initSettingTab();
+    connectSlots();
+    m_writeBackTimer.start(writeBackIntervalMs);
+}
+
+Settings::~Settings()
+{
+    delete ui;
+}
+
+void Settings::init()
+{
+    for (const Language language : {English, Chinese}) {
+        Translation::load(m_translator, language);
+        Translation::install(m_translator);
+    }
+
+    quint32 language = Chinese;
+    if (SysReg_LoadReg(languageRegister)) {
+        // The register is shorter than the variable: what it does not fill stays 0.
+        SysReg_Read(languageRegister, &language);
+    }
+    m_repaintTimerId = startTimer(repaintIntervalMs);
+    updateLanguage(static_cast<Language>(language));
+}
+
+void Settings::refresh()
+{
+    setTitleBar();
+    m_captionLabels[GeneralButton].setText(tr("General"));
+    m_captionLabels[NetworkButton].setText(tr("Network"));
+    m_captionLabels[RestartButton].setText(tr("Restart"));
+}
+
+void Settings::updateLanguage(Settings::Language lang)
+{
+    m_language = lang;
+    setLanguageFaces();
+    Translation::load(m_translator, m_language);
+    const quint32 value = m_language;
+    SysReg_WriteNotify(languageRegister, &value, sizeof value);
+    Translation::install(m_translator);
+    refresh();
+    emit changeLanguage(m_language);
+}
+
+bool Settings::event(QEvent* event)
+{
+    return QDialog::event(event);
+}
+
+void Settings::timerEvent(QTimerEvent* e)
+{
+    // A keypad dragged across this window leaves its trace on displays without a compositor.
+    if (e->timerId() == m_repaintTimerId && InputDialog::p_move) {
+        InputDialog::p_move = false;
+        repaint();
+    }
+}
+
+bool Settings::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched && event->type() == QEvent::MouseButtonPress &&
+        qobject_cast<QPushButton*>(watched)) {
+        KeyBeep::soundIfOn(&m_settings);
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void Settings::onUpdateLanguageClicked()
+{
+    const QString name = sender() ? sender()->objectName() : QString();
+    if (name == chineseName) {
+        updateLanguage(Chinese);
+    } else if (name == englishName) {
+        updateLanguage(English);
+    }
+}
+
+void Settings::onCloseClicked()
+{
+    const unsigned char zero = 0;
+    SysReg_WriteNotify(closeRegister, &zero, sizeof zero);
+    close();
+}
+
+void Settings::onGeneralSettingsClicked()
+{
+    markPageButtons(true);
+    showPage(GeneralPage, ui->generalSettingsPage);
+}
+
+void Settings::onNetworkSettingsClicked()
+{
+    markPageButtons(false);
+    showPage(NetworkPage, ui->networkPage);
+}
+
+void Settings::onWifiSettingsClicked() {}
+
+void Settings::onFileManagerSettingsClicked() {}
+
+void Settings::onVersionSettingsClicked() {}
+
+void Settings::onRestartClicked()
+{
+    EEInfoHandle::instance()->reboot();
+}
+
+void Settings::onUpdateEEData(EEInfoDetail::Flash_WR_1& wr1Data,
+                              Settings::FlashWR1DataType wr1DataType)
+{
+    if (takeOver(wr1Data, wr1DataType)) {
+        EEInfoHandle::instance()->write_flash_wr1_info(&m_wr1);
+    }
+}
+
+bool Settings::takeOver(const EEInfoDetail::Flash_WR_1& record, FlashWR1DataType type)
+{
+    switch (type) {
+    case WR1_ALL:
+        m_wr1 = record;
+        return true;
+    case WR1_BRIGHTNESS:
+        m_wr1.brightness = record.brightness;
+        m_writeBackPending = true;
+        return true;
+    case WR1_IP:
+        m_wr1.eth0_ip = record.eth0_ip;
+        m_wr1.eth1_ip = record.eth1_ip;
+        return true;
+    case WR1_MASK:
+        m_wr1.eth0_mask = record.eth0_mask;
+        m_wr1.eth1_mask = record.eth1_mask;
+        return true;
+    case WR1_GATEWAY:
+        m_wr1.eth0_gateway = record.eth0_gateway;
+        m_wr1.eth1_gateway = record.eth1_gateway;
+        return true;
+    }
+    return false;
+}
+
+void Settings::onWriteEEData()
+{
+    if (!m_writeBackPending) {
+        return;
+    }
+    EEInfoHandle::instance()->write_flash_wr1_info(&m_wr1);
+    m_writeBackPending = false;
+}
+
+void Settings::setTitleBar()
+{
+    ui->titleText->setText(tr("System Settings"));
+    ui->titleText->setFont(PanelFont::font(m_fontId, titlePointSize, QFont::Normal));
+    ui->titleText->setFixedHeight(80);
+    ui->titleText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    ui->titleText->setObjectName(QLatin1String("titleobject"));
+    setTitleBarButtons();
+    ui->horizontalLayout->setAlignment(Qt::AlignCenter);
+    ui->label->setPixmap(QPixmap(settingWhitePicture));
+    ui->label->setAlignment(Qt::AlignLeft | Qt::AlignBottom | Qt::AlignVCenter);
+    ui->label->setMargin(10);
+
+    auto* shadow = new QGraphicsDropShadowEffect(this);
+    shadow->setOffset(0, 0);
+    shadow->setColor(Qt::black);
+    shadow->setBlurRadius(5);
+    ui->widget->setGraphicsEffect(shadow); // deletes the one before
+
+    ui->networkPage->setContentsMargins(0, 20, 0, 0);
+    ui->generalSettingsPage->setContentsMargins(0, 20, 0, 0);
+}
+
+void Settings::setTitleBarButtons()
+{
+    setLanguageButton(m_chineseButton, 50, chineseName, tr("Chinese"));
+    setLanguageButton(m_englishButton, 130, englishName, tr("English"));
+    setLanguageFaces();
+
+    m_closeButton.setParent(ui->settingsFrame);
+    m_closeButton.move(m_screenWidth - 55, 15);
+    m_closeButton.setStyleSheet(closeStyle);
+    m_closeButton.setFixedSize(40, 40);
+    m_closeButton.setVisible(m_wr1.settings_close_hidden == 0);
+
+    for (QPushButton* button : {&m_chineseButton, &m_englishButton, &m_closeButton}) {
+        button->installEventFilter(this);
+    }
+}
+
+void Settings::setLanguageButton(QPushButton& button, int x, const QString& name,
+                                 const QString& text)
+{
+    const QSize size(80, 40);
+    button.setParent(ui->settingsFrame);
+    button.move(x, 45);
+    button.setObjectName(name);
+    button.setText(text);
+    button.setFont(PanelFont::font(m_fontId, languagePointSize, QFont::Normal));
+    button.setFixedSize(size);
+    button.setIconSize(size);
+}
+
+void Settings::setLanguageFaces()
+{
+    const bool chinese = m_language == Chinese;
+    m_chineseButton.setStyleSheet(languageFace("left", chinese));
+    m_englishButton.setStyleSheet(languageFace("right", !chinese));
+}
+
+void Settings::setSettingsFrame()
+{
+    ui->settingsFrame->setObjectName(QLatin1String("settingsFrame"));
+    ui->settingsFrame->setStyleSheet(frameStyle);
+}
+
+void Settings::setGeneralSettingsList()
+{
+    ui->generalSettingsListWidget->init(m_fontId, m_wr1, &m_settings);
+}
+
+void Settings::setNetworkSettingsList()
+{
+    ui->networkSettingsListWidget->init(m_fontId, m_wr1, m_rOnly, &m_settings);
+}
+
+void Settings::setButtonBar()
+{
+    setButton(ui->generalPushButton, GeneralButton, settingBluePicture, tr("General"));
+    setButton(ui->networkPushButton, NetworkButton, networkPicture, tr("Network"));
+    setButton(ui->restartPushButton, RestartButton, restartPicture, tr("Restart"));
+
+    setButtonClicked(ui->generalPushButton, true);
+    setButtonClicked(ui->networkPushButton, false);
+    setButtonClicked(ui->restartPushButton, false);
+    m_captionLabels[GeneralButton].setStyleSheet(selectedCaptionStyle);
+    m_iconLabels[GeneralButton].setPixmap(QPixmap(settingWhitePicture));
+
+    m_buttons.clear();
+    m_buttons << ui->generalPushButton << ui->networkPushButton << ui->restartPushButton;
+
+    ui->buttonBarFrame->setObjectName(QLatin1String("buttonBarFrame"));
+    ui->buttonBarFrame->setStyleSheet(buttonBarStyle);
+
+    for (QPushButton* button :
+         {ui->generalPushButton, ui->networkPushButton, ui->wifiPushButton,
+          ui->fileManagerPushButton, ui->versionPushButton, ui->restartPushButton}) {
+        button->installEventFilter(this);
+    }
+    for (QPushButton* button :
+         {ui->wifiPushButton, ui->fileManagerPushButton, ui->versionPushButton}) {
+        button->setVisible(false);
+    }
+}
+
+void Settings::setButton(QPushButton* button, int index, QString imagePath, QString text)
+{
+    QLabel& icon = m_iconLabels[index];
+    icon.setParent(button);
+    icon.setPixmap(QPixmap(imagePath));
+    icon.setFixedSize(27, 27);
+
+    QLabel& caption = m_captionLabels[index];
+    caption.setParent(button);
+    caption.setText(text);
+
+    auto* column = new QVBoxLayout(button);
+    column->addWidget(&icon, 1, Qt::AlignCenter);
+    column->addWidget(&caption, 1, Qt::AlignCenter);
+    column->setContentsMargins(0, 10, 0, 10);
+
+    if (m_screenWidth == 1920) {
+        button->setFixedHeight(90);
+    }
+    button->setFont(PanelFont::font(m_fontId, captionPointSize, QFont::Bold));
+}
+
+void Settings::setButtonClicked(QPushButton* button, bool clicked)
+{
+    button->setStyleSheet(clicked ? selectedStyle : unselectedStyle);
+}
+
+void Settings::setStatusBar()
+{
+    ui->udisk1Image->setPixmap(QPixmap(udiskPicture));
+    ui->udisk2Image->setPixmap(QPixmap(udiskPicture));
+    ui->SDImage->setPixmap(QPixmap(sdPicture));
+    ui->statusBarFrame->setObjectName(QLatin1String("statusBarFrame"));
+    ui->statusBarFrame->setStyleSheet(statusBarStyle);
+
+    const QFont font = PanelFont::font(m_fontId, statusPointSize, QFont::Bold);
+    for (QLabel* label : {ui->statusText, ui->uDisk1Text, ui->uDisk2Text, ui->SDText}) {
+        label->setFont(font);
+    }
+    ui->statusBarFrame->setVisible(false);
+}
+
+void Settings::initSettingTab()
+{
+    ui->stackedWidget->setCurrentWidget(ui->generalSettingsPage);
+}
+
+void Settings::connectSlots()
+{
+    connect(&m_chineseButton, SIGNAL(clicked()), this, SLOT(onUpdateLanguageClicked()));
+    connect(&m_englishButton, SIGNAL(clicked()), this, SLOT(onUpdateLanguageClicked()));
+    connect(&m_closeButton, SIGNAL(clicked()), this, SLOT(onCloseClicked()));
+    connect(ui->generalPushButton, SIGNAL(clicked()), this, SLOT(onGeneralSettingsClicked()));
+    connect(ui->networkPushButton, SIGNAL(clicked()), this, SLOT(onNetworkSettingsClicked()));
+    connect(ui->wifiPushButton, SIGNAL(clicked()), this, SLOT(onWifiSettingsClicked()));
+    connect(ui->fileManagerPushButton, SIGNAL(clicked()), this,
+            SLOT(onFileManagerSettingsClicked()));
+    connect(ui->versionPushButton, SIGNAL(clicked()), this, SLOT(onVersionSettingsClicked()));
+    connect(ui->restartPushButton, SIGNAL(clicked()), this, SLOT(onRestartClicked()));
+    connect(this, SIGNAL(changeLanguage(Settings::Language)), ui->generalSettingsListWidget,
+            SLOT(onChangeLanguage(Settings::Language)));
+    connect(this, SIGNAL(changeLanguage(Settings::Language)), ui->networkSettingsListWidget,
+            SLOT(onChangeLanguage(Settings::Language)));
+    connect(this, SIGNAL(backLightOn()), ui->generalSettingsListWidget, SLOT(onBacklightOn()));
+    connect(ui->generalSettingsListWidget,
+            SIGNAL(updateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)), this,
+            SLOT(onUpdateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)));
+    connect(ui->networkSettingsListWidget,
+            SIGNAL(updateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)), this,
+            SLOT(onUpdateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)));
+    connect(&m_writeBackTimer, SIGNAL(timeout()), this, SLOT(onWriteEEData()));
+}
+
+void Settings::readDataFromEE()
+{
+    EEInfoHandle* device = EEInfoHandle::instance();
+    device->read_flash_wr1_info(&m_wr1);
+    device->read_flash_wr2_info(&m_wr2);
+    device->read_flash_r_info(&m_rOnly);
+}
+
+int Settings::detect_process(const char* name)
+{
+    return detectProcess(name);
+}
+
+void Settings::markPageButtons(bool generalShown)
+{
+    QLabel* captions = m_captionLabels;
+    captions[GeneralButton].setStyleSheet(generalShown ? selectedCaptionStyle
+                                                       : unselectedCaptionStyle);
+    captions[NetworkButton].setStyleSheet(generalShown ? unselectedCaptionStyle
+                                                       : selectedCaptionStyle);
+    m_iconLabels[GeneralButton].setPixmap(
+        QPixmap(generalShown ? settingWhitePicture : settingBluePicture));
+    m_iconLabels[NetworkButton].setPixmap(
+        QPixmap(generalShown ? networkPicture : networkSelectedPicture));
+}
+
+void Settings::showPage(int index, QWidget* page)
+{
+    if (m_pageIndex == index) {
+        return;
+    }
+    setButtonClicked(m_buttons.at(m_pageIndex), false);
+    m_pageIndex = index;
+    setButtonClicked(m_buttons.at(m_pageIndex), true);
+    ui->stackedWidget->setCurrentWidget(page);
+}

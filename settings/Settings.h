@@ -1,0 +1,127 @@
+#pragma once
+
+#include "device/EEInfoDetail.h"
+
+#include <QDialog>
+#include <QLabel>
+#include <QList>
+#include <QPushButton>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+#include <QTranslator>
+#include <QVBoxLayout>
+
+class Ui_Settings;
+
+/// The settings window of the panel: title bar with the two language buttons and the close button,
+/// the General and the Network page, and the button bar that switches between them or restarts
+/// the panel.
+///
+/// It is the one owner of the device records: pages get copies, hand a changed record back with
+/// updateEEData, and the window writes it to the device. Closing only hides it; the host owns and
+/// deletes it. GUI thread only.
+class Settings : public QDialog
+{
+    Q_OBJECT
+
+public:
+    /// Value of system register 20. Any value but 0 is shown as English and kept as it is.
+    enum Language : quint32 { Chinese = 0, English = 1 };
+
+    /// Which fields of a page's Flash_WR_1 onUpdateEEData takes over. Other values are ignored.
+    enum FlashWR1DataType : quint32 {
+        WR1_ALL = 0,        ///< the whole record, 187 bytes
+        WR1_BRIGHTNESS = 1, ///< brightness; written once more at the next write-back tick
+        WR1_IP = 2,         ///< eth0_ip and eth1_ip
+        WR1_MASK = 3,       ///< eth0_mask and eth1_mask
+        WR1_GATEWAY = 4     ///< eth0_gateway and eth1_gateway
+    };
+
+    /// Builds the window, reads the three device records and fills both pages. Shows nothing yet;
+    /// init() has to follow.
+    explicit Settings(QWidget* parent);
+    ~Settings() override;
+
+    /// Takes the language from system register 20 (Chinese when there is no such register), starts
+    /// the repaint timer and applies the language. Called once by the plugin after construction.
+    void init();
+
+    /// Re-applies the texts of the title bar and of the button bar, and whether the close button
+    /// is shown. Called after every change of language.
+    void refresh();
+
+    /// Switches every text to @p lang and writes it to register 20 with a notice, also when it is
+    /// the language already shown.
+    void updateLanguage(Settings::Language lang);
+
+signals:
+    /// The language was applied, at start-up or by a button; both pages follow it.
+    void changeLanguage(Settings::Language language);
+    /// Brings the backlight back to the level set. Never emitted here: it is the host's, for
+    /// example on the first touch of a dark screen.
+    void backLightOn();
+
+protected:
+    bool event(QEvent* event) override;
+    void timerEvent(QTimerEvent* e) override;
+
+private slots:
+    /// Sounds the key click for a press on a title or bar button. Never consumes the event.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void onUpdateLanguageClicked();
+    void onCloseClicked();
+    void onGeneralSettingsClicked();
+    void onNetworkSettingsClicked();
+    void onWifiSettingsClicked();
+    void onFileManagerSettingsClicked();
+    void onVersionSettingsClicked();
+    void onRestartClicked();
+    void onUpdateEEData(EEInfoDetail::Flash_WR_1& wr1Data, Settings::FlashWR1DataType wr1DataType);
+    void onWriteEEData();
+
+private:
+    void setTitleBar();
+    void setTitleBarButtons();
+    void setLanguageButton(QPushButton& button, int x, const QString& name, const QString& text);
+    void setLanguageFaces();
+    void setSettingsFrame();
+    void setGeneralSettingsList();
+    void setNetworkSettingsList();
+    void setButtonBar();
+    void setButton(QPushButton* button, int index, QString imagePath, QString text);
+    void setButtonClicked(QPushButton* button, bool clicked);
+    void setStatusBar();
+    void initSettingTab();
+    void connectSlots();
+    void readDataFromEE();
+    int detect_process(const char* name);
+
+    /// Colours the captions and icons of the two page buttons for the page shown.
+    void markPageButtons(bool generalShown);
+    void showPage(int index, QWidget* page);
+    /// Copies the fields @p type names into the cache. False when it names none.
+    bool takeOver(const EEInfoDetail::Flash_WR_1& record, FlashWR1DataType type);
+
+    Ui_Settings* ui;
+    QString m_fontPath;
+    int m_fontId;
+    Language m_language;
+    QTranslator m_translator;
+    QTimer m_writeBackTimer;
+    QList<QPushButton*> m_buttons; ///< The page and restart buttons in bar order.
+    QLabel m_iconLabels[3];
+    QLabel m_captionLabels[3];
+    QPushButton m_chineseButton;
+    QPushButton m_englishButton;
+    QPushButton m_closeButton;
+    QVBoxLayout m_spareLayouts[3]; ///< Not used; room for columns of the title bar.
+    QSettings m_settings;
+    int m_pageIndex;
+    EEInfoDetail::Flash_WR_1 m_wr1;
+    EEInfoDetail::Flash_WR_2 m_wr2;
+    EEInfoDetail::Flash_ROnly m_rOnly;
+    bool m_writeBackPending;
+    int m_screenWidth; ///< Pixels.
+    int m_repaintTimerId;
+};

@@ -1,0 +1,221 @@
+#include "common/KeyBeep.h"
+#include "common/PanelFont.h"
+#include "common/Translation.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QApplication>
+#include <QFontDatabase>
+#include <QSettings>
+#include <QTest>
+#include <QTranslator>
+
+#include <memory>
+
+namespace {
+
+const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString fontFile = QStringLiteral("/hmi/default.ttf");
+
+/// Counts the language changes that reach the application.
+class LanguageChanges : public QObject
+{
+public:
+    LanguageChanges() { qApp->installEventFilter(this); }
+    int count = 0;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        count += watched == qApp && event->type() == QEvent::LanguageChange ? 1 : 0;
+        return false;
+    }
+};
+
+/// Counts how often a text is looked up in it.
+class CountingTranslator : public QTranslator
+{
+public:
+    mutable int lookups = 0;
+
+    QString translate(const char* /*context*/, const char* /*text*/, const char* /*comment*/,
+                      int /*n*/) const override
+    {
+        ++lookups;
+        return QString();
+    }
+    bool isEmpty() const override { return false; }
+};
+
+} // namespace
+
+class TestCommon : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void keyBeep_followsTheSettingsFile_data();
+    void keyBeep_followsTheSettingsFile();
+    void keyBeep_withoutSettings_isSilent();
+    void keyBeep_readsTheFileAtEveryPress();
+    void font_isTheFirstFamilyOfTheId();
+    void font_missingFile_isTheApplicationsDefault();
+    void font_isRegisteredOnce();
+    void font_droppedByTheHost_isRegisteredAgain();
+    void translation_fileFollowsTheLanguage_data();
+    void translation_fileFollowsTheLanguage();
+    void translation_installedOftenIsLookedUpOnce();
+    void translation_changeEventsAreStillSent();
+    void translation_deletedTranslatorLeavesNothing();
+};
+
+void TestCommon::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+}
+
+void TestCommon::init()
+{
+    PanelWorld::clearCommands();
+}
+
+void TestCommon::keyBeep_followsTheSettingsFile_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("on");
+    QTest::addColumn<bool>("off");
+    QTest::newRow("on") << QVariant(QStringLiteral("on")) << true << false;
+    QTest::newRow("off") << QVariant(QStringLiteral("off")) << false << true;
+    QTest::newRow("absent") << QVariant() << false << false;
+    QTest::newRow("empty") << QVariant(QString()) << false << false;
+    QTest::newRow("another case") << QVariant(QStringLiteral("ON")) << false << false;
+    QTest::newRow("true is not on") << QVariant(true) << false << false;
+}
+
+void TestCommon::keyBeep_followsTheSettingsFile()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, on);
+    QFETCH(bool, off);
+    QSettings settings(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    settings.clear();
+    if (value.isValid()) {
+        settings.setValue(QStringLiteral("General/buzzer"), value);
+    }
+    QCOMPARE(KeyBeep::isOn(&settings), on);
+    QCOMPARE(KeyBeep::isOff(&settings), off);
+    KeyBeep::soundIfOn(&settings);
+    QCOMPARE(PanelWorld::commands(), on ? QStringList({longBeep}) : QStringList());
+}
+
+void TestCommon::keyBeep_withoutSettings_isSilent()
+{
+    QVERIFY(!KeyBeep::isOn(nullptr));
+    QVERIFY(!KeyBeep::isOff(nullptr));
+    KeyBeep::soundIfOn(nullptr);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    KeyBeep::sound();
+    QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
+}
+
+void TestCommon::keyBeep_readsTheFileAtEveryPress()
+{
+    QSettings reader(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    QSettings writer(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    for (const char* value : {"on", "off", "on"}) {
+        writer.setValue(QStringLiteral("General/buzzer"), QString::fromLatin1(value));
+        QCOMPARE(KeyBeep::isOn(&reader), qstrcmp(value, "on") == 0);
+    }
+}
+
+void TestCommon::font_isTheFirstFamilyOfTheId()
+{
+    const int id = PanelFont::registerFile(fontFile);
+    QVERIFY(id >= 0);
+    const QString family = QFontDatabase::applicationFontFamilies(id).value(0);
+    QVERIFY(!family.isEmpty());
+    QCOMPARE(PanelFont::family(id), family);
+    const QFont font = PanelFont::font(id, 13, 75);
+    QCOMPARE(font.family(), family);
+    QCOMPARE(font.pointSize(), 13);
+    QCOMPARE(font.weight(), 75);
+}
+
+void TestCommon::font_missingFile_isTheApplicationsDefault()
+{
+    const int id = PanelFont::registerFile(QStringLiteral("/hmi/no-such-font.ttf"));
+    QCOMPARE(id, -1);
+    QCOMPARE(PanelFont::family(id), QGuiApplication::font().family());
+    QCOMPARE(PanelFont::font(id, 9, 50).pointSize(), 9);
+    QCOMPARE(PanelFont::family(4711), QGuiApplication::font().family());
+}
+
+void TestCommon::font_isRegisteredOnce()
+{
+    const int id = PanelFont::registerFile(fontFile);
+    for (int round = 0; round < 100; ++round) {
+        QCOMPARE(PanelFont::registerFile(fontFile), id);
+    }
+}
+
+void TestCommon::font_droppedByTheHost_isRegisteredAgain()
+{
+    PanelFont::registerFile(fontFile);
+    QFontDatabase::removeAllApplicationFonts();
+    const int id = PanelFont::registerFile(fontFile);
+    QVERIFY(!QFontDatabase::applicationFontFamilies(id).isEmpty());
+}
+
+void TestCommon::translation_fileFollowsTheLanguage_data()
+{
+    QTest::addColumn<uint>("language");
+    QTest::addColumn<QString>("sunday");
+    QTest::newRow("Chinese") << 0U << QString::fromUtf8("周日");
+    QTest::newRow("English") << 1U << "Sun.";
+    QTest::newRow("any other value is English") << 5U << "Sun.";
+}
+
+void TestCommon::translation_fileFollowsTheLanguage()
+{
+    QFETCH(uint, language);
+    QFETCH(QString, sunday);
+    QTranslator translator;
+    QVERIFY(Translation::load(translator, language));
+    QCOMPARE(translator.translate("GeneralSettings", "Sun"), sunday);
+}
+
+void TestCommon::translation_installedOftenIsLookedUpOnce()
+{
+    CountingTranslator translator;
+    for (int round = 0; round < 1000; ++round) {
+        Translation::install(translator);
+    }
+    translator.lookups = 0;
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "nowhere"), QStringLiteral("nowhere"));
+    QCOMPARE(translator.lookups, 1);
+}
+
+void TestCommon::translation_changeEventsAreStillSent()
+{
+    CountingTranslator translator;
+    Translation::install(translator);
+    LanguageChanges changes;
+    Translation::install(translator);
+    QVERIFY(changes.count >= 1);
+}
+
+void TestCommon::translation_deletedTranslatorLeavesNothing()
+{
+    auto translator = std::make_unique<QTranslator>();
+    QVERIFY(Translation::load(*translator, 0));
+    for (int round = 0; round < 3; ++round) {
+        Translation::install(*translator);
+    }
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QString::fromUtf8("周日"));
+    translator.reset();
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QStringLiteral("Sun"));
+}
+
+QTEST_MAIN(TestCommon)
+#include "test_common.moc"

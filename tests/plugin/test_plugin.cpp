@@ -1,0 +1,282 @@
+#include "plugin/SettingsInterface.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QApplication>
+#include <QCborMap>
+#include <QCborStreamReader>
+#include <QCborValue>
+#include <QDialog>
+#include <QDir>
+#include <QFontDatabase>
+#include <QJsonObject>
+#include <QLineEdit>
+#include <QPluginLoader>
+#include <QPointer>
+#include <QPushButton>
+#include <QSlider>
+#include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+const QString pluginFile = QStringLiteral(PLUGIN_FILE);
+const QByteArray identifier = QByteArrayLiteral("cn.zarvo.SettingsInterface");
+
+/// Types on the keypad that is about to open.
+void typeOnKeypad(const QString& digits)
+{
+    QTimer::singleShot(0, qApp, [digits] {
+        QWidget* keypad = QApplication::activeModalWidget();
+        QVERIFY(keypad);
+        for (const QChar digit : digits) {
+            keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + digit)->click();
+        }
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+    });
+}
+
+/// Opens the brightness keypad of a dialog and enters a level.
+void enterBrightness(QDialog* dialog, const QString& digits)
+{
+    auto* field = dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
+    typeOnKeypad(digits);
+    QTest::mousePress(field, Qt::LeftButton);
+}
+
+bool libraryIsMapped()
+{
+    return PanelWorld::fileContent(QStringLiteral("/proc/self/maps"))
+        .contains(QFileInfo(pluginFile).fileName().toUtf8());
+}
+
+} // namespace
+
+class TestPlugin : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void metadata_isFoundWithoutLoading();
+    void metadata_holdsTwoEntriesAndTheReleaseMark();
+    void casts_answerTheDocumentedNames_data();
+    void casts_answerTheDocumentedNames();
+    void rootObject_isOneAndIsMadeAgain();
+    void bundle_livesFromLoadToUnload();
+    void createInstance_givesDistinctCompleteDialogs();
+    void createInstance_givesUnownedDialogs();
+    void host_signalDispositionsStay();
+    void journey_twoDialogsOneDeletedThenUnload();
+    void journey_manyLoadsLeaveNothingBehind();
+};
+
+void TestPlugin::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+    QVERIFY2(QFile::exists(pluginFile), PLUGIN_FILE);
+}
+
+void TestPlugin::metadata_isFoundWithoutLoading()
+{
+    const QPluginLoader loader(pluginFile);
+    QCOMPARE(loader.metaData().value(QStringLiteral("IID")).toString(),
+             QString::fromLatin1(identifier));
+    QCOMPARE(loader.metaData().value(QStringLiteral("className")).toString(),
+             QStringLiteral("SettingsPlugin"));
+    QVERIFY(loader.metaData().value(QStringLiteral("MetaData")).toObject().isEmpty());
+    QVERIFY(!loader.isLoaded());
+    QVERIFY(!libraryIsMapped());
+}
+
+void TestPlugin::metadata_holdsTwoEntriesAndTheReleaseMark()
+{
+    const QByteArray library = PanelWorld::fileContent(pluginFile);
+    const QByteArray magic = QByteArrayLiteral("QTMETADATA !");
+    // The magic itself is also a text in Qt's sources, so look for it with its version bytes.
+    const int at = library.indexOf(magic + QByteArray("\0\x05\x0f", 3));
+    QVERIFY(at >= 0);
+    QCOMPARE(int(library.at(at + 15)), PLUGIN_IS_DEBUG);
+
+    const QByteArray cbor = library.mid(at + 16, 256);
+    QCOMPARE(uchar(cbor.at(0)), uchar(0xBF)); // a map of indefinite length
+    QCborStreamReader reader(cbor);
+    const QCborMap entries = QCborValue::fromCbor(reader).toMap();
+    QCOMPARE(entries.size(), 2);
+    QCOMPARE(entries.value(2).toString(), QString::fromLatin1(identifier));
+    QCOMPARE(entries.value(3).toString(), QStringLiteral("SettingsPlugin"));
+}
+
+void TestPlugin::casts_answerTheDocumentedNames_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("class") << QByteArray("SettingsPlugin") << "object";
+    QTest::newRow("interface class") << QByteArray("SettingsInterface") << "interface";
+    QTest::newRow("identifier") << identifier << "interface";
+    QTest::newRow("base") << QByteArray("QObject") << "object";
+    QTest::newRow("anything else") << QByteArray("cn.zarvo.Other") << "null";
+}
+
+void TestPlugin::casts_answerTheDocumentedNames()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QString, answer);
+    QPluginLoader loader(pluginFile);
+    QObject* root = loader.instance();
+    QVERIFY2(root, qPrintable(loader.errorString()));
+    auto* interface = qobject_cast<SettingsInterface*>(root);
+    QVERIFY(interface);
+    void* const expected = answer == QStringLiteral("object")      ? static_cast<void*>(root)
+                           : answer == QStringLiteral("interface") ? static_cast<void*>(interface)
+                                                                   : nullptr;
+    QCOMPARE(root->qt_metacast(name.constData()), expected);
+    QVERIFY(static_cast<void*>(root) != static_cast<void*>(interface));
+    QVERIFY(loader.unload());
+}
+
+void TestPlugin::rootObject_isOneAndIsMadeAgain()
+{
+    QPluginLoader loader(pluginFile);
+    const QPointer<QObject> first = loader.instance();
+    QCOMPARE(loader.instance(), first.data());
+    QCOMPARE(first->metaObject()->className(), "SettingsPlugin");
+    QVERIFY(!first->parent());
+    delete first.data();
+    QVERIFY(loader.instance());
+    QVERIFY(loader.unload());
+}
+
+void TestPlugin::bundle_livesFromLoadToUnload()
+{
+    const QString picture = QStringLiteral(":/Resources/time.png");
+    QVERIFY(!QFile::exists(picture));
+    QPluginLoader loader(pluginFile);
+    QVERIFY(loader.load());
+    QVERIFY(QFile::exists(picture));
+    QVERIFY(QFile::exists(QStringLiteral(":/Languages/Translate_CN.qm")));
+    QVERIFY(loader.unload());
+    QVERIFY(!QFile::exists(picture));
+    QVERIFY2(!libraryIsMapped(), "unloading takes the code out of the process");
+}
+
+void TestPlugin::createInstance_givesDistinctCompleteDialogs()
+{
+    QPluginLoader loader(pluginFile);
+    auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+    const std::unique_ptr<QDialog> first(plugin->createInstance());
+    const std::unique_ptr<QDialog> second(plugin->createInstance());
+    QVERIFY(first && second);
+    QVERIFY(first != second);
+    for (const QDialog* dialog : {first.get(), second.get()}) {
+        QCOMPARE(dialog->metaObject()->className(), "Settings");
+        QVERIFY(dialog->findChild<QWidget*>(QStringLiteral("generalSettingsListWidget"))->layout());
+        // Initialised: the texts are those of the language, not their sources.
+        QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("Chinese"))->text(),
+                 QString::fromUtf8("中文"));
+    }
+}
+
+void TestPlugin::createInstance_givesUnownedDialogs()
+{
+    QPluginLoader loader(pluginFile);
+    auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+    const std::unique_ptr<QDialog> dialog(plugin->createInstance());
+    QVERIFY(!dialog->parent());
+    QVERIFY(!dialog->isVisible());
+    QVERIFY(!dialog->testAttribute(Qt::WA_DeleteOnClose));
+    dialog->show();
+    dialog->close();
+    QVERIFY(!dialog->isVisible());
+}
+
+void TestPlugin::host_signalDispositionsStay()
+{
+    const auto dispositions = [] {
+        QList<void (*)(int)> handlers;
+        for (const int number : {SIGPIPE, SIGCHLD, SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+            struct sigaction action = {};
+            sigaction(number, nullptr, &action);
+            handlers << action.sa_handler;
+        }
+        return handlers;
+    };
+    const auto before = dispositions();
+    QPluginLoader loader(pluginFile);
+    auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+    {
+        const std::unique_ptr<QDialog> dialog(plugin->createInstance());
+        // Tools that end before reading: the image is larger than nothing, and nobody takes it.
+        PanelWorld::replaceTool(QStringLiteral("writeee"), "exec 0<&-; exit 1");
+        PanelWorld::replaceTool(QStringLiteral("setbright"), QByteArray());
+        dialog->findChild<QSlider*>()->setValue(9);
+        dialog->findChild<QSlider*>()->setValue(10);
+        PanelWorld::restoreTools();
+    }
+    QCOMPARE(dispositions(), before);
+}
+
+void TestPlugin::journey_twoDialogsOneDeletedThenUnload()
+{
+    {
+        QPluginLoader loader(pluginFile);
+        auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+        QVERIFY(plugin);
+        std::unique_ptr<QDialog> first(plugin->createInstance());
+        std::unique_ptr<QDialog> second(plugin->createInstance());
+        first->show();
+        // The keypad is made for the first dialog and keeps its settings object ...
+        enterBrightness(first.get(), QStringLiteral("7"));
+        QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("100"));
+        first.reset();
+
+        // ... which is gone when the second one uses it.
+        second->show();
+        enterBrightness(second.get(), QStringLiteral("5"));
+        auto* field = second->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
+        QCOMPARE(field->text(), QStringLiteral("05"));
+        QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("92"));
+        QCOMPARE(PanelWorld::image().mid(29, 2), QByteArray("\x5c\0", 2));
+        second.reset();
+        QVERIFY(loader.unload());
+    }
+    QVERIFY(!libraryIsMapped());
+    // The host goes on: events, windows and fonts without the library.
+    QWidget window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    for (const QWidget* widget : QApplication::topLevelWidgets()) {
+        QVERIFY(widget == &window || widget->isHidden());
+    }
+}
+
+void TestPlugin::journey_manyLoadsLeaveNothingBehind()
+{
+    const auto round = [] {
+        QPluginLoader loader(pluginFile);
+        auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+        const std::unique_ptr<QDialog> dialog(plugin->createInstance());
+        dialog->show();
+        enterBrightness(dialog.get(), QStringLiteral("3"));
+        const int families = QFontDatabase().families().size();
+        return families;
+    };
+    const int widgets = QApplication::allWidgets().size();
+    const int familiesWithout = QFontDatabase().families().size();
+    const int families = round();
+    const uint descriptors = QDir(QStringLiteral("/proc/self/fd")).count();
+    for (int times = 0; times < 10; ++times) {
+        QCOMPARE(round(), families);
+        QPluginLoader(pluginFile).unload();
+    }
+    QPluginLoader(pluginFile).unload();
+    QCOMPARE(QApplication::allWidgets().size(), widgets);
+    QCOMPARE(QDir(QStringLiteral("/proc/self/fd")).count(), descriptors);
+    QCOMPARE(QFontDatabase().families().size(), familiesWithout);
+}
+
+QTEST_MAIN(TestPlugin)
+#include "test_plugin.moc"

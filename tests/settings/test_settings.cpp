@@ -1,0 +1,980 @@
+#include "dialogs/InputDialog.h"
+#include "general/GeneralSettings.h"
+#include "network/NetworkSettings.h"
+#include "settings/Settings.h"
+#include "tests/support/NoticeListener.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QDir>
+#include <QFontDatabase>
+#include <QGraphicsDropShadowEffect>
+#include <QGuiApplication>
+#include <QLayout>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const QString settingsFile = QStringLiteral("/hmi/Config/system_settings.ini");
+const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString readImage = QStringLiteral("/root/plat-intf/readee");
+const QString writeImage = QStringLiteral("/root/plat-intf/writeee count=16");
+const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
+
+const QString languageArea = QStringLiteral("/hmi_data/sfw.dat");
+constexpr int languageByte = 169;
+const QString closeArea = QStringLiteral("/tmp/smb.dat");
+constexpr int closeBit = 16;
+constexpr int closeHiddenByte = 157;
+constexpr int brightnessByte = 29;
+
+const QString selectedButton = QStringLiteral("border: 0px;background-color:rgb(96, 157, 191);");
+const QString unselectedButton = QStringLiteral("border: 0px;background-color:rgb(240, 240, 240);");
+
+void setKeyClick(const char* value)
+{
+    QSettings settings(settingsFile, QSettings::IniFormat);
+    settings.setValue(QStringLiteral("General/buzzer"), QString::fromLatin1(value));
+}
+
+void setLanguageRegister(char value)
+{
+    PanelWorld::patchFile(languageArea, languageByte, QByteArray(1, value));
+}
+
+int languageRegister()
+{
+    return uchar(PanelWorld::fileContent(languageArea).at(languageByte));
+}
+
+/// A dialog as the plugin hands it out.
+std::unique_ptr<Settings> makeDialog()
+{
+    auto dialog = std::make_unique<Settings>(nullptr);
+    dialog->init();
+    return dialog;
+}
+
+bool samePicture(const QLabel* label, const char* path)
+{
+    return label->pixmap(Qt::ReturnByValue).toImage() ==
+           QPixmap(QString::fromLatin1(path)).toImage();
+}
+
+/// Icon (0) or caption (1) of a bar button.
+QLabel* inside(const QWidget* button, int index)
+{
+    return qobject_cast<QLabel*>(button->layout()->itemAt(index)->widget());
+}
+
+/// Watches whether something had happened when the widget was hidden.
+class HideWatch : public QObject
+{
+public:
+    explicit HideWatch(NoticeListener& listener) : m_listener(listener) {}
+
+    QList<quint32> noticesBeforeHiding;
+    bool hidden = false;
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        if (event->type() == QEvent::Hide) {
+            hidden = true;
+            noticesBeforeHiding = m_listener.takeNumbers();
+        }
+        return false;
+    }
+
+private:
+    NoticeListener& m_listener;
+};
+
+/// Counts the paint events of a widget.
+class PaintCount : public QObject
+{
+public:
+    int paints = 0;
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        paints += event->type() == QEvent::Paint ? 1 : 0;
+        return false;
+    }
+};
+
+} // namespace
+
+class TestSettings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void construction_readsTheThreeRecordsFirst();
+    void construction_withoutTools_isStillAWindow();
+    void widgetTree_isComplete_data();
+    void widgetTree_isComplete();
+    void form_hasItsSizeAndMargins();
+    void titleBar_looksAsDocumented();
+    void titleButtons_standAtTheirPlaces();
+    void languageFaces_followTheLanguage_data();
+    void languageFaces_followTheLanguage();
+    void closeButton_isHiddenByTheRecord_data();
+    void closeButton_isHiddenByTheRecord();
+    void barButtons_haveIconAndCaption_data();
+    void barButtons_haveIconAndCaption();
+    void barButtons_heightFollowsTheScreen();
+    void barButtons_ofLaterPagesAreHiddenAndDoNothing();
+    void fonts_areThePanelsWithTheirSizes();
+    void pages_switchWithTheBar();
+    void generalPressedOnGeneral_changesNothingButColours();
+    void press_beepsByTheSettingsFile_data();
+    void press_beepsByTheSettingsFile();
+    void close_writesRegisterBeforeHiding();
+    void close_withoutRuntime_stillHides();
+    void restart_rebootsWithoutAsking();
+    void refresh_replacesNothingTwice();
+    void touchEvents_areAccepted();
+    void repaintTimer_repaintsOnceAfterADrag();
+    void statusBar_isBuiltAndTakesNoSpace();
+    void updateEEData_copiesOnlyTheSelectedFields_data();
+    void updateEEData_copiesOnlyTheSelectedFields();
+    void updateEEData_unknownSelector_writesNothing();
+    void updateEEData_comesFromBothPages();
+    void brightness_isWrittenOnceMoreAtTheNextTick();
+    void writeBack_happensByItsTimer();
+    void writeBack_runsWhileHidden();
+    void networkFields_areWrittenOnce();
+    void language_isTakenFromTheRegister_data();
+    void language_isTakenFromTheRegister();
+    void language_withoutRegisterFile_isChinese();
+    void language_isAnnouncedOnceAtStart();
+    void language_buttonsSwitchAndStore();
+    void language_shownAlready_isSwitchedAgain();
+    void language_renamedButton_switchesNothing();
+    void language_lastsForTheNextDialog();
+    void dialogs_areIndependent();
+    void dialogs_leaveNothingBehind();
+};
+
+void TestSettings::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+}
+
+void TestSettings::init()
+{
+    PanelWorld::restoreTools();
+    PanelWorld::patchImage(closeHiddenByte, QByteArray(1, '\0'));
+    setLanguageRegister(0);
+    QFile::remove(noticePipe);
+    PanelWorld::clearCommands();
+}
+
+void TestSettings::construction_readsTheThreeRecordsFirst()
+{
+    const Settings dialog(nullptr);
+    const QStringList commands = PanelWorld::commands();
+    QVERIFY(commands.size() >= 5);
+    QCOMPARE(commands.mid(0, 3), QStringList({readImage, readImage, readImage}));
+    // Then the General page: its screen width and the backlight.
+    QCOMPARE(commands.mid(3, 2),
+             QStringList({readImage, QStringLiteral("/root/plat-intf/getbright")}));
+    QVERIFY2(!commands.contains(writeImage), "nothing is written at start");
+}
+
+void TestSettings::construction_withoutTools_isStillAWindow()
+{
+    for (const char* tool : {"readee", "writeee", "getbright", "setbeep", "setbright"}) {
+        PanelWorld::replaceTool(QString::fromLatin1(tool), QByteArray());
+    }
+    const auto dialog = makeDialog();
+    dialog->show();
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"))->text(),
+             QStringLiteral("00"));
+}
+
+void TestSettings::widgetTree_isComplete_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("parent");
+
+    const char* const rows[][3] = {
+        {"settingsFrame", "QFrame", "Settings"},
+        {"widget", "QWidget", "settingsFrame"},
+        {"titleobject", "QLabel", "widget"},
+        {"label", "QLabel", "widget"},
+        {"stackedWidget", "QStackedWidget", "settingsFrame"},
+        {"generalSettingsPage", "QWidget", "stackedWidget"},
+        {"generalSettingsListWidget", "GeneralSettings", "generalSettingsPage"},
+        {"networkPage", "QWidget", "stackedWidget"},
+        {"networkSettingsListWidget", "NetworkSettings", "networkPage"},
+        {"Chinese", "QPushButton", "settingsFrame"},
+        {"English", "QPushButton", "settingsFrame"},
+        {"buttonBarFrame", "QFrame", "Settings"},
+        {"generalPushButton", "QPushButton", "buttonBarFrame"},
+        {"networkPushButton", "QPushButton", "buttonBarFrame"},
+        {"wifiPushButton", "QPushButton", "buttonBarFrame"},
+        {"fileManagerPushButton", "QPushButton", "buttonBarFrame"},
+        {"versionPushButton", "QPushButton", "buttonBarFrame"},
+        {"restartPushButton", "QPushButton", "buttonBarFrame"},
+        {"statusBarFrame", "QFrame", "Settings"},
+        {"statusText", "QLabel", "statusBarFrame"},
+        {"udisk1Image", "QLabel", "statusBarFrame"},
+        {"uDisk1Text", "QLabel", "statusBarFrame"},
+        {"udisk2Image", "QLabel", "statusBarFrame"},
+        {"uDisk2Text", "QLabel", "statusBarFrame"},
+        {"SDImage", "QLabel", "statusBarFrame"},
+        {"SDText", "QLabel", "statusBarFrame"},
+    };
+    for (const auto& row : rows) {
+        QTest::newRow(row[0]) << row[0] << row[1] << row[2];
+    }
+}
+
+void TestSettings::widgetTree_isComplete()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, type);
+    QFETCH(QString, parent);
+    const auto dialog = makeDialog();
+    const QList<QWidget*> found = dialog->findChildren<QWidget*>(name);
+    QCOMPARE(found.size(), 1);
+    QCOMPARE(QString::fromLatin1(found.first()->metaObject()->className()), type);
+    QCOMPARE(found.first()->parentWidget()->objectName(), parent);
+}
+
+void TestSettings::form_hasItsSizeAndMargins()
+{
+    const Settings dialog(nullptr);
+    QCOMPARE(dialog.objectName(), QStringLiteral("Settings"));
+    QCOMPARE(dialog.size(), QSize(1158, 734));
+    QCOMPARE(dialog.layout()->contentsMargins(), QMargins());
+    QCOMPARE(dialog.layout()->spacing(), 0);
+    QVERIFY(!dialog.testAttribute(Qt::WA_DeleteOnClose));
+
+    for (const char* name : {"generalSettingsPage", "networkPage"}) {
+        const auto* page = dialog.findChild<QWidget*>(QString::fromLatin1(name));
+        QCOMPARE(page->contentsMargins(), QMargins(0, 20, 0, 0));
+        QCOMPARE(page->layout()->contentsMargins(), QMargins(50, 0, 50, 30));
+    }
+    const auto* bar = dialog.findChild<QFrame*>(QStringLiteral("buttonBarFrame"));
+    QCOMPARE(bar->layout()->contentsMargins(), QMargins(50, 0, 50, 0));
+    QCOMPARE(bar->layout()->spacing(), 0);
+
+    const auto* frame = dialog.findChild<QFrame*>(QStringLiteral("settingsFrame"));
+    QCOMPARE(frame->frameShape(), QFrame::StyledPanel);
+    QCOMPARE(frame->frameShadow(), QFrame::Raised);
+    QCOMPARE(frame->styleSheet(),
+             QStringLiteral("QFrame#settingsFrame{background-color: rgb(163, 198, 218);border: 0px "
+                            "solid rgb(163, 198, 218)}"));
+    QCOMPARE(bar->styleSheet(),
+             QStringLiteral("QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: "
+                            "0px solid rgb(163, 198, 218);}"));
+    const auto* general =
+        dialog.findChild<GeneralSettings*>(QStringLiteral("generalSettingsListWidget"));
+    QCOMPARE(general->styleSheet(),
+             QStringLiteral("QWidget#generalSettingsListWidget{border: 2px;background:rgb(246, "
+                            "246, 246);border-top-left-radius: 8px;border-top-right-radius: 8px;}"));
+    QCOMPARE(general->property("isWrapping"), QVariant(false));
+    QCOMPARE(dialog.findChild<NetworkSettings*>()->styleSheet(),
+             QStringLiteral("QWidget#networkSettingsListWidget{border-image:url(:/Resources/"
+                            "background.png);border:0px}"));
+    QCOMPARE(dialog.findChild<QWidget*>(QStringLiteral("networkPage"))->styleSheet(),
+             QStringLiteral(
+                 "QWidget#titleobject{background-color:qlineargradient(spread:pad,x1:0,y1:0,x2:0,"
+                 "y2:1,stop:0 #1cc3ff,stop:1 #2b39ff);color:white;border:0px;}"));
+}
+
+void TestSettings::titleBar_looksAsDocumented()
+{
+    const auto dialog = makeDialog();
+    const auto* title = dialog->findChild<QLabel*>(QStringLiteral("titleobject"));
+    QCOMPARE(title->text(), QString::fromUtf8("系统设置"));
+    QCOMPARE(title->minimumHeight(), 80);
+    QCOMPARE(title->maximumHeight(), 80);
+    QCOMPARE(int(title->alignment()), int(Qt::AlignRight | Qt::AlignVCenter));
+
+    const auto* icon = dialog->findChild<QLabel*>(QStringLiteral("label"));
+    QVERIFY(samePicture(icon, ":/Resources/setting_white.png"));
+    QCOMPARE(int(icon->alignment()), 0xC1);
+    QCOMPARE(icon->margin(), 10);
+
+    const auto* bar = dialog->findChild<QWidget*>(QStringLiteral("widget"));
+    QCOMPARE(bar->styleSheet(),
+             QStringLiteral("background-color: rgb(96, 157, 191);color:white;"));
+    QCOMPARE(int(bar->layout()->alignment()), int(Qt::AlignCenter));
+    const auto* shadow = qobject_cast<QGraphicsDropShadowEffect*>(bar->graphicsEffect());
+    QVERIFY(shadow);
+    QCOMPARE(shadow->offset(), QPointF(0, 0));
+    QCOMPARE(shadow->color(), QColor(Qt::black));
+    QCOMPARE(shadow->blurRadius(), 5.0);
+}
+
+void TestSettings::titleButtons_standAtTheirPlaces()
+{
+    const auto dialog = makeDialog();
+    const auto* chinese = dialog->findChild<QPushButton*>(QStringLiteral("Chinese"));
+    const auto* english = dialog->findChild<QPushButton*>(QStringLiteral("English"));
+    QCOMPARE(chinese->geometry(), QRect(50, 45, 80, 40));
+    QCOMPARE(english->geometry(), QRect(130, 45, 80, 40));
+    QCOMPARE(chinese->iconSize(), QSize(80, 40));
+    QCOMPARE(english->iconSize(), QSize(80, 40));
+
+    const int screenWidth = QGuiApplication::primaryScreen()->geometry().width();
+    const QWidget* close = dialog->childAt(screenWidth - 35, 35);
+    if (screenWidth > dialog->width()) {
+        dialog->resize(screenWidth, 600);
+        close = dialog->childAt(screenWidth - 35, 35);
+    }
+    QVERIFY(close);
+    QCOMPARE(close->geometry(), QRect(screenWidth - 55, 15, 40, 40));
+    QCOMPARE(close->styleSheet(),
+             QStringLiteral("QPushButton{border-image: url(:/Resources/close.png); "
+                            "background-color: rgba(255, 255, 255, 0);color:white;}"));
+}
+
+void TestSettings::languageFaces_followTheLanguage_data()
+{
+    QTest::addColumn<int>("language");
+    QTest::addColumn<QString>("chineseFace");
+    QTest::addColumn<QString>("englishFace");
+    QTest::newRow("Chinese") << 0 << "left_selected" << "right_unselected";
+    QTest::newRow("English") << 1 << "left_unselected" << "right_selected";
+    QTest::newRow("another value is English") << 5 << "left_unselected" << "right_selected";
+}
+
+void TestSettings::languageFaces_followTheLanguage()
+{
+    QFETCH(int, language);
+    QFETCH(QString, chineseFace);
+    QFETCH(QString, englishFace);
+    const auto dialog = makeDialog();
+    dialog->updateLanguage(static_cast<Settings::Language>(language));
+    const auto face = QStringLiteral("QPushButton{border-image: url(:/Resources/%1.png); "
+                                     "color:white}");
+    QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("Chinese"))->styleSheet(),
+             face.arg(chineseFace));
+    QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("English"))->styleSheet(),
+             face.arg(englishFace));
+}
+
+namespace {
+
+QPushButton* closeButton(const Settings& dialog)
+{
+    for (auto* button : dialog.findChildren<QPushButton*>()) {
+        if (button->styleSheet().contains(QStringLiteral("close.png"))) {
+            return button;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void TestSettings::closeButton_isHiddenByTheRecord_data()
+{
+    QTest::addColumn<int>("recordByte");
+    QTest::addColumn<bool>("visible");
+    QTest::newRow("zero shows") << 0 << true;
+    QTest::newRow("one hides") << 1 << false;
+    QTest::newRow("any other value hides") << 0x80 << false;
+}
+
+void TestSettings::closeButton_isHiddenByTheRecord()
+{
+    QFETCH(int, recordByte);
+    QFETCH(bool, visible);
+    PanelWorld::patchImage(closeHiddenByte, QByteArray(1, char(recordByte)));
+    const auto dialog = makeDialog();
+    dialog->show();
+    const QPushButton* button = closeButton(*dialog);
+    QCOMPARE(button->isVisible(), visible);
+    dialog->updateLanguage(Settings::English);
+    QCOMPARE(button->isVisible(), visible);
+    dialog->refresh();
+    QCOMPARE(button->isVisible(), visible);
+}
+
+void TestSettings::barButtons_haveIconAndCaption_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("picture");
+    QTest::addColumn<QString>("caption");
+    QTest::addColumn<QString>("englishCaption");
+    QTest::addColumn<bool>("selected");
+    QTest::newRow("general") << "generalPushButton" << ":/Resources/setting_white.png"
+                             << QString::fromUtf8("通用设置") << "General" << true;
+    QTest::newRow("network") << "networkPushButton" << ":/Resources/network.png"
+                             << QString::fromUtf8("网络设置") << "Network" << false;
+    QTest::newRow("restart") << "restartPushButton" << ":/Resources/restart.png"
+                             << QString::fromUtf8("重启") << "Restart" << false;
+}
+
+void TestSettings::barButtons_haveIconAndCaption()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, picture);
+    QFETCH(QString, caption);
+    QFETCH(QString, englishCaption);
+    QFETCH(bool, selected);
+    const auto dialog = makeDialog();
+    dialog->show();
+    const auto* button = dialog->findChild<QPushButton*>(name);
+    QVERIFY(button->isVisible());
+    QVERIFY(button->text().isEmpty());
+    QVERIFY(button->minimumHeight() >= 70);
+    QCOMPARE(button->styleSheet(), selected ? selectedButton : unselectedButton);
+
+    const auto* column = qobject_cast<QVBoxLayout*>(button->layout());
+    QVERIFY(column);
+    QCOMPARE(column->contentsMargins(), QMargins(0, 10, 0, 10));
+    for (int item : {0, 1}) {
+        QCOMPARE(column->stretch(item), 1);
+        QCOMPARE(int(column->itemAt(item)->alignment()), int(Qt::AlignCenter));
+    }
+    const QLabel* icon = inside(button, 0);
+    QCOMPARE(icon->size(), QSize(27, 27));
+    QVERIFY(samePicture(icon, picture.toLatin1().constData()));
+    QCOMPARE(inside(button, 1)->text(), caption);
+
+    dialog->updateLanguage(Settings::English);
+    QCOMPARE(inside(button, 1)->text(), englishCaption);
+}
+
+void TestSettings::barButtons_heightFollowsTheScreen()
+{
+    const auto dialog = makeDialog();
+    dialog->resize(QGuiApplication::primaryScreen()->size());
+    dialog->show();
+    const bool wide = QGuiApplication::primaryScreen()->geometry().width() == 1920;
+    for (const char* name : {"generalPushButton", "networkPushButton", "restartPushButton"}) {
+        const auto* button = dialog->findChild<QPushButton*>(QString::fromLatin1(name));
+        QCOMPARE(button->maximumHeight(), wide ? 90 : QWIDGETSIZE_MAX);
+        QCOMPARE(button->minimumHeight(), wide ? 90 : 70);
+        QVERIFY(button->height() >= 70);
+    }
+}
+
+void TestSettings::barButtons_ofLaterPagesAreHiddenAndDoNothing()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    const auto* pages = dialog->findChild<QStackedWidget*>();
+    PanelWorld::clearCommands();
+    setKeyClick("off");
+    for (const char* name : {"wifiPushButton", "fileManagerPushButton", "versionPushButton"}) {
+        auto* button = dialog->findChild<QPushButton*>(QString::fromLatin1(name));
+        QVERIFY(!button->isVisible());
+        button->click();
+        QCOMPARE(pages->currentIndex(), 0);
+    }
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    // Their slots exist for the pages to come.
+    for (const char* slot : {"onWifiSettingsClicked()", "onFileManagerSettingsClicked()",
+                             "onVersionSettingsClicked()"}) {
+        QVERIFY2(dialog->metaObject()->indexOfSlot(slot) >= 0, slot);
+    }
+}
+
+void TestSettings::fonts_areThePanelsWithTheirSizes()
+{
+    const auto dialog = makeDialog();
+    const QString family = QFontDatabase::applicationFontFamilies(
+                               QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf")))
+                               .value(0);
+    QVERIFY(!family.isEmpty());
+    const struct
+    {
+        const char* name;
+        int weight;
+        int points;
+    } rows[] = {
+        {"titleobject", 50, 20},       {"Chinese", 50, 12},          {"English", 50, 12},
+        {"generalPushButton", 75, 9},  {"networkPushButton", 75, 9}, {"restartPushButton", 75, 9},
+        {"statusText", 75, 10},        {"uDisk1Text", 75, 10},       {"uDisk2Text", 75, 10},
+        {"SDText", 75, 10},
+    };
+    for (const auto& row : rows) {
+        const QFont font = dialog->findChild<QWidget*>(QString::fromLatin1(row.name))->font();
+        QVERIFY2(font.family() == family, row.name);
+        QVERIFY2(font.weight() == row.weight, row.name);
+        QVERIFY2(font.pointSize() == row.points, row.name);
+    }
+}
+
+void TestSettings::pages_switchWithTheBar()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    const auto* pages = dialog->findChild<QStackedWidget*>();
+    auto* general = dialog->findChild<QPushButton*>(QStringLiteral("generalPushButton"));
+    auto* network = dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton"));
+    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("generalSettingsPage"));
+    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
+
+    QTest::mouseClick(network, Qt::LeftButton);
+    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("networkPage"));
+    QCOMPARE(general->styleSheet(), unselectedButton);
+    QCOMPARE(network->styleSheet(), selectedButton);
+    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:black;"));
+    QCOMPARE(inside(network, 1)->styleSheet(), QStringLiteral("color:white;"));
+    QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_blue.png"));
+    QVERIFY(samePicture(inside(network, 0), ":/Resources/network1.png"));
+
+    QTest::mouseClick(general, Qt::LeftButton);
+    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("generalSettingsPage"));
+    QCOMPARE(general->styleSheet(), selectedButton);
+    QCOMPARE(network->styleSheet(), unselectedButton);
+    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
+    QCOMPARE(inside(network, 1)->styleSheet(), QStringLiteral("color:black;"));
+    QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_white.png"));
+    QVERIFY(samePicture(inside(network, 0), ":/Resources/network.png"));
+}
+
+void TestSettings::generalPressedOnGeneral_changesNothingButColours()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    auto* general = dialog->findChild<QPushButton*>(QStringLiteral("generalPushButton"));
+    inside(general, 1)->setStyleSheet(QStringLiteral("color:red;"));
+    inside(general, 0)->setPixmap(QPixmap());
+    general->setStyleSheet(QString()); // is not drawn again: the page is shown already
+    QTest::mouseClick(general, Qt::LeftButton);
+    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
+    QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_white.png"));
+    QCOMPARE(general->styleSheet(), QString());
+    QCOMPARE(dialog->findChild<QStackedWidget*>()->currentIndex(), 0);
+}
+
+void TestSettings::press_beepsByTheSettingsFile_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("buzzer");
+    QTest::addColumn<int>("beeps");
+    for (const char* button : {"generalPushButton", "networkPushButton", "Chinese", "English"}) {
+        const QByteArray name(button);
+        QTest::newRow(name + " on") << button << "on" << 1;
+        QTest::newRow(name + " off") << button << "off" << 0;
+        QTest::newRow(name + " absent") << button << "" << 0;
+        QTest::newRow(name + " another case") << button << "On" << 0;
+    }
+}
+
+void TestSettings::press_beepsByTheSettingsFile()
+{
+    QFETCH(QString, button);
+    QFETCH(QString, buzzer);
+    QFETCH(int, beeps);
+    const auto dialog = makeDialog();
+    dialog->show();
+    auto* target = dialog->findChild<QPushButton*>(button);
+    QSettings settings(settingsFile, QSettings::IniFormat);
+    if (buzzer.isEmpty()) {
+        settings.remove(QStringLiteral("General/buzzer"));
+    } else {
+        settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+    }
+    QSignalSpy clicks(target, &QPushButton::clicked);
+    PanelWorld::clearCommands();
+    QTest::mouseClick(target, Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands().count(longBeep), beeps);
+    QCOMPARE(clicks.count(), 1);
+}
+
+void TestSettings::close_writesRegisterBeforeHiding()
+{
+    NoticeListener runtime(noticePipe);
+    const auto dialog = makeDialog();
+    dialog->resize(QGuiApplication::primaryScreen()->size());
+    dialog->show();
+    PanelWorld::setAreaBit(closeArea, closeBit, true);
+    PanelWorld::setAreaBit(closeArea, closeBit + 1, true);
+    runtime.takeAll();
+    HideWatch watch(runtime);
+    dialog->installEventFilter(&watch);
+
+    QTest::mouseClick(closeButton(*dialog), Qt::LeftButton);
+    QVERIFY(watch.hidden);
+    QCOMPARE(watch.noticesBeforeHiding, QList<quint32>({86}));
+    QCOMPARE(PanelWorld::areaBit(closeArea, closeBit), false);
+    QCOMPARE(PanelWorld::areaBit(closeArea, closeBit + 1), true);
+    QVERIFY(!dialog->isVisible());
+
+    dialog->show(); // the host may show it again
+    QVERIFY(dialog->isVisible());
+}
+
+void TestSettings::close_withoutRuntime_stillHides()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    closeButton(*dialog)->click();
+    QVERIFY(!dialog->isVisible());
+}
+
+void TestSettings::restart_rebootsWithoutAsking()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    setKeyClick("off");
+    PanelWorld::clearCommands();
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("restartPushButton")),
+                      Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("reboot")}));
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void TestSettings::refresh_replacesNothingTwice()
+{
+    const auto dialog = makeDialog();
+    const int objects = dialog->findChildren<QObject*>().size();
+    for (int round = 0; round < 10; ++round) {
+        dialog->refresh();
+    }
+    QCOMPARE(dialog->findChildren<QObject*>().size(), objects);
+}
+
+void TestSettings::touchEvents_areAccepted()
+{
+    const Settings dialog(nullptr);
+    QVERIFY(dialog.testAttribute(Qt::WA_AcceptTouchEvents));
+}
+
+void TestSettings::repaintTimer_repaintsOnceAfterADrag()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
+    QCoreApplication::processEvents();
+    PaintCount count;
+    dialog->installEventFilter(&count);
+    QTest::qWait(50);
+    QCOMPARE(count.paints, 0);
+    InputDialog::p_move = true;
+    QTRY_VERIFY(!InputDialog::p_move);
+    QCOMPARE(count.paints, 1);
+
+    // Before init() there is no such timer.
+    InputDialog::p_move = true;
+    dialog->hide();
+    Settings notStarted(nullptr);
+    QTimerEvent foreign(12345);
+    QCoreApplication::sendEvent(&notStarted, &foreign);
+    QVERIFY(InputDialog::p_move);
+    InputDialog::p_move = false;
+}
+
+void TestSettings::statusBar_isBuiltAndTakesNoSpace()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    const auto* strip = dialog->findChild<QFrame*>(QStringLiteral("statusBarFrame"));
+    const auto* bar = dialog->findChild<QFrame*>(QStringLiteral("buttonBarFrame"));
+    for (const auto language : {Settings::Chinese, Settings::English}) {
+        dialog->updateLanguage(language);
+        QVERIFY(!strip->isVisible());
+        QCOMPARE(bar->geometry().bottom(), dialog->rect().bottom());
+    }
+    QCOMPARE(strip->styleSheet(),
+             QStringLiteral(
+                 "QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}"));
+    const char* const order[] = {"statusText",  "udisk1Image", "uDisk1Text", "udisk2Image",
+                                 "uDisk2Text", "SDImage",     "SDText"};
+    for (int item = 0; item < int(std::size(order)); ++item) {
+        QCOMPARE(strip->layout()->itemAt(item)->widget()->objectName(),
+                 QString::fromLatin1(order[item]));
+    }
+    const auto label = [&](const char* name) {
+        return dialog->findChild<QLabel*>(QString::fromLatin1(name));
+    };
+    QVERIFY(samePicture(label("udisk1Image"), ":/Resources/udisk.png"));
+    QVERIFY(samePicture(label("udisk2Image"), ":/Resources/udisk.png"));
+    QVERIFY(samePicture(label("SDImage"), ":/Resources/sd.png"));
+    QCOMPARE(label("statusText")->text(), QStringLiteral("Status:"));
+    QCOMPARE(label("uDisk1Text")->text(), QStringLiteral("u disk1"));
+    QCOMPARE(label("uDisk2Text")->text(), QStringLiteral("u disk2"));
+    QCOMPARE(label("SDText")->text(), QStringLiteral("SD"));
+}
+
+namespace {
+
+/// One selector and the image bytes it may change.
+struct SelectorRow
+{
+    const char* name;
+    Settings::FlashWR1DataType type;
+    QList<QPair<int, int>> ranges; // offset, length
+};
+
+const SelectorRow selectorRows[] = {
+    {"whole record", Settings::WR1_ALL, {{0, 187}}},
+    {"brightness", Settings::WR1_BRIGHTNESS, {{29, 2}}},
+    {"addresses of both adapters", Settings::WR1_IP, {{41, 4}, {174, 4}}},
+    {"masks of both adapters", Settings::WR1_MASK, {{49, 4}, {182, 4}}},
+    {"gateways of both adapters", Settings::WR1_GATEWAY, {{45, 4}, {178, 4}}},
+};
+
+EEInfoDetail::Flash_WR_1 recordOf(const QByteArray& bytes)
+{
+    EEInfoDetail::Flash_WR_1 record;
+    memcpy(&record, bytes.constData(), sizeof record);
+    return record;
+}
+
+} // namespace
+
+void TestSettings::updateEEData_copiesOnlyTheSelectedFields_data()
+{
+    QTest::addColumn<int>("row");
+    int index = 0;
+    for (const SelectorRow& row : selectorRows) {
+        QTest::newRow(row.name) << index++;
+    }
+}
+
+void TestSettings::updateEEData_copiesOnlyTheSelectedFields()
+{
+    QFETCH(int, row);
+    const SelectorRow& selector = selectorRows[row];
+    const QByteArray original = PanelWorld::image();
+    const auto dialog = makeDialog();
+    auto* page = dialog->findChild<GeneralSettings*>();
+    PanelWorld::clearCommands();
+
+    QByteArray changed(187, '\0');
+    for (int at = 0; at < changed.size(); ++at) {
+        changed[at] = char(original.at(at) ^ 0x5A);
+    }
+    auto record = recordOf(changed);
+    emit page->updateEEData(record, selector.type);
+
+    QByteArray expected = original;
+    for (const auto& range : selector.ranges) {
+        expected.replace(range.first, range.second, changed.mid(range.first, range.second));
+    }
+    QCOMPARE(PanelWorld::image(), expected);
+    QCOMPARE(PanelWorld::commands(), QStringList({readImage, writeImage}));
+    PanelWorld::setImage(original);
+}
+
+void TestSettings::updateEEData_unknownSelector_writesNothing()
+{
+    const QByteArray original = PanelWorld::image();
+    const auto dialog = makeDialog();
+    auto* page = dialog->findChild<GeneralSettings*>();
+    PanelWorld::clearCommands();
+    auto record = recordOf(QByteArray(187, 'x'));
+    for (unsigned selector : {5U, 7U, 255U, 0xFFFFFFFFU}) {
+        emit page->updateEEData(record, static_cast<Settings::FlashWR1DataType>(selector));
+    }
+    QMetaObject::invokeMethod(dialog.get(), "onWriteEEData");
+    QCOMPARE(PanelWorld::commands(), QStringList());
+
+    // Nothing went into the cache either: a later write shows it.
+    emit page->updateEEData(record, Settings::WR1_MASK);
+    QByteArray expected = original;
+    expected.replace(49, 4, "xxxx").replace(182, 4, "xxxx");
+    QCOMPARE(PanelWorld::image(), expected);
+    PanelWorld::setImage(original);
+}
+
+void TestSettings::updateEEData_comesFromBothPages()
+{
+    const QByteArray original = PanelWorld::image();
+    const auto dialog = makeDialog();
+    PanelWorld::clearCommands();
+    auto record = recordOf(QByteArray(187, 'y'));
+    emit dialog->findChild<NetworkSettings*>()->updateEEData(record, Settings::WR1_IP);
+    QCOMPARE(PanelWorld::image().mid(41, 4), QByteArray("yyyy"));
+    QCOMPARE(PanelWorld::image().mid(174, 4), QByteArray("yyyy"));
+    PanelWorld::setImage(original);
+}
+
+void TestSettings::brightness_isWrittenOnceMoreAtTheNextTick()
+{
+    const auto dialog = makeDialog();
+    auto* page = dialog->findChild<GeneralSettings*>();
+    PanelWorld::clearCommands();
+    auto record = recordOf(PanelWorld::image());
+    const auto writes = [] { return PanelWorld::commands().count(writeImage); };
+    // No event loop runs here, so the timer cannot tick in between.
+    record.brightness = 100;
+    emit page->updateEEData(record, Settings::WR1_BRIGHTNESS);
+    record.brightness = 104;
+    emit page->updateEEData(record, Settings::WR1_BRIGHTNESS);
+    QCOMPARE(writes(), 2);
+    QMetaObject::invokeMethod(dialog.get(), "onWriteEEData");
+    QCOMPARE(writes(), 3);
+    QCOMPARE(PanelWorld::image().at(brightnessByte), char(104));
+    QMetaObject::invokeMethod(dialog.get(), "onWriteEEData");
+    QCOMPARE(writes(), 3);
+}
+
+void TestSettings::writeBack_happensByItsTimer()
+{
+    const auto dialog = makeDialog();
+    PanelWorld::clearCommands();
+    auto record = recordOf(PanelWorld::image());
+    emit dialog->findChild<GeneralSettings*>()->updateEEData(record, Settings::WR1_BRIGHTNESS);
+    QCOMPARE(PanelWorld::commands().count(writeImage), 1);
+    QTRY_COMPARE(PanelWorld::commands().count(writeImage), 2);
+    // Two more ticks: nothing is pending any more.
+    QTest::qWait(2200);
+    QCOMPARE(PanelWorld::commands().count(writeImage), 2);
+}
+
+void TestSettings::writeBack_runsWhileHidden()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    dialog->close();
+    PanelWorld::clearCommands();
+    auto record = recordOf(PanelWorld::image());
+    emit dialog->findChild<GeneralSettings*>()->updateEEData(record, Settings::WR1_BRIGHTNESS);
+    QTRY_COMPARE(PanelWorld::commands().count(writeImage), 2);
+}
+
+void TestSettings::networkFields_areWrittenOnce()
+{
+    const auto dialog = makeDialog();
+    PanelWorld::clearCommands();
+    auto record = recordOf(PanelWorld::image());
+    for (auto type : {Settings::WR1_IP, Settings::WR1_MASK, Settings::WR1_GATEWAY}) {
+        emit dialog->findChild<NetworkSettings*>()->updateEEData(record, type);
+    }
+    QMetaObject::invokeMethod(dialog.get(), "onWriteEEData");
+    QCOMPARE(PanelWorld::commands().count(writeImage), 3);
+}
+
+void TestSettings::language_isTakenFromTheRegister_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<QString>("title");
+    QTest::newRow("0 is Chinese") << 0 << QString::fromUtf8("系统设置");
+    QTest::newRow("1 is English") << 1 << "System Settings";
+    QTest::newRow("5 shows English and stays 5") << 5 << "System Settings";
+    QTest::newRow("255 shows English and stays 255") << 255 << "System Settings";
+}
+
+void TestSettings::language_isTakenFromTheRegister()
+{
+    QFETCH(int, stored);
+    QFETCH(QString, title);
+    setLanguageRegister(char(stored));
+    const QByteArray neighbours = PanelWorld::fileContent(languageArea);
+    NoticeListener runtime(noticePipe);
+    const auto dialog = makeDialog();
+    QCOMPARE(dialog->findChild<QLabel*>(QStringLiteral("titleobject"))->text(), title);
+    QCOMPARE(languageRegister(), stored);
+    // Four bytes are passed, the register takes one: what lies behind it stays.
+    QCOMPARE(PanelWorld::fileContent(languageArea), neighbours);
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({20}));
+}
+
+void TestSettings::language_withoutRegisterFile_isChinese()
+{
+    QVERIFY(QFile::rename(languageArea, languageArea + QStringLiteral(".away")));
+    const auto dialog = makeDialog();
+    QCOMPARE(dialog->findChild<QLabel*>(QStringLiteral("titleobject"))->text(),
+             QString::fromUtf8("系统设置"));
+    QVERIFY(!QFile::exists(languageArea));
+    QVERIFY(QFile::rename(languageArea + QStringLiteral(".away"), languageArea));
+}
+
+void TestSettings::language_isAnnouncedOnceAtStart()
+{
+    setLanguageRegister(1);
+    Settings dialog(nullptr);
+    QList<int> announced;
+    connect(&dialog, &Settings::changeLanguage, this,
+            [&announced](Settings::Language language) { announced << int(language); });
+    dialog.init();
+    QCOMPARE(announced, QList<int>({1}));
+}
+
+void TestSettings::language_buttonsSwitchAndStore()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    const auto* title = dialog->findChild<QLabel*>(QStringLiteral("titleobject"));
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("English")), Qt::LeftButton);
+    QCOMPARE(title->text(), QStringLiteral("System Settings"));
+    QCOMPARE(languageRegister(), 1);
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("Chinese")), Qt::LeftButton);
+    QCOMPARE(title->text(), QString::fromUtf8("系统设置"));
+    QCOMPARE(languageRegister(), 0);
+}
+
+void TestSettings::language_shownAlready_isSwitchedAgain()
+{
+    NoticeListener runtime(noticePipe);
+    const auto dialog = makeDialog();
+    dialog->show();
+    runtime.takeAll();
+    int announced = 0;
+    connect(dialog.get(), &Settings::changeLanguage, this, [&announced] { ++announced; });
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("Chinese")), Qt::LeftButton);
+    QCOMPARE(announced, 1);
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({20}));
+}
+
+void TestSettings::language_renamedButton_switchesNothing()
+{
+    const auto dialog = makeDialog();
+    dialog->show();
+    auto* english = dialog->findChild<QPushButton*>(QStringLiteral("English"));
+    for (const char* name : {"english", "Francais", ""}) {
+        english->setObjectName(QString::fromLatin1(name));
+        QTest::mouseClick(english, Qt::LeftButton);
+        QCOMPARE(languageRegister(), 0);
+    }
+}
+
+void TestSettings::language_lastsForTheNextDialog()
+{
+    makeDialog()->updateLanguage(Settings::English);
+    const auto next = makeDialog();
+    QCOMPARE(next->findChild<QLabel*>(QStringLiteral("titleobject"))->text(),
+             QStringLiteral("System Settings"));
+}
+
+void TestSettings::dialogs_areIndependent()
+{
+    auto first = makeDialog();
+    const auto second = makeDialog();
+    second->show();
+    first.reset();
+    QTest::mouseClick(second->findChild<QPushButton*>(QStringLiteral("networkPushButton")),
+                      Qt::LeftButton);
+    QCOMPARE(second->findChild<QStackedWidget*>()->currentIndex(), 1);
+}
+
+void TestSettings::dialogs_leaveNothingBehind()
+{
+    makeDialog(); // makes what lives as long as the library
+    const auto descriptors = [] { return QDir(QStringLiteral("/proc/self/fd")).count(); };
+    const int widgets = QApplication::allWidgets().size();
+    const uint open = descriptors();
+    for (int round = 0; round < 100; ++round) {
+        const auto dialog = makeDialog();
+        dialog->show();
+        QCoreApplication::processEvents();
+    }
+    QCOMPARE(QApplication::allWidgets().size(), widgets);
+    QCOMPARE(descriptors(), open);
+    QCOMPARE(QCoreApplication::translate("Settings", "System Settings"),
+             QStringLiteral("System Settings"));
+}
+
+QTEST_MAIN(TestSettings)
+#include "test_settings.moc"
