@@ -34,8 +34,7 @@ public:
     Page() : settings(settingsPath, QSettings::IniFormat)
     {
         record.reserved_0 = 0x11223344;
-        const int fontId =
-            QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf"));
+        const int fontId = QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf"));
         page.init(fontId, record, &settings);
         QObject::connect(&page, &GeneralSettings::updateEEData, &page,
                          [this](EEInfoDetail::Flash_WR_1& changed, auto type) {
@@ -199,9 +198,8 @@ void TestGeneral::conversion_fromRaw_data()
 {
     QTest::addColumn<int>("raw");
     QTest::addColumn<int>("level");
-    const int rows[][2] = {{-1, 0},  {0, 0},   {75, 0},   {76, 1},   {79, 1},   {80, 2},
-                           {83, 2},  {92, 5},  {199, 31}, {200, 32}, {203, 32}, {204, 33},
-                           {255, 45}};
+    const int rows[][2] = {{-1, 0}, {0, 0},    {75, 0},   {76, 1},   {79, 1},   {80, 2},  {83, 2},
+                           {92, 5}, {199, 31}, {200, 32}, {203, 32}, {204, 33}, {255, 45}};
     for (const auto& row : rows) {
         QTest::addRow("raw %d", row[0]) << row[0] << row[1];
     }
@@ -251,8 +249,8 @@ void TestGeneral::start_appliesNothing()
     EEInfoDetail::Flash_WR_1 record{};
     QSettings settings(settingsPath, QSettings::IniFormat);
     GeneralSettings page;
-    QSignalSpy updates(
-        &page, SIGNAL(updateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)));
+    QSignalSpy updates(&page,
+                       SIGNAL(updateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType)));
     QCOMPARE(PanelWorld::commands(), QStringList()); // construction touches no tool
     page.init(0, record, &settings);
     QCOMPARE(PanelWorld::commands().mid(0, 2),
@@ -330,18 +328,12 @@ void TestGeneral::grid_placesTheThreeRows()
         int row, column, columnSpan;
         int alignment;
     } places[] = {
-        {panel.label(0, 0), 0, 0, 1, 0},
-        {panel.label(0, 1), 0, 1, 1, 0},
-        {panel.minus(), 0, 2, 1, Qt::AlignRight},
-        {panel.slider(), 0, 3, 2, Qt::AlignHCenter},
-        {panel.cell(1, 0), 1, 0, 7, 0},
-        {panel.label(2, 0), 2, 0, 1, 0},
-        {panel.label(2, 1), 2, 1, 1, 0},
-        {panel.label(2, 2), 2, 2, 3, Qt::AlignHCenter},
-        {panel.clock(), 2, 5, 1, Qt::AlignLeft},
-        {panel.cell(3, 0), 3, 0, 7, 0},
-        {panel.label(4, 0), 4, 0, 1, 0},
-        {panel.label(4, 1), 4, 1, 1, 0},
+        {panel.label(0, 0), 0, 0, 1, 0},          {panel.label(0, 1), 0, 1, 1, 0},
+        {panel.minus(), 0, 2, 1, Qt::AlignRight}, {panel.slider(), 0, 3, 2, Qt::AlignHCenter},
+        {panel.cell(1, 0), 1, 0, 7, 0},           {panel.label(2, 0), 2, 0, 1, 0},
+        {panel.label(2, 1), 2, 1, 1, 0},          {panel.label(2, 2), 2, 2, 3, Qt::AlignHCenter},
+        {panel.clock(), 2, 5, 1, Qt::AlignLeft},  {panel.cell(3, 0), 3, 0, 7, 0},
+        {panel.label(4, 0), 4, 0, 1, 0},          {panel.label(4, 1), 4, 1, 1, 0},
         {panel.buzzer(), 4, 5, 1, Qt::AlignLeft},
     };
     for (const auto& place : places) {
@@ -402,8 +394,7 @@ void TestGeneral::rows_lookAsDocumented()
                             "#008cba;background-color: rgba(163, 198, 218, 100);}"));
     QCOMPARE(panel.minus()->styleSheet(),
              QStringLiteral("border-image:url(:/Resources/minus.png)"));
-    QCOMPARE(panel.plus()->styleSheet(),
-             QStringLiteral("border-image:url(:/Resources/plus.png);"));
+    QCOMPARE(panel.plus()->styleSheet(), QStringLiteral("border-image:url(:/Resources/plus.png);"));
     QCOMPARE(panel.minus()->contentsMargins(), QMargins(0, 0, 40, 0));
     QCOMPARE(panel.plus()->contentsMargins(), QMargins(40, 0, 0, 0));
     for (const QPushButton* button : {panel.minus(), panel.plus()}) {
@@ -419,8 +410,8 @@ void TestGeneral::rows_lookAsDocumented()
     QCOMPARE(slider->maximum(), 32);
     QVERIFY(!slider->hasTracking());
     QCOMPARE(slider->pageStep(), 0);
-    for (const char* part : {"groove", "sub-page", "#009efa", "add-page", "#989898",
-                             "width:20px", "rgb(193,204,208)"}) {
+    for (const char* part : {"groove", "sub-page", "#009efa", "add-page", "#989898", "width:20px",
+                             "rgb(193,204,208)"}) {
         QVERIFY2(slider->styleSheet().contains(QString::fromLatin1(part)), part);
     }
     QCOMPARE(panel.clock()->text(), QStringLiteral("setting"));
@@ -545,14 +536,22 @@ void TestGeneral::buttons_pressBeepsOnceOnly_data()
     QTest::addColumn<QString>("picture");
     QTest::addColumn<QString>("keyClick");
     QTest::addColumn<int>("beepsOnPress");
-    QTest::newRow("plus waits for its click") << "plus.png" << "on" << 0;
-    QTest::newRow("minus waits for its click") << "minus.png" << "on" << 0;
-    QTest::newRow("setting") << "setting_button.png" << "on" << 1;
-    QTest::newRow("setting, off") << "setting_button.png" << "off" << 0;
-    QTest::newRow("setting, absent") << "setting_button.png" << "" << 0;
-    QTest::newRow("buzzer switch, on") << "/switch_" << "on" << 0;
-    QTest::newRow("buzzer switch, off") << "/switch_" << "off" << 1;
-    QTest::newRow("buzzer switch, absent") << "/switch_" << "" << 0;
+    QTest::newRow("plus waits for its click") << "plus.png"
+                                              << "on" << 0;
+    QTest::newRow("minus waits for its click") << "minus.png"
+                                               << "on" << 0;
+    QTest::newRow("setting") << "setting_button.png"
+                             << "on" << 1;
+    QTest::newRow("setting, off") << "setting_button.png"
+                                  << "off" << 0;
+    QTest::newRow("setting, absent") << "setting_button.png"
+                                     << "" << 0;
+    QTest::newRow("buzzer switch, on") << "/switch_"
+                                       << "on" << 0;
+    QTest::newRow("buzzer switch, off") << "/switch_"
+                                        << "off" << 1;
+    QTest::newRow("buzzer switch, absent") << "/switch_"
+                                           << "" << 0;
 }
 
 void TestGeneral::buttons_pressBeepsOnceOnly()
@@ -569,7 +568,8 @@ void TestGeneral::buttons_pressBeepsOnceOnly()
     QPushButton* button = panel.button(picture.toLatin1().constData());
     button->setAutoRepeat(false);
     QTest::mousePress(button, Qt::LeftButton);
-    QCOMPARE(PanelWorld::commands(), QStringList(QVector<QString>(beepsOnPress, longBeep).toList()));
+    QCOMPARE(PanelWorld::commands(),
+             QStringList(QVector<QString>(beepsOnPress, longBeep).toList()));
     QVERIFY(button->isDown()); // the press went on to the button
     button->setDown(false);
 }
@@ -831,10 +831,14 @@ void TestGeneral::buzzer_registerWinsOverTheFile_data()
     QTest::addColumn<bool>("neighbour");
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("fileAfter");
-    QTest::newRow("off wins") << false << false << "on" << "off";
-    QTest::newRow("on wins") << true << false << "off" << "on";
-    QTest::newRow("only its own bit counts") << false << true << "on" << "off";
-    QTest::newRow("missing key") << true << false << "" << "on";
+    QTest::newRow("off wins") << false << false << "on"
+                              << "off";
+    QTest::newRow("on wins") << true << false << "off"
+                             << "on";
+    QTest::newRow("only its own bit counts") << false << true << "on"
+                                             << "off";
+    QTest::newRow("missing key") << true << false << ""
+                                 << "on";
 }
 
 void TestGeneral::buzzer_registerWinsOverTheFile()
@@ -914,10 +918,9 @@ void TestGeneral::clock_showsItsFormat()
     const QDateTime after = QDateTime::currentDateTime();
     QVERIFY(before <= shown && shown <= after);
     static const char* const days[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
-    const QString expected =
-        shown.toString(QStringLiteral("yyyy/MM/dd")) + QStringLiteral("   ") +
-        QString::fromLatin1(days[shown.date().dayOfWeek() - 1]) + QStringLiteral("    ") +
-        shown.toString(QStringLiteral("HH:mm:ss"));
+    const QString expected = shown.toString(QStringLiteral("yyyy/MM/dd")) + QStringLiteral("   ") +
+                             QString::fromLatin1(days[shown.date().dayOfWeek() - 1]) +
+                             QStringLiteral("    ") + shown.toString(QStringLiteral("HH:mm:ss"));
     QCOMPARE(panel.label(2, 2)->text(), expected);
 }
 
