@@ -47,7 +47,7 @@ void store(const fs::path& path, const std::vector<char>& content)
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
-template<typename Record>
+template <typename Record>
 void putRecord(Image& image, std::size_t offset, const Record& record)
 {
     std::memcpy(image.data() + offset, &record, sizeof record);
