@@ -157,6 +157,9 @@ void GeneralSettings::setBrightnessRow(const QFont& font)
     m_brightnessEdit.setAlignment(Qt::AlignHCenter);
     m_brightnessEdit.setFixedSize(70, 40);
     m_brightnessEdit.setStyleSheet(brightnessEditStyle);
+    // The keypad is the only way in: a keyboard would change the text and not the brightness.
+    m_brightnessEdit.setReadOnly(true);
+    m_brightnessEdit.setContextMenuPolicy(Qt::NoContextMenu);
     showBrightness();
 
     m_darkenButton.setStyleSheet(minusStyle);

@@ -377,7 +377,9 @@ void Settings::setButton(QPushButton* button, int index, QString imagePath, QStr
     if (m_screenWidth == 1920) {
         button->setFixedHeight(90);
     }
-    button->setFont(PanelFont::font(m_fontId, captionPointSize, QFont::Bold));
+    const QFont font = PanelFont::font(m_fontId, captionPointSize, QFont::Bold);
+    button->setFont(font);
+    caption.setFont(font); // a style sheet keeps the label from inheriting it
 }
 
 void Settings::setButtonClicked(QPushButton* button, bool clicked)

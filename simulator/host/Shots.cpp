@@ -1,0 +1,168 @@
+// Renders the settings as an operator sees them, for people to look at.
+//
+//   panel-shots --plugins FOLDER --out FOLDER
+//
+// Pictures are called SIZE-WINDOW-LANGUAGE.png.
+
+#include "plugin/SettingsInterface.h"
+#include "simulator/host/PanelHost.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDialog>
+#include <QDir>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QPushButton>
+#include <QScreen>
+#include <QTimer>
+#include <QWindow>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+/// The screen: every visible window in the order in which it was opened.
+QPixmap screenPicture(const QList<QWidget*>& windows)
+{
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    QPixmap picture(screen.size());
+    picture.fill(Qt::black);
+    QPainter painter(&picture);
+    for (QWidget* window : windows) {
+        painter.drawPixmap(window->geometry().topLeft() - screen.topLeft(), window->grab());
+    }
+    return picture;
+}
+
+class Photographer
+{
+public:
+    Photographer(QDialog* dialog, const QString& folder) : m_dialog(dialog), m_folder(folder) {}
+
+    void takeAll()
+    {
+        for (const char* language : {"English", "Chinese"}) {
+            m_language =
+                qstrcmp(language, "English") == 0 ? QStringLiteral("en") : QStringLiteral("zh");
+            click(QString::fromLatin1(language));
+            click(QStringLiteral("generalPushButton"));
+            take(QStringLiteral("general"), {m_dialog});
+            takeModal(QStringLiteral("keypad"), "brightnessLineEdit");
+            takeModalOfButton(QStringLiteral("datetime"), QStringLiteral("setting_button.png"));
+            takeOutOfRange();
+            click(QStringLiteral("networkPushButton"));
+            take(QStringLiteral("network"), {m_dialog});
+        }
+    }
+
+    bool complete() const { return m_complete; }
+
+private:
+    void click(const QString& name)
+    {
+        m_dialog->findChild<QPushButton*>(name)->click();
+        QApplication::processEvents();
+    }
+
+    void take(const QString& window, const QList<QWidget*>& windows)
+    {
+        QApplication::processEvents();
+        const QSize size = QGuiApplication::primaryScreen()->size();
+        const QString file = QStringLiteral("%1/%2x%3-%4-%5.png")
+                                 .arg(m_folder)
+                                 .arg(size.width())
+                                 .arg(size.height())
+                                 .arg(window, m_language);
+        if (!screenPicture(windows).save(file)) {
+            std::fprintf(stderr, "panel-shots: cannot write %s\n", qPrintable(file));
+            m_complete = false;
+        }
+    }
+
+    /// Takes the picture of the modal dialog that opens next, and closes it.
+    void takeNextModal(const QString& window)
+    {
+        QTimer::singleShot(100, m_dialog, [this, window] {
+            QWidget* modal = QApplication::activeModalWidget();
+            take(window, {m_dialog, modal});
+            modal->close();
+        });
+    }
+
+    void takeModal(const QString& window, const char* field)
+    {
+        takeNextModal(window);
+        press(m_dialog->findChild<QLineEdit*>(QString::fromLatin1(field)));
+    }
+
+    void takeModalOfButton(const QString& window, const QString& picture)
+    {
+        takeNextModal(window);
+        const auto buttons = m_dialog->findChildren<QPushButton*>();
+        const auto button =
+            std::find_if(buttons.begin(), buttons.end(), [&picture](const QPushButton* candidate) {
+                return candidate->styleSheet().contains(picture);
+            });
+        (*button)->click();
+    }
+
+    /// The message box over the keypad.
+    void takeOutOfRange()
+    {
+        QTimer::singleShot(100, m_dialog, [this] {
+            QWidget* keypad = QApplication::activeModalWidget();
+            QTimer::singleShot(200, m_dialog, [this, keypad] {
+                QWidget* box = QApplication::activeModalWidget();
+                take(QStringLiteral("range"), {m_dialog, keypad, box});
+                box->close();
+            });
+            for (const char* key : {"pushButton9", "pushButton9", "pushButtonEnter"}) {
+                keypad->findChild<QPushButton*>(QString::fromLatin1(key))->click();
+            }
+            keypad->close();
+        });
+        press(m_dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit")));
+    }
+
+    static void press(QWidget* widget)
+    {
+        const QPointF point = widget->rect().center();
+        QMouseEvent event(QEvent::MouseButtonPress, point, Qt::LeftButton, Qt::LeftButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(widget, &event);
+    }
+
+    QDialog* m_dialog;
+    QString m_folder;
+    QString m_language;
+    bool m_complete = true;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QCommandLineParser parser;
+    const QString plugins = QStringLiteral("plugins");
+    const QString out = QStringLiteral("out");
+    parser.addOption({plugins, QStringLiteral("Where the plugin lies."), QStringLiteral("folder")});
+    parser.addOption({out, QStringLiteral("Where the pictures go."), QStringLiteral("folder")});
+    parser.process(application);
+    PanelHost::setLook();
+
+    PanelHost host(parser.value(plugins));
+    if (!host.start()) {
+        return 1;
+    }
+    host.openSettings();
+    QApplication::processEvents();
+    QDir().mkpath(parser.value(out));
+    Photographer photographer(host.settings(), parser.value(out));
+    photographer.takeAll();
+    return photographer.complete() ? 0 : 1;
+}

@@ -1,0 +1,79 @@
+"""A simulated panel started the way people start it, for tests that look at it from outside."""
+
+import os
+import pathlib
+import signal
+import subprocess
+import tempfile
+
+from vnc_operator import Operator, wait_for
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+
+
+class Panel:
+    """Runs simulator/run without a viewer, in a folder of its own."""
+
+    def __init__(self, build, *options):
+        self._folder = tempfile.TemporaryDirectory(prefix="panel-test.")
+        self.folder = pathlib.Path(self._folder.name)
+        self.state = self.folder / "device"
+        self._build = build
+        self._options = options
+        self._process = None
+
+    def start(self, *options):
+        """Boots the panel and returns when its home page is there."""
+        scratch = self.folder / "scratch"
+        scratch.mkdir(exist_ok=True)
+        self._process = subprocess.Popen(
+            [ROOT / "simulator" / "run", "--build", self._build, "--state", self.state,
+             "--display", "none", *self._options, *options],
+            env={**os.environ, "TMPDIR": str(scratch)},
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        return self.look()
+
+    def look(self):
+        """A new operator in front of the panel as it runs now."""
+        wait_for(self._find_screen, "the panel's display")
+        operator = Operator(self._find_screen(), self._run_folder() / "panel")
+        operator.find(name="HomePage")
+        return operator
+
+    def stop(self):
+        """Ends the panel and returns what it printed."""
+        self._process.send_signal(signal.SIGTERM)
+        output, _ = self._process.communicate(timeout=30)
+        return output
+
+    def running(self):
+        return self._process.poll() is None
+
+    def remains(self):
+        """What the panel left in its scratch folder."""
+        return list((self.folder / "scratch").iterdir())
+
+    def image(self):
+        return (self.state / "state" / "image").read_bytes()
+
+    def brightness(self):
+        """The raw level in the device image."""
+        return int.from_bytes(self.image()[29:31], "little")
+
+    def backlight(self):
+        """The raw level of the lamp."""
+        return int((self.state / "state" / "backlight").read_text())
+
+    def clean(self):
+        if self._process and self.running():
+            self.stop()
+        self._folder.cleanup()
+
+    def _run_folder(self):
+        folders = list((self.folder / "scratch").glob("panel-run.*"))
+        return folders[0] if folders else None
+
+    def _find_screen(self):
+        folder = self._run_folder()
+        screen = folder / "screen" / "vnc" if folder else None
+        return screen if screen and screen.exists() else None
