@@ -1,0 +1,200 @@
+"""What the panel's stand-in tools do and what they write down, one tool after the other."""
+
+import sys
+import unittest
+
+from sandbox_world import World
+
+BUILD = sys.argv.pop(1)
+TOOLS = "/root/plat-intf/"
+
+
+class PlatformTools(unittest.TestCase):
+    def setUp(self):
+        self.world = World(BUILD)
+        self.addCleanup(self.world.clean)
+
+    def run_ok(self, script, **settings):
+        result = self.world.kept(script, **settings)
+        self.assertEqual((result.returncode, result.stderr), (0, b""))
+        return result.stdout
+
+    def test_readee_prints_the_whole_image(self):
+        image = self.run_ok(TOOLS + "readee")
+        self.assertEqual(len(image), 1024)
+        self.assertEqual(image, self.world.state("image"))
+        self.assertEqual(self.world.commands(), [TOOLS + "readee"])
+
+    def test_writeee_stores_the_whole_image(self):
+        image = bytes(index % 251 for index in range(1024))
+        self.run_ok(TOOLS + "writeee count=16", input=image)
+        self.assertEqual(self.world.state("image"), image)
+        self.assertEqual(self.world.commands(), [TOOLS + "writeee count=16"])
+        self.assertEqual(self.world.input_of(0), image)
+
+    def test_writeee_refuses_any_other_length(self):
+        for length in (0, 1, 1023, 1025, 2048):
+            with self.subTest(length=length):
+                result = self.world.kept(
+                    f"{TOOLS}readee >/tmp/before; {TOOLS}writeee count=16; echo $?;"
+                    f"{TOOLS}readee | cmp - /tmp/before", input=b"x" * length)
+                self.assertEqual((result.returncode, result.stdout), (0, b"1\n"))
+                self.assertEqual(self.world.input_of(1), b"x" * length)
+
+    def test_writeee_is_never_seen_half_done(self):
+        # Whole images of one letter each: a reader that meets a mixture sees two letters.
+        self.run_ok(f"""
+            letters() {{ head -c 1024 /dev/zero | tr '\\0' "$1"; }}
+            letters a | {TOOLS}writeee count=16
+            for i in 1 2 3 4 5 6 7 8; do
+                letters b | {TOOLS}writeee count=16
+                letters a | {TOOLS}writeee count=16
+            done &
+            for i in 1 2 3 4 5 6 7 8 9 10 11 12; do
+                {TOOLS}readee >/tmp/seen
+                [ "$(wc -c </tmp/seen)" -eq 1024 ] || exit 7
+                [ "$(fold -w 1 /tmp/seen | sort -u | wc -l)" -eq 1 ] || exit 8
+            done
+            wait""")
+
+    def test_brightness_set_is_the_brightness_got(self):
+        self.assertEqual(self.run_ok(TOOLS + "getbright"), b"140\n")
+        self.assertEqual(self.run_ok(f"{TOOLS}setbright 92; {TOOLS}getbright"), b"92\n")
+        self.assertEqual(self.world.commands(), [TOOLS + "setbright 92", TOOLS + "getbright"])
+        self.assertEqual(self.world.state("backlight").strip(), b"92")
+
+    def test_backlight_starts_at_the_level_in_the_image(self):
+        self.run_ok("true")
+        image = bytearray(self.world.state("image"))
+        image[29:31] = (300).to_bytes(2, "little")
+        self.world.set_state("image", bytes(image))
+        self.assertEqual(self.run_ok(TOOLS + "getbright"), b"300\n")
+
+    def test_setbeep_appends_each_beep(self):
+        self.run_ok(f"{TOOLS}setbeep 1; {TOOLS}setbeep 0; {TOOLS}setbeep 1")
+        self.assertEqual(self.world.state("beeps"), b"1\n0\n1\n")
+        self.assertEqual(self.world.commands(),
+                         [TOOLS + "setbeep 1", TOOLS + "setbeep 0", TOOLS + "setbeep 1"])
+
+    def test_tools_that_take_a_text_store_it_as_it_came(self):
+        for tool, kept in (("setmpi", "mpi"), ("setserial", "serial"), ("writelogo", "logo")):
+            with self.subTest(tool=tool):
+                content = f"\0 {tool}\n\xff no newline".encode("latin-1")
+                self.run_ok(TOOLS + tool, input=content)
+                self.assertEqual(self.world.state(kept), content)
+                self.assertEqual(self.world.input_of(0), content)
+                self.assertEqual(self.world.commands(), [TOOLS + tool])
+
+    def test_readlogo_gives_the_logo_back(self):
+        logo = bytes(range(256)) * 40
+        self.run_ok(TOOLS + "writelogo", input=logo)
+        self.assertEqual(self.run_ok(TOOLS + "readlogo"), logo)
+
+    def test_getusbslave_tells_the_state_of_the_socket(self):
+        self.assertEqual(self.run_ok(TOOLS + "getusbslave"), b"plug-out\n")
+        self.world.set_state("usbslave", b"plug-in")
+        self.assertEqual(self.run_ok(TOOLS + "getusbslave"), b"plug-in\n")
+
+    def test_inputs_are_kept_under_the_line_of_their_call(self):
+        self.run_ok(f"""
+            {TOOLS}getbright
+            printf one | {TOOLS}setserial
+            {TOOLS}setbeep 1
+            printf two | {TOOLS}setmpi""")
+        self.assertEqual(self.world.commands(),
+                         [TOOLS + name for name in ("getbright", "setserial", "setbeep 1",
+                                                    "setmpi")])
+        self.assertEqual(self.world.input_of(1), b"one")
+        self.assertEqual(self.world.input_of(3), b"two")
+
+    def test_calls_at_the_same_time_are_all_written_down(self):
+        self.run_ok(f"""
+            for i in $(seq 40); do
+                printf "$i" | {TOOLS}setserial "$i" &
+            done
+            wait""")
+        commands = self.world.commands()
+        self.assertEqual(sorted(commands),
+                         sorted(f"{TOOLS}setserial {i}" for i in range(1, 41)))
+        for index, line in enumerate(commands):
+            self.assertEqual(self.world.input_of(index).decode(), line.split()[-1])
+
+    def test_tools_may_be_replaced_and_restored(self):
+        output = self.run_ok(f"""
+            rm {TOOLS}getbright
+            {TOOLS}getbright 2>/dev/null || echo gone
+            cp /panel/tools/getbright {TOOLS}getbright
+            {TOOLS}getbright""")
+        self.assertEqual(output, b"gone\n140\n")
+        self.assertEqual(self.run_ok(TOOLS + "getbright"), b"140\n")
+
+
+class ShellTools(unittest.TestCase):
+    DANGEROUS = (
+        "ifconfig eth0 192.168.1.10 netmask 255.255.255.0", "route del default",
+        "udhcpc -i eth0 -p /var/run/udhcpc0.pid", "kill 1", "killall udhcpc", "ping -c 1 example",
+        "sync", "reboot", "date -s 2024-01-02", "hwclock -w")
+
+    def setUp(self):
+        self.world = World(BUILD)
+        self.addCleanup(self.world.clean)
+
+    def test_recorded_panel_only_writes_these_calls_down(self):
+        # `kill` is a word of the shell itself; env takes the program.
+        script = "\n".join("env " + line for line in self.DANGEROUS)
+        result = self.world.kept(script + "\necho survived")
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"survived\n", b""))
+        self.assertEqual(self.world.commands(), list(self.DANGEROUS))
+
+    def test_recorded_panel_writes_file_and_process_tools_down_and_runs_them(self):
+        result = self.world.kept("""
+            touch /tmp/a; cp /tmp/a /tmp/b; rm /tmp/a; ls /tmp
+            ps | grep -c 'sh -c'""")
+        self.assertEqual(result.stderr, b"")
+        *names, count = result.stdout.decode().split()
+        self.assertIn("b", names)
+        self.assertNotIn("a", names)
+        self.assertGreaterEqual(int(count), 1)
+        commands = self.world.commands()
+        self.assertEqual(commands[:3], ["touch /tmp/a", "cp /tmp/a /tmp/b", "rm /tmp/a"])
+        self.assertEqual(sorted(commands[3:]), ["grep -c sh -c", "ps"])
+
+    def test_live_panel_has_the_real_tools_and_writes_only_platform_calls_down(self):
+        result = self.world.kept(
+            "ping -c 1 -W 2 127.0.0.1 >/dev/null && ifconfig lo | grep -c 127.0.0.1;"
+            f"{TOOLS}getbright", "--mode", "live")
+        self.assertEqual((result.stdout, result.stderr), (b"1\n140\n", b""))
+        self.assertEqual(self.world.commands(), [TOOLS + "getbright"])
+
+    def test_live_panel_has_every_shell_tool(self):
+        names = ["ifconfig", "route", "udhcpc", "kill", "killall", "ping", "rm", "cp", "touch",
+                 "sync", "reboot", "date", "hwclock", "ps", "grep"]
+        result = self.world.panel("for name; do env which $name >/dev/null || echo $name; done"
+                                  .replace("for name", "for name in " + " ".join(names)),
+                                  "--mode", "live")
+        self.assertEqual((result.returncode, result.stdout), (0, b""))
+
+    def test_reboot_ends_the_panel_and_leaves_its_mark(self):
+        result = self.world.kept("reboot; while :; do sleep 0.1; done", "--mode", "live")
+        self.assertEqual(result.returncode, 143)
+        self.assertTrue((self.world.volatile / "run" / "reboot").exists())
+
+    def test_mark_of_a_restart_is_gone_at_the_next_start(self):
+        self.world.kept("reboot; while :; do sleep 0.1; done", "--mode", "live")
+        result = self.world.kept("test ! -e /panel/run/reboot", "--mode", "live")
+        self.assertEqual(result.returncode, 0)
+
+    def test_clock_of_the_machine_is_out_of_reach(self):
+        # Setting the clock to what it is: harmless even if it were let through.
+        result = self.world.panel('date -s "@$(date +%s)" >/dev/null', "--mode", "live")
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn(b"cannot set date", result.stderr)
+        result = self.world.panel("hwclock -w", "--mode", "live")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(b"no hardware clock", result.stderr)
+        result = self.world.panel("ls /dev | grep -E 'rtc|mtd|mem|sd|vd'", "--mode", "live")
+        self.assertEqual(result.stdout, b"")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
