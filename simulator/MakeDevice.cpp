@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -40,11 +41,17 @@ constexpr std::uint32_t quad(std::uint32_t a, std::uint32_t b, std::uint32_t c, 
     return a | b << 8 | c << 16 | d << 24;
 }
 
+// Replaces the file at once: an interrupted start leaves the old one.
 void store(const fs::path& path, const std::vector<char>& content)
 {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.exceptions(std::ios::failbit | std::ios::badbit);
+    const fs::path draft = path.string() + ".new";
+    std::ofstream file(draft, std::ios::binary | std::ios::trunc);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) {
+        throw std::runtime_error("cannot write " + draft.string());
+    }
+    fs::rename(draft, path);
 }
 
 template <typename Record>
@@ -82,8 +89,11 @@ Image loadImage(const fs::path& path)
 {
     Image image = {};
     std::ifstream file(path, std::ios::binary);
-    file.exceptions(std::ios::failbit | std::ios::badbit);
-    file.read(image.data(), static_cast<std::streamsize>(image.size()));
+    if (fs::file_size(path) != image.size() ||
+        !file.read(image.data(), static_cast<std::streamsize>(image.size()))) {
+        throw std::runtime_error("the device image " + path.string() +
+                                 " is damaged; --fresh makes a new device");
+    }
     return image;
 }
 

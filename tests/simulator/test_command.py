@@ -1,0 +1,287 @@
+"""What ./panel says and does, in a machine made of stand-ins: nothing is installed, built or run
+in earnest. Every stand-in writes its call down."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.argv.pop(1)
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+BASICS = ("bash", "cat", "dirname", "env", "grep", "mkdir", "readlink", "sed", "sh", "sort", "tail",
+          "tee", "tr")
+
+
+class Machine(unittest.TestCase):
+    """A machine with every package, on which everything succeeds."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="command-test.")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.project = self.folder / "project"
+        self.tools = self.folder / "bin"
+        self.log = self.folder / "log"
+        self.home = self.folder / "home"
+        for place in (self.project / "cmake", self.project / "simulator", self.project / "tests",
+                      self.tools, self.home):
+            place.mkdir(parents=True)
+        shutil.copy(ROOT / "panel", self.project)
+        shutil.copy(ROOT / "cmake" / "packages.txt", self.project / "cmake")
+        for name in BASICS:
+            (self.tools / name).symlink_to(f"/usr/bin/{name}")
+        self.stand_in("dpkg-query", "echo installed", quiet=True)
+        self.stand_in("id", "echo 0", quiet=True)
+        self.stand_in("nproc", "echo 3", quiet=True)
+        self.stand_in("bwrap", quiet=True)
+        self.stand_in("apt-get")
+        self.stand_in("ctest", "echo '100% tests passed, 0 tests failed out of 4'")
+        self.stand_in("cmake", 'case $1$2 in --presetrelease | --presetasan-ubsan)'
+                      'mkdir -p build/$2; : >build/$2/build.ninja ;; esac')
+        for name in ("simulator/run", "simulator/shots", "tests/lint", "tests/check-sources"):
+            self.script(self.project / name, name.replace("/", "-"))
+
+    def script(self, path, name, body="", quiet=False):
+        path.unlink(missing_ok=True)
+        note = "" if quiet else f'echo "{name}${{*:+ $*}}" >>{self.log}\n'
+        path.write_text(f"#!/bin/sh\n{note}{body}\n")
+        path.chmod(0o755)
+
+    def stand_in(self, name, body="", quiet=False):
+        self.script(self.tools / name, name, body, quiet)
+
+    def without(self, name):
+        (self.tools / name).unlink()
+
+    def without_package(self, *packages):
+        self.stand_in("dpkg-query", 'case "$*" in ' + " | ".join(f'*" {p}"' for p in packages) +
+                      ") exit 1 ;; esac; echo installed", quiet=True)
+
+    def panel(self, *arguments, **environment):
+        return subprocess.run([self.project / "panel", *arguments], capture_output=True, text=True,
+                              env={"PATH": str(self.tools), "HOME": str(self.home), **environment},
+                              cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60, check=False)
+
+    def calls(self):
+        """The calls written down since the last look."""
+        lines = self.log.read_text().splitlines() if self.log.exists() else []
+        self.log.unlink(missing_ok=True)
+        return lines
+
+    def succeed(self, *arguments, **environment):
+        result = self.panel(*arguments, **environment)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return result.stdout
+
+    def assert_refused(self, arguments, *texts, **environment):
+        """One line that says what to do, and nothing was run."""
+        result = self.panel(*arguments, **environment)
+        self.assertEqual(result.returncode, 2, result.stderr)
+        self.assertEqual(len(result.stderr.splitlines()), 1, result.stderr)
+        for text in ("panel: ", *texts):
+            self.assertIn(text, result.stderr)
+        self.assertNotIn("Traceback", result.stderr)
+
+
+class Words(Machine):
+    def test_wrong_words_give_one_clear_line_and_do_nothing(self):
+        for arguments, text in (
+                (["walk"], "unknown command 'walk'; see ./panel help"),
+                (["run", "--sise", "1024x600"], "unknown option '--sise'; see ./panel help"),
+                (["run", "quickly"], "unknown option 'quickly'"),
+                (["run", "--size"], "--size needs a value"),
+                (["run", "--adapters"], "--adapters needs a value"),
+                (["run", "--state"], "--state needs a value"),
+                (["run", "--size", "big"], "for example 1024x600, not 'big'"),
+                (["run", "--size", "1024"], "not '1024'"),
+                (["run", "--size", "1024x600x2"], "not '1024x600x2'"),
+                (["run", "--size", "-800x480"], "not '-800x480'"),
+                (["run", "--size", "5000x600"], "not '5000x600'"),
+                (["run", "--size", ""], "not ''"),
+                (["run", "--adapters", "0"], "1 or 2, not '0'"),
+                (["run", "--adapters", "3"], "1 or 2, not '3'"),
+                (["run", "--adapters", "12"], "1 or 2, not '12'"),
+                (["run", "--state", ""], "--state needs a folder"),
+                (["run", "--state", "/dev/null/x"], "no permission to write to /dev/null/x"),
+                (["test", "--fast"], "unknown option '--fast'"),
+                (["shots", "here"], "unknown option 'here'"),
+                (["lint", "here"], "unknown option 'here'")):
+            with self.subTest(arguments=arguments):
+                self.assert_refused(arguments, text)
+                self.assertEqual(self.calls(), [])
+
+    def test_help_names_every_command_and_option(self):
+        for arguments in ([], ["help"], ["--help"], ["-h"]):
+            text = self.succeed(*arguments)
+            for word in ("run", "test", "shots", "lint", "--size", "--adapters", "--fresh",
+                         "--state"):
+                self.assertIn(word, text)
+        self.assertEqual(self.calls(), [])
+
+    def test_every_command_does_its_job(self):
+        for command, job in (("run", "simulator-run"), ("shots", "simulator-shots"),
+                             ("lint", "tests-lint"), ("test", "ctest")):
+            with self.subTest(command=command):
+                self.succeed(command)
+                self.assertIn(job, [call.split()[0] for call in self.calls()])
+
+    def test_works_from_any_folder_and_through_a_link(self):
+        (self.tools / "my-panel").symlink_to(self.project / "panel")
+        subprocess.run([self.tools / "my-panel", "run"], cwd="/", check=True, capture_output=True,
+                       env={"PATH": str(self.tools), "HOME": str(self.home)})
+        self.assertTrue(self.calls()[-1].startswith("simulator-run"))
+
+
+class Run(Machine):
+    def started_with(self, *arguments, **environment):
+        self.succeed("run", *arguments, **environment)
+        return self.calls()[-1]
+
+    def test_runs_a_panel_of_the_usual_kind(self):
+        self.assertEqual(
+            self.started_with(),
+            f"simulator-run --build {self.project}/build/release "
+            f"--state {self.home}/.local/state/panel-settings --size 1024x600 --adapters 1")
+
+    def test_hands_the_options_on(self):
+        self.assertEqual(
+            self.started_with("--fresh", "--size", "800x480", "--adapters", "2", "--state",
+                              str(self.folder / "my device")),
+            f"simulator-run --build {self.project}/build/release "
+            f"--state {self.folder}/my device --size 800x480 --adapters 2 --fresh")
+
+    def test_keeps_the_device_where_the_user_keeps_state(self):
+        self.assertIn(f"--state {self.folder}/kept/panel-settings ",
+                      self.started_with(XDG_STATE_HOME=str(self.folder / "kept")))
+
+    def test_second_run_installs_and_configures_nothing(self):
+        self.succeed("run")
+        first = self.calls()
+        self.assertIn("cmake --preset release", first)
+        self.succeed("run")
+        second = self.calls()
+        self.assertEqual([call for call in second if call.startswith(("apt-get", "cmake --preset"))],
+                         [])
+
+    def test_interrupted_configuration_is_done_again(self):
+        (self.project / "build" / "release").mkdir(parents=True)
+        self.succeed("run")
+        self.assertIn("cmake --preset release", self.calls())
+
+    def test_failing_build_starts_no_panel(self):
+        self.stand_in("cmake", "case $1 in --build) exit 1 ;; esac")
+        self.assert_refused(["run"], "the build failed")
+        self.assertFalse(any(call.startswith("simulator") for call in self.calls()))
+
+    def test_failing_configuration_starts_no_build(self):
+        self.stand_in("cmake", "exit 1")
+        self.assert_refused(["run"], "cannot be configured")
+        self.assertEqual(self.calls(), ["cmake --preset release"])
+
+
+class Packages(Machine):
+    def test_only_the_missing_packages_are_installed(self):
+        self.without_package("g++", "bubblewrap")
+        self.succeed("run")
+        self.assertEqual(
+            self.calls()[:2],
+            ["apt-get update -q",
+             "apt-get install -q -y --no-install-recommends bubblewrap g++"])
+
+    def test_package_that_was_removed_counts_as_missing(self):
+        self.stand_in("dpkg-query", 'case "$*" in *" cmake") echo config-files ;;'
+                      "*) echo installed ;; esac", quiet=True)
+        self.succeed("run")
+        self.assertIn("apt-get install -q -y --no-install-recommends cmake", self.calls())
+
+    def test_install_asks_nothing(self):
+        self.without_package("cmake")
+        self.stand_in("apt-get", f'echo "$DEBIAN_FRONTEND" >>{self.log}')
+        self.succeed("run")
+        self.assertEqual(self.calls()[3], "noninteractive")
+
+    def test_each_command_wants_its_own_packages(self):
+        self.without_package("clang-tidy", "novnc")
+        self.succeed("test")
+        self.assertFalse(any(call.startswith("apt-get") for call in self.calls()))
+        self.succeed("run")
+        self.assertIn("apt-get install -q -y --no-install-recommends novnc", self.calls())
+        self.succeed("lint")
+        self.assertIn("apt-get install -q -y --no-install-recommends clang-tidy", self.calls())
+
+    def test_user_installs_through_sudo(self):
+        self.without_package("cmake")
+        self.stand_in("id", "echo 1000", quiet=True)
+        self.stand_in("sudo")
+        self.succeed("run")
+        self.assertEqual(self.calls()[:2], [
+            "sudo apt-get update -q",
+            "sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y "
+            "--no-install-recommends cmake"])
+
+    def test_machine_without_package_manager_names_the_packages(self):
+        self.without("dpkg-query")
+        self.assert_refused(["run"], "no Debian system", "bubblewrap", "qtbase5-dev")
+        self.stand_in("dpkg-query", "exit 1", quiet=True)
+        self.without("apt-get")
+        self.assert_refused(["run"], "apt-get is missing", "bubblewrap", "qtbase5-dev")
+
+    def test_user_without_sudo_is_told_what_root_has_to_run(self):
+        self.without_package("cmake", "g++")
+        self.stand_in("id", "echo 1000", quiet=True)
+        self.assert_refused(["run"], "as root run: apt-get install cmake g++")
+        self.assertEqual(self.calls(), [])
+
+    def test_refused_sudo_is_told_what_root_has_to_run(self):
+        self.without_package("cmake")
+        self.stand_in("id", "echo 1000", quiet=True)
+        self.stand_in("sudo", "exit 1")
+        self.assert_refused(["run"], "as root run: apt-get")
+
+    def test_failed_installation_ends_with_the_command_to_run(self):
+        self.without_package("cmake")
+        self.stand_in("apt-get", "case $1 in install) exit 100 ;; esac")
+        self.assert_refused(["run"], "as root run: apt-get install cmake")
+        self.assertFalse(any(call.startswith("cmake") for call in self.calls()))
+
+    def test_forbidden_namespaces_are_told_with_the_way_out(self):
+        self.stand_in("bwrap", "exit 1")
+        for command in ("run", "test", "shots"):
+            self.assert_refused([command], "user namespaces", "as root run: sysctl")
+
+
+class Test(Machine):
+    def test_both_builds_are_tested_and_summed_up_in_the_last_line(self):
+        output = self.succeed("test")
+        self.assertEqual(output.splitlines()[-1], "8 passed, 0 failed")
+        self.assertEqual([call for call in self.calls() if call.startswith("ctest")],
+                         ["ctest --preset release --parallel 3",
+                          "ctest --preset asan-ubsan --parallel 3"])
+
+    def test_failed_tests_of_any_build_fail_the_whole(self):
+        for failing in ("release", "asan-ubsan"):
+            with self.subTest(failing=failing):
+                self.stand_in("ctest", f"""
+                    case $2 in
+                    {failing}) echo "67% tests passed, 1 tests failed out of 3"; exit 8 ;;
+                    *) echo "100% tests passed, 0 tests failed out of 3" ;;
+                    esac""")
+                result = self.panel("test")
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual(result.stdout.splitlines()[-1], "5 passed, 1 failed")
+
+    def test_run_without_tests_is_no_success(self):
+        self.stand_in("ctest", "echo 'No tests were found!!!'")
+        self.assert_refused(["test"], "no test was run")
+
+    def test_sources_out_of_order_fail_before_building(self):
+        self.script(self.project / "tests" / "check-sources", "check", "exit 1")
+        self.assert_refused(["test"], "the sources are not as they should be")
+        self.assertEqual(self.calls(), ["check"])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
