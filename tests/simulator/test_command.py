@@ -250,7 +250,7 @@ class Packages(Machine):
     def test_forbidden_namespaces_are_told_with_the_way_out(self):
         self.stand_in("bwrap", "exit 1")
         for command in ("run", "test", "shots"):
-            self.assert_refused([command], "user namespaces", "as root run: sysctl")
+            self.assert_refused([command], "forbids user namespaces; ")
 
 
 class Test(Machine):
