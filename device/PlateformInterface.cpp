@@ -44,7 +44,7 @@ class UnreadInput
 {
 public:
     /// Opened only when everything is in the pipe: while it is open, writing would not fail.
-    explicit UnreadInput(int writingEnd) : m_descriptor(-1)
+    explicit UnreadInput(int writingEnd)
     {
         std::array<char, 32> path = {};
         std::snprintf(path.data(), path.size(), "/proc/self/fd/%d", writingEnd);
@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    int m_descriptor;
+    int m_descriptor = -1;
 };
 
 } // namespace

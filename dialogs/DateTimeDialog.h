@@ -59,12 +59,12 @@ private:
 
     Ui_DateTimeDialog* ui;
     int m_fontId;
-    std::array<int, 6> m_values; ///< Year, month, day, hour, minute, second.
+    std::array<int, 6> m_values = {}; ///< Year, month, day, hour, minute, second.
     TitleBarDrag m_drag;
     QPointer<QSettings> m_settings;
-    int m_dialogWidth; ///< Pixels, as the next two.
-    int m_yearWidth;
-    int m_fieldWidth;
+    int m_dialogWidth = 0; ///< Pixels, as the next two.
+    int m_yearWidth = 0;
+    int m_fieldWidth = 0;
 
     static DateTimeDialog* m_instance;
 };

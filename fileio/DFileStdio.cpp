@@ -8,10 +8,7 @@ constexpr int copyChunkBytes = 0x40000;
 
 } // namespace
 
-DFileStdio::DFileStdio(const char* path, const char* mode) : m_stream(nullptr)
-{
-    DFileStdio::open(path, mode);
-}
+DFileStdio::DFileStdio(const char* path, const char* mode) : m_stream(fopen64(path, mode)) {}
 
 DFileStdio::~DFileStdio()
 {

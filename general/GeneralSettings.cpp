@@ -254,7 +254,7 @@ bool GeneralSettings::eventFilter(QObject* watched, QEvent* event)
         if (press->button() == Qt::LeftButton) {
             jumpSliderTo(press->localPos().x());
         }
-        return QObject::eventFilter(watched, event);
+        return QObject::eventFilter(watched, event); // NOLINT(bugprone-parent-virtual-call)
     }
     if (auto* lineEdit = qobject_cast<QLineEdit*>(watched)) {
         const QPointer<GeneralSettings> page(this);

@@ -134,10 +134,10 @@ private:
     QGridLayout m_grid;
     QFrame m_separators[4]; ///< The first two are on the page.
     QDateTime m_shownDateTime;
-    int m_fontId;
-    int m_brightness;        ///< Level 1..32; other values only as the device reported them.
-    quint32 m_buzzerWord;    ///< Last value of the buzzer register; non-zero means on.
-    quint8 m_backlightState; ///< 0 off, 1 on; never stored.
+    int m_fontId = -1;
+    int m_brightness = 0;        ///< Level 1..32; other values only as the device reported them.
+    quint32 m_buzzerWord = 0;    ///< Last value of the buzzer register; non-zero means on.
+    quint8 m_backlightState = 0; ///< 0 off, 1 on; never stored.
     QTimer m_clockTimer;
     QTranslator m_translator;
     QPointer<QSettings> m_settings;

@@ -77,16 +77,10 @@ Settings::Settings(QWidget* parent)
     : QDialog(parent),
       ui(new Ui_Settings),
       m_fontPath(QLatin1String("/hmi/default.ttf")),
-      m_fontId(-1),
-      m_language(Chinese),
       m_settings(QLatin1String("/hmi/Config/system_settings.ini"), QSettings::IniFormat),
-      m_pageIndex(GeneralPage),
       m_wr1{},
       m_wr2{},
-      m_rOnly{},
-      m_writeBackPending(false),
-      m_screenWidth(0),
-      m_repaintTimerId(0)
+      m_rOnly{}
 {
     ui->setupUi(this);
     readDataFromEE();

@@ -105,8 +105,8 @@ private:
 
     Ui_Settings* ui;
     QString m_fontPath;
-    int m_fontId;
-    Language m_language;
+    int m_fontId = -1;
+    Language m_language = Chinese;
     QTranslator m_translator;
     QTimer m_writeBackTimer;
     QList<QPushButton*> m_buttons; ///< The page and restart buttons in bar order.
@@ -117,11 +117,11 @@ private:
     QPushButton m_closeButton;
     QVBoxLayout m_spareLayouts[3]; ///< Not used; room for columns of the title bar.
     QSettings m_settings;
-    int m_pageIndex;
+    int m_pageIndex = 0;
     EEInfoDetail::Flash_WR_1 m_wr1;
     EEInfoDetail::Flash_WR_2 m_wr2;
     EEInfoDetail::Flash_ROnly m_rOnly;
-    bool m_writeBackPending;
-    int m_screenWidth; ///< Pixels.
-    int m_repaintTimerId;
+    bool m_writeBackPending = false;
+    int m_screenWidth = 0; ///< Pixels.
+    int m_repaintTimerId = 0;
 };

@@ -40,8 +40,8 @@ void NoticeReader::readAll()
     const int size = m_words * int(sizeof(quint32));
     while (m_pending.size() >= size) {
         QList<quint32> words;
-        for (int word = 0; word < m_words; ++word) {
-            words << qFromLittleEndian<quint32>(m_pending.constData() + word * 4);
+        for (int at = 0; at < size; at += int(sizeof(quint32))) {
+            words << qFromLittleEndian<quint32>(m_pending.constData() + at);
         }
         m_pending.remove(0, size);
         emit notice(words);

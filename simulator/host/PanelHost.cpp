@@ -15,6 +15,7 @@
 #include <QScreen>
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -37,11 +38,11 @@ void say(const QString& line)
 
 } // namespace
 
-PanelHost::PanelHost(const QString& pluginFolder)
+PanelHost::PanelHost(QString pluginFolder)
     : m_state(QStringLiteral("/panel/state")),
       m_registerNotices(QStringLiteral("/tmp/fifo_sysreg"), wordsOfRegisterNotice),
       m_areaNotices(QStringLiteral("/tmp/fifo_localreg"), wordsOfAreaNotice),
-      m_pluginFolder(pluginFolder)
+      m_pluginFolder(std::move(pluginFolder))
 {
     connect(&m_home, &HomePage::settingsRequested, this, &PanelHost::openSettings);
     connect(&m_state, &StateWatch::backlightChanged, &m_shades, &ShadeKeeper::setBacklight);
@@ -73,7 +74,7 @@ QString PanelHost::findPlugin(const QString& folder)
 {
     const QDir libraries(folder, QStringLiteral("*.so"));
     for (const QString& name : libraries.entryList(QDir::Files)) {
-        const QString path = libraries.absoluteFilePath(name);
+        QString path = libraries.absoluteFilePath(name);
         const QJsonObject metaData = QPluginLoader(path).metaData();
         if (metaData.value(QStringLiteral("IID")).toString() ==
             QLatin1String(qobject_interface_iid<SettingsInterface*>())) {

@@ -21,7 +21,7 @@ class PanelHost : public QObject
 
 public:
     /// @param pluginFolder where the plugin is looked for, by its interface identifier
-    explicit PanelHost(const QString& pluginFolder);
+    explicit PanelHost(QString pluginFolder);
     ~PanelHost() override;
 
     /// What a runtime sets for all its windows: style, font, and that it does not end with them.

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -41,7 +42,7 @@ QPixmap screenPicture(const QList<QWidget*>& windows)
 class Photographer
 {
 public:
-    Photographer(QDialog* dialog, const QString& folder) : m_dialog(dialog), m_folder(folder) {}
+    Photographer(QDialog* dialog, QString folder) : m_dialog(dialog), m_folder(std::move(folder)) {}
 
     void takeAll()
     {
