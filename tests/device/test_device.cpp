@@ -1,0 +1,1030 @@
+#include "device/EEInfoDetail.h"
+#include "device/EEInfoHandle.h"
+#include "device/PlateformInterface.h"
+#include "device/ProcessTable.h"
+#include "device/ResolverFile.h"
+#include "device/ResolverText.h"
+#include "device/ShellLine.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const QString readTool = QStringLiteral("/root/plat-intf/readee");
+const QString writeTool = QStringLiteral("/root/plat-intf/writeee count=16");
+const QString resolverPath = QStringLiteral("/etc/resolv.conf");
+
+/// An image in which every byte differs from its neighbours.
+QByteArray patternImage()
+{
+    QByteArray image(1024, '\0');
+    for (int at = 0; at < image.size(); ++at) {
+        image[at] = char(at * 7 + (at >> 8) + 1);
+    }
+    return image;
+}
+
+template <typename Record>
+QByteArray bytesOf(const Record& record)
+{
+    return QByteArray(reinterpret_cast<const char*>(&record), int(sizeof record));
+}
+
+template <typename Record>
+Record recordOf(const QByteArray& bytes)
+{
+    Record record;
+    std::memcpy(&record, bytes.constData(), sizeof record);
+    return record;
+}
+
+/// What is printed to a standard stream while it lives.
+class Output
+{
+public:
+    explicit Output(int stream) : m_stream(stream)
+    {
+        std::fflush(nullptr);
+        m_saved = dup(stream);
+        const int file = open("/tmp/output", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(file, stream);
+        close(file);
+    }
+    ~Output()
+    {
+        std::fflush(nullptr);
+        dup2(m_saved, m_stream);
+        close(m_saved);
+    }
+    Q_DISABLE_COPY_MOVE(Output)
+    static QByteArray text()
+    {
+        std::fflush(nullptr);
+        return PanelWorld::fileContent(QStringLiteral("/tmp/output"));
+    }
+
+private:
+    int m_stream;
+    int m_saved;
+};
+
+uint openDescriptors()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).count();
+}
+
+bool hasChildren()
+{
+    return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
+}
+
+EEInfoHandle& device()
+{
+    return *EEInfoHandle::instance();
+}
+
+} // namespace
+
+class TestDevice : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void record_fieldsLieWhereTheImageHasThem_data();
+    void record_fieldsLieWhereTheImageHasThem();
+    void record_sizes();
+    void record_integersAreLittleEndian();
+    void screenWidth_isPackedInTwelveBits_data();
+    void screenWidth_isPackedInTwelveBits();
+    void secondAdapter_isBitZeroOnly_data();
+    void secondAdapter_isBitZeroOnly();
+
+    void readcmd_readsWhatTheToolPrints();
+    void readcmd_keepsWhatTheToolDoesNotDeliver();
+    void readcmd_moreThanAsked_isCut();
+    void readcmd_missingTool_clearsByteZeroOnly_data();
+    void readcmd_missingTool_clearsByteZeroOnly();
+    void readcmd_exitStatusIsNotLookedAt();
+    void writecmd_sendsRawBytes();
+    void writecmd_missingTool_fails();
+    void writecmd_toolEndsBeforeReading_fails_data();
+    void writecmd_toolEndsBeforeReading_fails();
+    void writecmd_toolTakesAPart_succeeds();
+    void writecmd_exitStatusIsNotLookedAt();
+    void channel_withoutProcesses_failsToStart();
+    void channel_childrenOfTheHostIgnored_stillWorks();
+    void channel_toolsDoNotInheritTheGuard();
+    void channel_leavesNothingBehind();
+
+    void instance_isOne();
+    void read_cutsTheRecordsOutOfTheImage();
+    void read_nullRecord_runsNothing();
+    void read_withoutTool_keepsTheImageReadLast();
+    void read_shortImage_isNotDetected();
+    void write_runsReadThenWrite();
+    void write_changesOnlyTheRecordsBytes();
+    void write_foreignBytesGoBackAsJustRead();
+    void write_nullRecord_runsNothing();
+    void write_failureIsReported();
+
+    void getbright_parsesTheReply_data();
+    void getbright_parsesTheReply();
+    void getbright_withoutTool_isZero();
+    void shellControls_runTheirLines_data();
+    void shellControls_runTheirLines();
+    void shellControls_statusIsThatOfTheCommand();
+    void adapterControls_lineTooLong_runsNothing();
+    void identity_isThirtyTwoBytes_data();
+    void identity_isThirtyTwoBytes();
+    void identity_withoutTool_fails();
+    void usbSlave_isOneExactAnswer_data();
+    void usbSlave_isOneExactAnswer();
+
+    void setLogo_sendsFilesUpToSixMebibytes_data();
+    void setLogo_sendsFilesUpToSixMebibytes();
+    void setLogo_missingFile_saysTheSame();
+    void setLogo_emptyPath_onlyStartsTheTool();
+    void setLogo_toolEndsEarly_weLive();
+    void readLogo_fromAPipe_leavesTheFileEmpty();
+    void readLogo_unwritableFile_saysSo();
+    void logo_leavesNothingBehind();
+
+    void shellLine_fitsUpTo127Bytes();
+    void shellLine_isZeroFilled();
+    void shellLine_resultIsThatOfTheCommand();
+    void detectProcess_line_data();
+    void detectProcess_line();
+    void detectProcess_commandLine();
+
+    void resolver_findsServers_data();
+    void resolver_findsServers();
+    void resolver_replacesServers_data();
+    void resolver_replacesServers();
+    void resolver_fileIsRewrittenAndBackedUp();
+    void resolver_unwritableFile_isLeftAlone();
+    void resolver_missingFile_isMade();
+};
+
+void TestDevice::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+}
+
+void TestDevice::init()
+{
+    PanelWorld::restoreTools();
+    PanelWorld::setImage(patternImage());
+    PanelWorld::clearCommands();
+}
+
+void TestDevice::cleanup()
+{
+    QVERIFY2(!hasChildren(), "a tool was not waited for");
+}
+
+void TestDevice::record_fieldsLieWhereTheImageHasThem_data()
+{
+    QTest::addColumn<int>("offset");
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("listedOffset");
+    QTest::addColumn<int>("listedSize");
+#define FIELD(record, field, listedOffset, listedSize)                                             \
+    {                                                                                              \
+#record "." #field, offsetof(EEInfoDetail::record, field),                                 \
+            sizeof(EEInfoDetail::record::field), listedOffset, listedSize                          \
+    }
+    const struct
+    {
+        const char* name;
+        size_t offset, size;
+        int listedOffset, listedSize;
+    } fields[] = {
+        FIELD(Flash_WR_1, reserved_0, 0, 4),      FIELD(Flash_WR_1, reserved_4, 4, 2),
+        FIELD(Flash_WR_1, reserved_6, 6, 2),      FIELD(Flash_WR_1, reserved_8, 8, 2),
+        FIELD(Flash_WR_1, reserved_10, 10, 16),   FIELD(Flash_WR_1, reserved_26, 26, 2),
+        FIELD(Flash_WR_1, reserved_28, 28, 1),    FIELD(Flash_WR_1, brightness, 29, 2),
+        FIELD(Flash_WR_1, reserved_31, 31, 2),    FIELD(Flash_WR_1, eth0_mac, 33, 6),
+        FIELD(Flash_WR_1, reserved_39, 39, 2),    FIELD(Flash_WR_1, eth0_ip, 41, 4),
+        FIELD(Flash_WR_1, eth0_gateway, 45, 4),   FIELD(Flash_WR_1, eth0_mask, 49, 4),
+        FIELD(Flash_WR_1, reserved_53, 53, 2),    FIELD(Flash_WR_1, reserved_55, 55, 2),
+        FIELD(Flash_WR_1, reserved_57, 57, 4),    FIELD(Flash_WR_1, reserved_61, 61, 16),
+        FIELD(Flash_WR_1, reserved_77, 77, 40),   FIELD(Flash_WR_1, reserved_117, 117, 4),
+        FIELD(Flash_WR_1, reserved_121, 121, 4),  FIELD(Flash_WR_1, reserved_125, 125, 2),
+        FIELD(Flash_WR_1, reserved_127, 127, 2),  FIELD(Flash_WR_1, reserved_129, 129, 12),
+        FIELD(Flash_WR_1, reserved_141, 141, 16), FIELD(Flash_WR_1, settings_close_hidden, 157, 1),
+        FIELD(Flash_WR_1, reserved_158, 158, 6),  FIELD(Flash_WR_1, reserved_164, 164, 2),
+        FIELD(Flash_WR_1, eth1_mac, 166, 6),      FIELD(Flash_WR_1, reserved_172, 172, 2),
+        FIELD(Flash_WR_1, eth1_ip, 174, 4),       FIELD(Flash_WR_1, eth1_gateway, 178, 4),
+        FIELD(Flash_WR_1, eth1_mask, 182, 4),     FIELD(Flash_WR_1, reserved_186, 186, 1),
+        FIELD(Flash_ROnly, reserved_0, 0, 2),     FIELD(Flash_ROnly, reserved_2, 2, 2),
+        FIELD(Flash_ROnly, reserved_4, 4, 2),     FIELD(Flash_ROnly, hw_options, 6, 1),
+        FIELD(Flash_ROnly, reserved_7, 7, 2),     FIELD(Flash_ROnly, reserved_9, 9, 1),
+        FIELD(Flash_ROnly, reserved_10, 10, 2),   FIELD(Flash_ROnly, reserved_12, 12, 2),
+        FIELD(Flash_ROnly, screen_width, 14, 2),  FIELD(Flash_ROnly, reserved_16, 16, 1),
+        FIELD(Flash_ROnly, reserved_17, 17, 1),   FIELD(Flash_ROnly, reserved_18, 18, 1),
+        FIELD(Flash_ROnly, reserved_19, 19, 2),   FIELD(Flash_ROnly, reserved_21, 21, 4),
+        FIELD(Flash_ROnly, reserved_25, 25, 2),   FIELD(Flash_ROnly, reserved_27, 27, 2),
+        FIELD(Flash_ROnly, reserved_29, 29, 4),   FIELD(Flash_ROnly, reserved_33, 33, 4),
+        FIELD(Flash_ROnly, reserved_37, 37, 4),   FIELD(Flash_ROnly, reserved_41, 41, 4),
+        FIELD(Flash_ROnly, reserved_45, 45, 4),   FIELD(Flash_ROnly, reserved_49, 49, 4),
+        FIELD(Flash_ROnly, reserved_53, 53, 1),   FIELD(Flash_ROnly, reserved_54, 54, 24),
+        FIELD(Flash_ROnly, reserved_78, 78, 1),   FIELD(Flash_ROnly, reserved_79, 79, 1),
+        FIELD(Flash_ROnly, reserved_80, 80, 45),  FIELD(Flash_ROnly, reserved_125, 125, 123),
+        FIELD(Flash_ROnly, reserved_248, 248, 4), FIELD(Flash_ROnly, reserved_252, 252, 4),
+        FIELD(Flash_WR_2, block_0, 0, 64),        FIELD(Flash_WR_2, block_1, 64, 64),
+        FIELD(Flash_WR_2, block_2, 128, 64),
+    };
+#undef FIELD
+    for (const auto& field : fields) {
+        QTest::newRow(field.name) << int(field.offset) << int(field.size) << field.listedOffset
+                                  << field.listedSize;
+    }
+}
+
+void TestDevice::record_fieldsLieWhereTheImageHasThem()
+{
+    QFETCH(int, offset);
+    QFETCH(int, size);
+    QFETCH(int, listedOffset);
+    QFETCH(int, listedSize);
+    QCOMPARE(offset, listedOffset);
+    QCOMPARE(size, listedSize);
+}
+
+void TestDevice::record_sizes()
+{
+    QCOMPARE(int(sizeof(EEInfoDetail::Flash_WR_1)), 187);
+    QCOMPARE(int(sizeof(EEInfoDetail::Flash_ROnly)), 256);
+    QCOMPARE(int(sizeof(EEInfoDetail::Flash_WR_2)), 192);
+    QCOMPARE(bytesOf(EEInfoDetail::Flash_WR_1{}), QByteArray(187, '\0'));
+}
+
+void TestDevice::record_integersAreLittleEndian()
+{
+    EEInfoDetail::Flash_WR_1 record = {};
+    record.brightness = 0x1234;
+    record.eth0_ip = 192U | 168U << 8 | 1U << 16 | 10U << 24;
+    QCOMPARE(bytesOf(record).mid(29, 2), QByteArray("\x34\x12", 2));
+    QCOMPARE(bytesOf(record).mid(41, 4), QByteArray("\xC0\xA8\x01\x0A", 4));
+}
+
+void TestDevice::screenWidth_isPackedInTwelveBits_data()
+{
+    QTest::addColumn<int>("byte14");
+    QTest::addColumn<int>("byte15");
+    QTest::addColumn<int>("width");
+    QTest::newRow("1920") << 0x80 << 0x70 << 1920;
+    QTest::newRow("1280") << 0x00 << 0x50 << 1280;
+    QTest::newRow("800") << 0x20 << 0x30 << 800;
+    QTest::newRow("the low nibble is not part of it") << 0x80 << 0x7F << 1920;
+    QTest::newRow("largest") << 0xFF << 0xF0 << 4095;
+    QTest::newRow("zero") << 0x00 << 0x0F << 0;
+}
+
+void TestDevice::screenWidth_isPackedInTwelveBits()
+{
+    QFETCH(int, byte14);
+    QFETCH(int, byte15);
+    QFETCH(int, width);
+    QByteArray bytes(256, '\0');
+    bytes[14] = char(byte14);
+    bytes[15] = char(byte15);
+    const auto record = recordOf<EEInfoDetail::Flash_ROnly>(bytes);
+    QCOMPARE(EEInfoDetail::screenWidth(record), width);
+    const std::uint16_t others = record.screen_width;
+    QCOMPARE(EEInfoDetail::packScreenWidth(width, others), others);
+}
+
+void TestDevice::secondAdapter_isBitZeroOnly_data()
+{
+    QTest::addColumn<int>("options");
+    QTest::addColumn<bool>("second");
+    QTest::newRow("00") << 0x00 << false;
+    QTest::newRow("01") << 0x01 << true;
+    QTest::newRow("fe") << 0xFE << false;
+    QTest::newRow("ff") << 0xFF << true;
+}
+
+void TestDevice::secondAdapter_isBitZeroOnly()
+{
+    QFETCH(int, options);
+    QFETCH(bool, second);
+    EEInfoDetail::Flash_ROnly record = {};
+    record.hw_options = std::uint8_t(options);
+    QCOMPARE(EEInfoDetail::hasSecondAdapter(record), second);
+}
+
+void TestDevice::readcmd_readsWhatTheToolPrints()
+{
+    QByteArray buffer(1024, '?');
+    QCOMPARE(PlateformInterface().readcmd("/root/plat-intf/readee", buffer.data(), 1024), 0);
+    QCOMPARE(buffer, patternImage());
+}
+
+void TestDevice::readcmd_keepsWhatTheToolDoesNotDeliver()
+{
+    QByteArray buffer(8, '?');
+    QCOMPARE(PlateformInterface().readcmd("printf abc", buffer.data(), 8), 0);
+    QCOMPARE(buffer, QByteArray("abc?????"));
+    buffer.fill('?');
+    QCOMPARE(PlateformInterface().readcmd("true", buffer.data(), 8), 0);
+    QCOMPARE(buffer, QByteArray("\0???????", 8));
+}
+
+void TestDevice::readcmd_moreThanAsked_isCut()
+{
+    QByteArray buffer(8, '?');
+    QCOMPARE(PlateformInterface().readcmd("printf abcdefgh", buffer.data(), 4), 0);
+    QCOMPARE(buffer, QByteArray("abcd????"));
+    // A tool that prints on without end is no reason to wait.
+    QCOMPARE(PlateformInterface().readcmd("yes", buffer.data(), 4), 0);
+    QCOMPARE(buffer, QByteArray("y\ny\n????"));
+}
+
+void TestDevice::readcmd_missingTool_clearsByteZeroOnly_data()
+{
+    QTest::addColumn<bool>("present");
+    QTest::newRow("missing") << false;
+    QTest::newRow("not executable") << true;
+}
+
+void TestDevice::readcmd_missingTool_clearsByteZeroOnly()
+{
+    QFETCH(bool, present);
+    if (present) {
+        QFile::setPermissions(readTool, QFile::ReadOwner);
+    } else {
+        PanelWorld::replaceTool(QStringLiteral("readee"), QByteArray());
+    }
+    QByteArray buffer(1024, '?');
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(PlateformInterface().readcmd("/root/plat-intf/readee", buffer.data(), 1024), -1);
+    QCOMPARE(buffer, QByteArray("\0", 1) + QByteArray(1023, '?'));
+    QVERIFY(Output::text().contains(present ? "Fail to popen\n: Permission denied\n"
+                                            : "Fail to popen\n: No such file or directory\n"));
+}
+
+void TestDevice::readcmd_exitStatusIsNotLookedAt()
+{
+    QByteArray buffer(4, '?');
+    QCOMPARE(PlateformInterface().readcmd("printf ab; exit 3", buffer.data(), 4), 0);
+    QCOMPARE(buffer, QByteArray("ab??"));
+    QCOMPARE(PlateformInterface().readcmd("kill -9 $$", buffer.data(), 4), 0);
+}
+
+void TestDevice::writecmd_sendsRawBytes()
+{
+    QByteArray bytes = patternImage(); // zeros and all
+    QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", bytes.data(), 1024), 0);
+    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), patternImage());
+    QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", bytes.data(), 0), 0);
+    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), QByteArray());
+}
+
+void TestDevice::writecmd_missingTool_fails()
+{
+    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    for (const int size : {1, 32, 1024, 1000000}) {
+        QByteArray bytes(size, 'x');
+        const Output errors(STDERR_FILENO);
+        QCOMPARE(
+            PlateformInterface().writecmd("/root/plat-intf/writeee", bytes.data(), bytes.size()),
+            -1);
+        QVERIFY(Output::text().contains("Fail to popen\n: No such file or directory\n"));
+    }
+}
+
+void TestDevice::writecmd_toolEndsBeforeReading_fails_data()
+{
+    QTest::addColumn<QByteArray>("tool");
+    QTest::addColumn<int>("size");
+    for (const char* tool : {"exit 0", "exit 1", "sleep 0.05; exit 0", "exec 0<&-; sleep 0.05"}) {
+        for (const int size : {1, 1024, 65536, 65537, 1000000}) {
+            QTest::addRow("%s, %d bytes", tool, size) << QByteArray(tool) << size;
+        }
+    }
+}
+
+void TestDevice::writecmd_toolEndsBeforeReading_fails()
+{
+    QFETCH(QByteArray, tool);
+    QFETCH(int, size);
+    QByteArray bytes(size, 'x');
+    const int result = inOtherProcess([&] {
+        std::signal(SIGPIPE, SIG_DFL); // deadly unless it is kept away
+        const int written =
+            PlateformInterface().writecmd(tool.constData(), bytes.data(), bytes.size());
+        return written == -1 && std::signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 1 : 0;
+    });
+    QCOMPARE(result, 1);
+}
+
+void TestDevice::writecmd_toolTakesAPart_succeeds()
+{
+    QByteArray bytes(1024, 'x');
+    QCOMPARE(PlateformInterface().writecmd("head -c 16 > /dev/null", bytes.data(), 1024), 0);
+    QCOMPARE(PlateformInterface().writecmd("sleep 0.05; dd bs=1 count=1 of=/dev/null 2>/dev/null",
+                                           bytes.data(), 1024),
+             0);
+}
+
+void TestDevice::writecmd_exitStatusIsNotLookedAt()
+{
+    QByteArray bytes(4, 'x');
+    QCOMPARE(PlateformInterface().writecmd("cat > /dev/null; exit 7", bytes.data(), 4), 0);
+}
+
+void TestDevice::channel_withoutProcesses_failsToStart()
+{
+    const int result = inOtherProcess([] {
+        // With no descriptor left, popen itself fails.
+        while (dup(0) >= 0) {
+        }
+        char buffer[4] = {'a', 'b', 'c', 'd'};
+        const bool read = PlateformInterface().readcmd("printf xyz", buffer, 4) == -1 &&
+                          std::memcmp(buffer, "\0bcd", 4) == 0;
+        return read && PlateformInterface().writecmd("cat", buffer, 4) == -1 ? 1 : 0;
+    });
+    QCOMPARE(result, 1);
+}
+
+void TestDevice::channel_childrenOfTheHostIgnored_stillWorks()
+{
+    const int result = inOtherProcess([] {
+        std::signal(SIGCHLD, SIG_IGN);
+        char buffer[4] = {};
+        return PlateformInterface().readcmd("printf ab", buffer, 4) == 0 && buffer[1] == 'b' &&
+                       PlateformInterface().writecmd("cat > /dev/null", buffer, 4) == 0
+                   ? 1
+                   : 0;
+    });
+    QCOMPARE(result, 1);
+}
+
+void TestDevice::channel_toolsDoNotInheritTheGuard()
+{
+    // The signal mask of the tool: nothing blocked that was not blocked before.
+    QByteArray bytes(4, 'x');
+    QCOMPARE(PlateformInterface().writecmd("cat > /dev/null; grep SigBlk /proc/self/status > "
+                                           "/tmp/mask",
+                                           bytes.data(), 4),
+             0);
+    QVERIFY(PanelWorld::fileContent(QStringLiteral("/tmp/mask")).contains("0000000000000000"));
+}
+
+void TestDevice::channel_leavesNothingBehind()
+{
+    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    QByteArray bytes(100000, 'x');
+    const uint before = openDescriptors();
+    const Output errors(STDERR_FILENO);
+    const char* const commands[] = {"cat > /dev/null", "exit 1", "/root/plat-intf/writeee"};
+    for (const char* command : commands) {
+        PlateformInterface().writecmd(command, bytes.data(), bytes.size());
+        PlateformInterface().writecmd(command, bytes.data(), 10);
+        PlateformInterface().readcmd(command, bytes.data(), 10);
+    }
+    QCOMPARE(openDescriptors(), before + 1); // the redirected stream
+}
+
+void TestDevice::instance_isOne()
+{
+    QVERIFY(EEInfoHandle::instance());
+    QCOMPARE(EEInfoHandle::instance(), EEInfoHandle::instance());
+}
+
+void TestDevice::read_cutsTheRecordsOutOfTheImage()
+{
+    EEInfoDetail::Flash_WR_1 wr1 = {};
+    EEInfoDetail::Flash_ROnly rOnly = {};
+    EEInfoDetail::Flash_WR_2 wr2 = {};
+    device().read_flash_wr1_info(&wr1);
+    device().read_flash_r_info(&rOnly);
+    device().read_flash_wr2_info(&wr2);
+    QCOMPARE(bytesOf(wr1), patternImage().mid(0, 187));
+    QCOMPARE(bytesOf(rOnly), patternImage().mid(256, 256));
+    QCOMPARE(bytesOf(wr2), patternImage().mid(512, 192));
+    QCOMPARE(PanelWorld::commands(), QStringList({readTool, readTool, readTool}));
+}
+
+void TestDevice::read_nullRecord_runsNothing()
+{
+    device().read_flash_wr1_info(nullptr);
+    device().read_flash_r_info(nullptr);
+    device().read_flash_wr2_info(nullptr);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestDevice::read_withoutTool_keepsTheImageReadLast()
+{
+    EEInfoDetail::Flash_WR_1 record = {};
+    device().read_flash_wr1_info(&record);
+    PanelWorld::replaceTool(QStringLiteral("readee"), QByteArray());
+    record = {};
+    const Output errors(STDERR_FILENO);
+    device().read_flash_wr1_info(&record);
+    QCOMPARE(bytesOf(record), patternImage().mid(0, 187).replace(0, 1, QByteArray("\0", 1)));
+}
+
+void TestDevice::read_shortImage_isNotDetected()
+{
+    EEInfoDetail::Flash_WR_1 record = {};
+    device().read_flash_wr1_info(&record);
+    PanelWorld::replaceTool(QStringLiteral("readee"), "printf ABC");
+    device().read_flash_wr1_info(&record);
+    QCOMPARE(bytesOf(record), patternImage().mid(0, 187).replace(0, 3, "ABC"));
+}
+
+void TestDevice::write_runsReadThenWrite()
+{
+    EEInfoDetail::Flash_WR_1 wr1 = {};
+    QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList({readTool, writeTool}));
+    PanelWorld::clearCommands();
+    EEInfoDetail::Flash_WR_2 wr2 = {};
+    QCOMPARE(device().write_flash_wr2_info(&wr2), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList({readTool, writeTool}));
+    QCOMPARE(PanelWorld::inputOf(1).size(), 1024);
+}
+
+void TestDevice::write_changesOnlyTheRecordsBytes()
+{
+    auto wr1 = recordOf<EEInfoDetail::Flash_WR_1>(QByteArray(187, '\xEE'));
+    QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
+    QCOMPARE(PanelWorld::image(), patternImage().replace(0, 187, QByteArray(187, '\xEE')));
+    PanelWorld::setImage(patternImage());
+    auto wr2 = recordOf<EEInfoDetail::Flash_WR_2>(QByteArray(192, '\xDD'));
+    QCOMPARE(device().write_flash_wr2_info(&wr2), 0);
+    QCOMPARE(PanelWorld::image(), patternImage().replace(512, 192, QByteArray(192, '\xDD')));
+}
+
+void TestDevice::write_foreignBytesGoBackAsJustRead()
+{
+    EEInfoDetail::Flash_WR_1 wr1 = {};
+    device().read_flash_wr1_info(&wr1);
+    // Meanwhile somebody else changes the image, in our bytes and in theirs.
+    QByteArray changed = patternImage();
+    for (const int at : {5, 187, 200, 255, 256, 300, 511, 512, 703, 704, 900, 1023}) {
+        changed[at] = char(changed.at(at) ^ 0x55);
+    }
+    PanelWorld::setImage(changed);
+    QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
+    QCOMPARE(PanelWorld::image(), changed.replace(0, 187, patternImage().left(187)));
+}
+
+void TestDevice::write_nullRecord_runsNothing()
+{
+    QCOMPARE(device().write_flash_wr1_info(nullptr), -1);
+    QCOMPARE(device().write_flash_wr2_info(nullptr), -1);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestDevice::write_failureIsReported()
+{
+    EEInfoDetail::Flash_WR_1 record = {};
+    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(device().write_flash_wr1_info(&record), -1);
+    PanelWorld::replaceTool(QStringLiteral("writeee"), "exit 0");
+    QCOMPARE(device().write_flash_wr1_info(&record), -1);
+    QCOMPARE(PanelWorld::image(), patternImage());
+}
+
+void TestDevice::getbright_parsesTheReply_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<int>("level");
+    QTest::newRow("number") << QByteArray("140\n") << 140;
+    QTest::newRow("no line end") << QByteArray("76") << 76;
+    QTest::newRow("leading white space") << QByteArray(" \t\n 92\n") << 92;
+    QTest::newRow("stops at the first non-digit") << QByteArray("12 34") << 12;
+    QTest::newRow("hexadecimal is not read") << QByteArray("0x10") << 0;
+    QTest::newRow("negative") << QByteArray("-5") << -5;
+    QTest::newRow("nothing") << QByteArray() << 0;
+    QTest::newRow("no number") << QByteArray("bright") << 0;
+    QTest::newRow("32 bytes without an end") << QByteArray(32, ' ').replace(31, 1, "7") << 7;
+    QTest::newRow("what lies behind 32 bytes")
+        << QByteArray(32, ' ').replace(31, 1, "7") + "89" << 7;
+    QTest::newRow("beyond an int") << QByteArray("99999999999999999999") << INT_MAX;
+}
+
+void TestDevice::getbright_parsesTheReply()
+{
+    QFETCH(QByteArray, reply);
+    QFETCH(int, level);
+    PanelWorld::writeFile(QStringLiteral("/tmp/reply"), reply);
+    PanelWorld::replaceTool(QStringLiteral("getbright"), "cat /tmp/reply");
+    QCOMPARE(device().getbright(), level);
+}
+
+void TestDevice::getbright_withoutTool_isZero()
+{
+    PanelWorld::replaceTool(QStringLiteral("getbright"), QByteArray());
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(device().getbright(), 0);
+}
+
+using Control = int (*)();
+
+void TestDevice::shellControls_runTheirLines_data()
+{
+    QTest::addColumn<quintptr>("control");
+    QTest::addColumn<QStringList>("lines");
+    const auto row = [](const char* name, Control control, const QStringList& lines) {
+        QTest::newRow(name) << quintptr(control) << lines;
+    };
+    const QString sync = QStringLiteral("sync");
+    const auto line = [](const char* text) { return QString::fromLatin1(text); };
+    row("brightness", [] { return device().setBright(92); },
+        {line("/root/plat-intf/setbright 92")});
+    row("dark", [] { return device().setBright(0); }, {line("/root/plat-intf/setbright 0")});
+    row("long beep", [] { return device().setBeep(true); }, {line("/root/plat-intf/setbeep long")});
+    row("short beep", [] { return device().setBeep(false); },
+        {line("/root/plat-intf/setbeep short")});
+    row("address", [] { return device().setIP(0, "10.0.0.9"); },
+        {line("ifconfig eth0 10.0.0.9"), sync});
+    row("mask", [] { return device().setMask(1, "255.0.0.0"); },
+        {line("ifconfig eth1 netmask 255.0.0.0"), sync});
+    row("gateway of eth0", [] { return device().setGateway(0, "10.0.0.1"); },
+        {line("route add default gw 10.0.0.1"), sync});
+    row("gateway of eth1", [] { return device().setGateway(1, "10.0.0.1"); },
+        {line("route add default gw 10.0.0.1"), sync});
+    row("on", [] { return device().enableNetwork(1); }, {line("ifconfig eth1 up"), sync});
+    row("off", [] { return device().disableNetwork(0); }, {line("ifconfig eth0 down"), sync});
+    row("restart", [] { return device().reboot(); }, {line("reboot")});
+}
+
+void TestDevice::shellControls_runTheirLines()
+{
+    QFETCH(quintptr, control);
+    QFETCH(QStringList, lines);
+    QCOMPARE(reinterpret_cast<Control>(control)(), 0);
+    QCOMPARE(PanelWorld::commands(), lines);
+}
+
+void TestDevice::shellControls_statusIsThatOfTheCommand()
+{
+    PanelWorld::replaceTool(QStringLiteral("setbright"), "exit 3");
+    QCOMPARE(WEXITSTATUS(device().setBright(1)), 3);
+    PanelWorld::replaceTool(QStringLiteral("setbeep"), QByteArray());
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(WEXITSTATUS(device().setBeep(true)), 127);
+    QVERIFY(Output::text().contains("not found"));
+}
+
+void TestDevice::adapterControls_lineTooLong_runsNothing()
+{
+    const Output errors(STDERR_FILENO);
+    const std::string tooLong(120, '1');
+    QCOMPARE(device().setIP(0, tooLong), -1);
+    QCOMPARE(device().setMask(0, tooLong), -1);
+    QCOMPARE(device().setGateway(0, tooLong), -1);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QVERIFY(!Output::text().isEmpty());
+}
+
+void TestDevice::identity_isThirtyTwoBytes_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("sent");
+    const QByteArray thirtyThree("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456");
+    QTest::newRow("two characters") << QByteArray("A7") << QByteArray("A7") + QByteArray(30, '\0');
+    QTest::newRow("empty") << QByteArray("") << QByteArray(32, '\0');
+    QTest::newRow("31") << thirtyThree.left(31) << thirtyThree.left(31) + QByteArray(1, '\0');
+    QTest::newRow("32 fill the field") << thirtyThree.left(32) << thirtyThree.left(32);
+    QTest::newRow("33 are cut") << thirtyThree << thirtyThree.left(32);
+}
+
+void TestDevice::identity_isThirtyTwoBytes()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, sent);
+    QCOMPARE(device().setserial(text.constData()), 0);
+    QCOMPARE(device().setmpi(text.constData()), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/setserial"),
+                                                  QStringLiteral("/root/plat-intf/setmpi")}));
+    QCOMPARE(PanelWorld::inputOf(0), sent);
+    QCOMPARE(PanelWorld::inputOf(1), sent);
+}
+
+void TestDevice::identity_withoutTool_fails()
+{
+    PanelWorld::replaceTool(QStringLiteral("setserial"), QByteArray());
+    PanelWorld::replaceTool(QStringLiteral("setmpi"), "exit 0");
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(device().setserial("A7"), -1);
+    QCOMPARE(device().setmpi("A7"), -1);
+}
+
+void TestDevice::usbSlave_isOneExactAnswer_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<bool>("slave");
+    QTest::newRow("plug-in and a line end") << QByteArray("plug-in\n") << true;
+    QTest::newRow("without its line end it is cut") << QByteArray("plug-in") << false;
+    QTest::newRow("two line ends") << QByteArray("plug-in\n\n") << false;
+    QTest::newRow("plug-out") << QByteArray("plug-out\n") << false;
+    QTest::newRow("another case") << QByteArray("Plug-in\n") << false;
+    QTest::newRow("nothing") << QByteArray() << false;
+    QTest::newRow("a line end") << QByteArray("\n") << false;
+    QTest::newRow("two characters are not cut") << QByteArray("pl") << false;
+    QTest::newRow("32 bytes without an end") << QByteArray(32, 'p') << false;
+}
+
+void TestDevice::usbSlave_isOneExactAnswer()
+{
+    QFETCH(QByteArray, reply);
+    QFETCH(bool, slave);
+    PanelWorld::writeFile(QStringLiteral("/tmp/reply"), reply);
+    PanelWorld::replaceTool(QStringLiteral("getusbslave"), "cat /tmp/reply");
+    QCOMPARE(device().isusbslave(), slave);
+}
+
+namespace {
+
+const QString logoPath = QStringLiteral("/tmp/logo.bin");
+
+void makeLogo(qint64 size)
+{
+    QFile file(logoPath);
+    if (!file.open(QIODevice::WriteOnly) || file.write("start") < 0 || !file.resize(size)) {
+        qFatal("cannot make a logo");
+    }
+}
+
+} // namespace
+
+void TestDevice::setLogo_sendsFilesUpToSixMebibytes_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("sent");
+    QTest::addColumn<QByteArray>("said");
+    const QByteArray tooLarge("pic size is out of 6M");
+    QTest::newRow("empty") << 0 << false << QByteArray();
+    QTest::newRow("one byte") << 1 << true << QByteArray();
+    QTest::newRow("larger than a pipe") << 200000 << true << QByteArray();
+    QTest::newRow("exactly six") << 6291456 << true << QByteArray();
+    QTest::newRow("one more") << 6291457 << false << tooLarge;
+}
+
+void TestDevice::setLogo_sendsFilesUpToSixMebibytes()
+{
+    QFETCH(int, size);
+    QFETCH(bool, sent);
+    QFETCH(QByteArray, said);
+    makeLogo(size);
+    {
+        const Output output(STDOUT_FILENO);
+        device().setLogo(logoPath.toStdString());
+        QCOMPARE(Output::text(), said);
+    }
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
+    QCOMPARE(PanelWorld::inputOf(0), sent ? PanelWorld::fileContent(logoPath) : QByteArray());
+}
+
+void TestDevice::setLogo_missingFile_saysTheSame()
+{
+    const Output output(STDOUT_FILENO);
+    device().setLogo("/tmp/no-logo");
+    QCOMPARE(Output::text(), QByteArray("pic size is out of 6M"));
+    QCOMPARE(PanelWorld::inputOf(0), QByteArray());
+}
+
+void TestDevice::setLogo_emptyPath_onlyStartsTheTool()
+{
+    const Output output(STDOUT_FILENO);
+    device().setLogo(std::string());
+    QCOMPARE(Output::text(), QByteArray());
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
+    QCOMPARE(PanelWorld::inputOf(0), QByteArray());
+}
+
+void TestDevice::setLogo_toolEndsEarly_weLive()
+{
+    makeLogo(1000000);
+    PanelWorld::replaceTool(QStringLiteral("writelogo"), "exit 1");
+    QCOMPARE(inOtherProcess([] {
+                 std::signal(SIGPIPE, SIG_DFL);
+                 device().setLogo(logoPath.toStdString());
+                 return 1;
+             }),
+             1);
+}
+
+void TestDevice::readLogo_fromAPipe_leavesTheFileEmpty()
+{
+    PanelWorld::setState(QStringLiteral("logo"), "a picture");
+    PanelWorld::writeFile(logoPath, "what was there before");
+    const Output output(STDOUT_FILENO);
+    device().readLogo(logoPath.toStdString());
+    QCOMPARE(Output::text(), QByteArray("------start------"));
+    QVERIFY(QFile::exists(logoPath));
+    QCOMPARE(PanelWorld::fileContent(logoPath), QByteArray());
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/readlogo")}));
+}
+
+void TestDevice::readLogo_unwritableFile_saysSo()
+{
+    const Output errors(STDERR_FILENO);
+    device().readLogo("/tmp/nowhere/logo");
+    QVERIFY(Output::text().contains("readLogo Fail to popen fp2\n: No such file or directory"));
+}
+
+void TestDevice::logo_leavesNothingBehind()
+{
+    makeLogo(1000);
+    const uint before = openDescriptors();
+    const Output output(STDOUT_FILENO);
+    const Output errors(STDERR_FILENO);
+    for (const char* path : {"/tmp/logo.bin", "/tmp/no-logo", "", "/tmp/nowhere/logo"}) {
+        device().setLogo(path);
+        device().readLogo(path);
+    }
+    QCOMPARE(openDescriptors(), before + 2); // the two redirected streams
+}
+
+void TestDevice::shellLine_fitsUpTo127Bytes()
+{
+    const QByteArray fits(127, 'a');
+    char line[ShellLine::bufferBytes];
+    QVERIFY(ShellLine::format(line, "%s", fits.constData()));
+    QCOMPARE(QByteArray(line), fits);
+
+    // A line of 127 bytes runs, one of 128 does not.
+    const QByteArray touch("touch /tmp/");
+    const QByteArray name(127 - touch.size(), 'n');
+    QCOMPARE(ShellLine::run("touch /tmp/%s", name.constData()), 0);
+    QVERIFY(QFile::exists(QStringLiteral("/tmp/") + QString::fromLatin1(name)));
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(ShellLine::run("touch /tmp/%sx", name.constData()), -1);
+    QVERIFY(!QFile::exists(QStringLiteral("/tmp/") + QString::fromLatin1(name + 'x')));
+    QVERIFY(Output::text().contains("127 bytes"));
+    QVERIFY(!ShellLine::format(line, "%sx", fits.constData()));
+    QCOMPARE(QByteArray(line), QByteArray());
+}
+
+void TestDevice::shellLine_isZeroFilled()
+{
+    char line[ShellLine::bufferBytes];
+    std::memset(line, '?', sizeof line);
+    QVERIFY(ShellLine::format(line, "ls %d", 7));
+    QCOMPARE(QByteArray(line, sizeof line), QByteArray("ls 7") + QByteArray(124, '\0'));
+}
+
+void TestDevice::shellLine_resultIsThatOfTheCommand()
+{
+    QCOMPARE(ShellLine::run("exit %d", 0), 0);
+    QCOMPARE(WEXITSTATUS(ShellLine::run("exit %d", 5)), 5);
+}
+
+void TestDevice::detectProcess_line_data()
+{
+    QTest::addColumn<QByteArray>("list");
+    QTest::addColumn<int>("result");
+    QTest::newRow("process id first") << QByteArray("  123 root runtime -x\n") << 123;
+    QTest::newRow("first of two lines") << QByteArray("7 a runtime\n8 b runtime\n") << 7;
+    QTest::newRow("no such process") << QByteArray("7 a other\n") << 1;
+    QTest::newRow("empty list") << QByteArray() << 1;
+    QTest::newRow("a name in front") << QByteArray("root 123 runtime\n") << 0;
+    QTest::newRow("a long line") << QByteArray("55 ") + QByteArray(500, 'x') + "runtime\n" << 55;
+}
+
+void TestDevice::detectProcess_line()
+{
+    QFETCH(QByteArray, list);
+    QFETCH(int, result);
+    PanelWorld::writeFile(QStringLiteral("/tmp/list"), list);
+    // A process list of our own, in front of the panel's.
+    QDir().mkpath(QStringLiteral("/tmp/bin"));
+    PanelWorld::writeFile(QStringLiteral("/tmp/bin/ps"), "#!/bin/sh\ncat /tmp/list\n");
+    QFile::setPermissions(QStringLiteral("/tmp/bin/ps"), QFile::ReadOwner | QFile::ExeOwner);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/tmp/bin:" + path);
+    const int found = detectProcess("runtime");
+    qputenv("PATH", path);
+    QCOMPARE(found, result);
+}
+
+void TestDevice::detectProcess_commandLine()
+{
+    detectProcess("runtime");
+    const QStringList commands = PanelWorld::commands();
+    QVERIFY(commands.contains(QStringLiteral("ps -ef")));
+    QVERIFY(commands.contains(QStringLiteral("grep runtime")));
+    QVERIFY(commands.contains(QStringLiteral("grep -v grep")));
+    QCOMPARE(commands.size(), 3);
+
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(detectProcess(QByteArray(200, 'x').constData()), -1);
+    QCOMPARE(PanelWorld::commands().size(), 3);
+}
+
+void TestDevice::resolver_findsServers_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("address");
+    const auto text = QStringLiteral("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n");
+    QTest::newRow("eth0 first") << text << 0 << 0 << "2.2.2.2";
+    QTest::newRow("eth0 has no backup") << text << 0 << 1 << "";
+    QTest::newRow("eth1 first") << text << 1 << 0 << "1.1.1.1";
+    QTest::newRow("third line is ignored") << "a 1 # eth0\nb 2 # eth0\nc 3 # eth0" << 0 << 1 << "2";
+    QTest::newRow("tag at the start does not count") << "eth0 9.9.9.9" << 0 << 0 << "";
+    QTest::newRow("untagged") << "nameserver 8.8.8.8" << 0 << 0 << "";
+    QTest::newRow("one word only") << "# eth0" << 0 << 0 << "eth0";
+    QTest::newRow("no blank at all") << "xeth0" << 0 << 0 << "";
+    QTest::newRow("two blanks") << "nameserver  8.8.8.8 # eth0" << 0 << 0 << "";
+    QTest::newRow("empty") << "" << 0 << 0 << "";
+    QTest::newRow("eth10 counts as eth1") << "nameserver 5.5.5.5 # eth10" << 1 << 0 << "5.5.5.5";
+}
+
+void TestDevice::resolver_findsServers()
+{
+    QFETCH(QString, text);
+    QFETCH(int, adapter);
+    QFETCH(int, index);
+    QFETCH(QString, address);
+    QCOMPARE(ResolverText::server(text, adapter, index), address);
+}
+
+void TestDevice::resolver_replacesServers_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QString>("result");
+    const auto text = QStringLiteral("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0");
+    QTest::newRow("in place") << text << 1 << 0
+                              << "nameserver 9.9.9.9 # eth1\nnameserver 2.2.2.2 # eth0";
+    QTest::newRow("missing backup is appended")
+        << text << 0 << 1 << text + QStringLiteral("\nnameserver 9.9.9.9 # eth0");
+    QTest::newRow("backup without a first") << "nameserver 2.2.2.2 # eth0" << 1 << 1
+                                            << "nameserver 2.2.2.2 # eth0\n"
+                                               "nameserver 9.9.9.9 # eth1";
+    QTest::newRow("blank lines and the last line end go")
+        << "\n\nsearch plant\n\nnameserver 8.8.8.8\n"
+        << 0 << 0 << "search plant\nnameserver 8.8.8.8\nnameserver 9.9.9.9 # eth0";
+    QTest::newRow("empty file") << "" << 0 << 0 << "nameserver 9.9.9.9 # eth0";
+    QTest::newRow("foreign lines stay to the byte")
+        << "  odd \t line\r\nnameserver 2.2.2.2 # eth0" << 0 << 0
+        << "  odd \t line\r\nnameserver 9.9.9.9 # eth0";
+}
+
+void TestDevice::resolver_replacesServers()
+{
+    QFETCH(QString, text);
+    QFETCH(int, adapter);
+    QFETCH(int, index);
+    QFETCH(QString, result);
+    QCOMPARE(ResolverText::replaceServer(text, adapter, index, QStringLiteral("9.9.9.9")), result);
+}
+
+void TestDevice::resolver_fileIsRewrittenAndBackedUp()
+{
+    PanelWorld::writeFile(resolverPath, "nameserver 1.1.1.1 # eth1\n\nnameserver 8.8.8.8\n");
+    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    const QByteArray expected("nameserver 1.1.1.1 # eth1\nnameserver 8.8.8.8\n"
+                              "nameserver 7.7.7.7 # eth0");
+    QCOMPARE(PanelWorld::fileContent(resolverPath), expected);
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({QStringLiteral("cp /etc/resolv.conf /etc/resolvbak.conf")}));
+    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/etc/resolvbak.conf")), expected);
+}
+
+void TestDevice::resolver_unwritableFile_isLeftAlone()
+{
+    QFile folder(QStringLiteral("/tmp"));
+    device().replaceDns(folder, 0, 0, QStringLiteral("7.7.7.7"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QString text = QStringLiteral("untouched");
+    QVERIFY(!ResolverFile::load(folder, text));
+    QCOMPARE(text, QStringLiteral("untouched"));
+    QVERIFY(!ResolverFile::store(folder, text));
+}
+
+void TestDevice::resolver_missingFile_isMade()
+{
+    QFile::remove(resolverPath);
+    device().setDNSToSys(1, 0, QStringLiteral("7.7.7.7"));
+    QCOMPARE(PanelWorld::fileContent(resolverPath), QByteArray("nameserver 7.7.7.7 # eth1"));
+}
+
+QTEST_GUILESS_MAIN(TestDevice)
+#include "test_device.moc"
