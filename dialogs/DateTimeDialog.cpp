@@ -47,6 +47,14 @@ bool clockIsLocked()
     return SysReg_Read(clockLockRegister, &word) == 0 && (word & 0xFFU) != 0;
 }
 
+/// The form, with its widgets made: the members that follow it need them.
+Ui_DateTimeDialog* makeForm(QDialog* dialog)
+{
+    auto* form = new Ui_DateTimeDialog;
+    form->setupUi(dialog);
+    return form;
+}
+
 } // namespace
 
 DateTimeDialog* DateTimeDialog::m_instance = nullptr;
@@ -68,10 +76,10 @@ void DateTimeDialog::release()
 
 DateTimeDialog::DateTimeDialog(int fontId, QSettings* settings, QWidget* parent)
     : QDialog(parent),
-      ui(new Ui_DateTimeDialog),
+      ui(makeForm(this)),
       m_fontId(fontId),
       m_values{},
-      m_drag((ui->setupUi(this), this), ui->titleBarFrame, outerMargin),
+      m_drag(this, ui->titleBarFrame, outerMargin),
       m_settings(settings),
       m_dialogWidth(0),
       m_yearWidth(0),

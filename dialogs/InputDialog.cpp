@@ -35,6 +35,14 @@ constexpr std::array<Key, 10> digitKeys = {
     &Ui_InputDialog::pushButton6, &Ui_InputDialog::pushButton7, &Ui_InputDialog::pushButton8,
     &Ui_InputDialog::pushButton9};
 
+/// The form, with its widgets made: the members that follow it need them.
+Ui_InputDialog* makeForm(QDialog* dialog)
+{
+    auto* form = new Ui_InputDialog;
+    form->setupUi(dialog);
+    return form;
+}
+
 } // namespace
 
 InputDialog* InputDialog::m_instance = nullptr;
@@ -69,13 +77,13 @@ void InputDialog::release()
 InputDialog::InputDialog(int fontId, int min, int max, int current, QSettings* settings,
                          QWidget* parent)
     : QDialog(parent),
-      ui(new Ui_InputDialog),
+      ui(makeForm(this)),
       m_fontId(fontId),
       m_currentText(QString::number(current)),
       m_minValue(min),
       m_maxValue(max),
       m_settings(settings),
-      m_drag((ui->setupUi(this), this), ui->titleBarFrame, outerMargin)
+      m_drag(this, ui->titleBarFrame, outerMargin)
 {
     init(fontId);
     connectSlots();

@@ -1,0 +1,605 @@
+#include "common/PanelFont.h"
+#include "dialogs/DateTimeDialog.h"
+#include "dialogs/InputDialog.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QFrame>
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include <memory>
+
+namespace {
+
+const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString lockArea = QStringLiteral("/hmi_data/sfb.dat");
+constexpr int lockBit = 1;
+
+/// The six fields: name, keypad range.
+const struct Field
+{
+    const char* name;
+    int minimum;
+    int maximum;
+} fields[] = {
+    {"yearLineEdit", 1970, 2038}, {"monthLineEdit", 1, 12},  {"dateLineEdit", 1, 31},
+    {"hourLineEdit", 0, 23},      {"minuteLineEdit", 0, 59}, {"secondLineEdit", 0, 59},
+};
+
+void setScreenWidth(int width)
+{
+    const char bytes[] = {char(width & 0xFF), char((width >> 8) << 4)};
+    PanelWorld::patchImage(256 + 14, QByteArray(bytes, 2));
+}
+
+DateTimeDialog* dialog(QSettings* settings = nullptr)
+{
+    return DateTimeDialog::Instance(0, settings, nullptr);
+}
+
+QLineEdit* field(const char* name)
+{
+    return dialog()->findChild<QLineEdit*>(QString::fromLatin1(name));
+}
+
+QStringList shown()
+{
+    QStringList texts;
+    for (const Field& row : fields) {
+        texts << field(row.name)->text();
+    }
+    return texts;
+}
+
+void showMoment(int year, int month, int day, int hour, int minute, int second)
+{
+    QDateTime moment(QDate(year, month, day), QTime(hour, minute, second));
+    dialog()->onUpdateCurrentDateTime(moment);
+}
+
+/// Presses a field and enters the digits on the keypad that opens; no digits close it. Returns the
+/// range that the keypad showed, empty when none opened.
+QString enter(const char* name, const QString& digits)
+{
+    QString range;
+    QTimer::singleShot(0, qApp, [&range, digits] {
+        auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+        if (!keypad) {
+            return;
+        }
+        range = keypad->findChild<QLabel*>(QStringLiteral("minText"))->text() + QLatin1Char(' ') +
+                keypad->findChild<QLabel*>(QStringLiteral("maxText"))->text() + QLatin1Char(' ') +
+                keypad->findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
+        for (const QChar digit : digits) {
+            keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + digit)->click();
+        }
+        if (digits.isEmpty()) {
+            keypad->close();
+        } else {
+            keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+        }
+    });
+    QTest::mousePress(field(name), Qt::LeftButton);
+    QCoreApplication::processEvents();
+    return range;
+}
+
+QStringList clockCommands(const char* date, const char* time)
+{
+    return {QStringLiteral("date -s ") + QString::fromLatin1(date),
+            QStringLiteral("date -s ") + QString::fromLatin1(time),
+            QStringLiteral("hwclock --systohc --utc")};
+}
+
+void sendMouse(QWidget& window, QEvent::Type type, const QPointF& local, Qt::MouseButton button)
+{
+    QMouseEvent event(type, local, local, window.mapToGlobal(local.toPoint()), button,
+                      Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &event);
+}
+
+} // namespace
+
+class TestDateTimeDialog : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void sizes_followTheDeviceRecord_data();
+    void sizes_followTheDeviceRecord();
+    void looks_areAsDocumented();
+    void fields_fitTheirTexts();
+    void moment_isShownPadded_data();
+    void moment_isShownPadded();
+    void entry_opensTheKeypadOfItsField_data();
+    void entry_opensTheKeypadOfItsField();
+    void entry_setsBothClocksInOrder();
+    void entry_eachFieldSetsAllSix_data();
+    void entry_eachFieldSetsAllSix();
+    void entry_dayIsNotCheckedAgainstTheMonth();
+    void entry_cancelled_changesNothing();
+    void entry_outOfRange_isRefusedByTheKeypad();
+    void entry_clearsTheFocus();
+    void entry_combinesWithTheMomentShownThen();
+    void press_beepsByTheSwitch_data();
+    void press_beepsByTheSwitch();
+    void lockRegister_closesTheFields();
+    void lockRegister_isReadAtEveryPress();
+    void lockRegister_unreadable_locksNothing();
+    void filter_consumesNothing();
+    void setSystemTime_runsThreeCommandsWithoutPadding();
+    void close_beepsByTheSwitchAndCloses_data();
+    void close_beepsByTheSwitchAndCloses();
+    void instance_isOneAndKeepsItsArguments();
+    void instance_takesTheNextSettingsOnceTheFirstAreGone();
+    void drag_startsOnTheTitleBar();
+    void deletedWhileTheKeypadIsOpen_isNoCrash();
+};
+
+void TestDateTimeDialog::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+    QCOMPARE(PanelFont::registerFile(QStringLiteral("/hmi/default.ttf")), 0);
+}
+
+void TestDateTimeDialog::init()
+{
+    setScreenWidth(1024);
+    PanelWorld::setAreaBit(lockArea, lockBit, false);
+    dialog();
+    InputDialog::p_move = false;
+    PanelWorld::clearCommands();
+}
+
+void TestDateTimeDialog::cleanup()
+{
+    DateTimeDialog::release();
+    InputDialog::release();
+}
+
+void TestDateTimeDialog::sizes_followTheDeviceRecord_data()
+{
+    QTest::addColumn<int>("screenWidth");
+    QTest::addColumn<int>("dialogWidth");
+    QTest::addColumn<int>("yearWidth");
+    QTest::addColumn<int>("fieldWidth");
+    QTest::newRow("1920") << 1920 << 700 << 100 << 60;
+    QTest::newRow("1280") << 1280 << 500 << 80 << 40;
+    QTest::newRow("1024") << 1024 << 500 << 80 << 40;
+    QTest::newRow("800") << 800 << 500 << 80 << 40;
+    QTest::newRow("1919") << 1919 << 500 << 80 << 40;
+}
+
+void TestDateTimeDialog::sizes_followTheDeviceRecord()
+{
+    QFETCH(int, screenWidth);
+    QFETCH(int, dialogWidth);
+    QFETCH(int, yearWidth);
+    QFETCH(int, fieldWidth);
+    DateTimeDialog::release();
+    setScreenWidth(screenWidth);
+    PanelWorld::clearCommands();
+    QCOMPARE(dialog()->minimumSize(), QSize(dialogWidth, 120));
+    QCOMPARE(dialog()->maximumSize(), QSize(dialogWidth, 120));
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/readee")}));
+    const auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    QCOMPARE(titleBar->minimumSize(), QSize(dialogWidth - 6, 50));
+    QCOMPARE(titleBar->maximumSize(), QSize(dialogWidth - 6, 50));
+    for (const Field& row : fields) {
+        const bool year = qstrcmp(row.name, "yearLineEdit") == 0;
+        QCOMPARE(field(row.name)->minimumSize(), QSize(year ? yearWidth : fieldWidth, 40));
+        QCOMPARE(field(row.name)->maximumSize(), QSize(year ? yearWidth : fieldWidth, 40));
+    }
+}
+
+void TestDateTimeDialog::looks_areAsDocumented()
+{
+    QCOMPARE(dialog()->objectName(), QStringLiteral("DateTimeDialog"));
+    QCOMPARE(dialog()->windowTitle(), QStringLiteral("Dialog"));
+    QVERIFY(dialog()->windowFlags() & Qt::FramelessWindowHint);
+    QCOMPARE(dialog()->styleSheet(),
+             QStringLiteral("#DateTimeDialog{border:3px solid rgb(0, 0, 0);}"));
+    QCOMPARE(dialog()->layout()->contentsMargins(), QMargins(3, 3, 3, 3));
+    QCOMPARE(dialog()->font().weight(), 75);
+    QCOMPARE(dialog()->font().pointSize(), 13);
+    QCOMPARE(dialog()->font().family(), PanelFont::family(0));
+    const auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    QCOMPARE(titleBar->frameShape(), QFrame::StyledPanel);
+    QCOMPARE(titleBar->layout()->contentsMargins(), QMargins());
+    QCOMPARE(titleBar->styleSheet(),
+             QStringLiteral("QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"));
+    const auto* close = dialog()->findChild<QPushButton*>(QStringLiteral("closePushButton"));
+    QCOMPARE(close->minimumSize(), QSize(45, 45));
+    QCOMPARE(close->maximumSize(), QSize(45, 45));
+    QCOMPARE(close->styleSheet(),
+             QStringLiteral("QPushButton{border-image: url(:/Resources/close.png); "
+                            "background-color: rgba(255, 255, 255, 0);color:white;}"));
+    QCOMPARE(dialog()->findChild<QLayout*>(QStringLiteral("dateTimeLayout"))->contentsMargins(),
+             QMargins(10, 10, 10, 10));
+    const char* const separators[][2] = {
+        {"label", "/"}, {"label_2", "/"}, {"label_3", ":"}, {"label_4", ":"}};
+    for (const auto& separator : separators) {
+        const auto* label = dialog()->findChild<QLabel*>(QString::fromLatin1(separator[0]));
+        QCOMPARE(label->text(), QString::fromLatin1(separator[1]));
+        QCOMPARE(int(label->alignment()), int(Qt::AlignCenter));
+    }
+    for (const Field& row : fields) {
+        QCOMPARE(int(field(row.name)->alignment()), int(Qt::AlignCenter));
+    }
+}
+
+void TestDateTimeDialog::fields_fitTheirTexts()
+{
+    for (const int width : {800, 1920}) {
+        DateTimeDialog::release();
+        setScreenWidth(width);
+        dialog()->show();
+        showMoment(2028, 12, 28, 20, 28, 58);
+        const QLineEdit* previous = nullptr;
+        for (const Field& row : fields) {
+            const QLineEdit* edit = field(row.name);
+            QVERIFY(edit->fontMetrics().horizontalAdvance(edit->text()) < edit->width() - 8);
+            const QRect place(edit->mapTo(dialog(), QPoint(0, 0)), edit->size());
+            QVERIFY(dialog()->rect().contains(place));
+            QVERIFY(!previous ||
+                    previous->mapTo(dialog(), QPoint(previous->width(), 0)).x() < place.left());
+            previous = edit;
+        }
+    }
+}
+
+void TestDateTimeDialog::moment_isShownPadded_data()
+{
+    QTest::addColumn<QDateTime>("moment");
+    QTest::addColumn<QStringList>("texts");
+    QTest::newRow("single digits") << QDateTime(QDate(2024, 3, 7), QTime(9, 5, 0))
+                                   << QStringList({"2024", "03", "07", "09", "05", "00"});
+    QTest::newRow("last second of a year") << QDateTime(QDate(2024, 12, 31), QTime(23, 59, 59))
+                                           << QStringList({"2024", "12", "31", "23", "59", "59"});
+    QTest::newRow("year of three digits") << QDateTime(QDate(999, 1, 1), QTime(0, 0, 0))
+                                          << QStringList({"0999", "01", "01", "00", "00", "00"});
+}
+
+void TestDateTimeDialog::moment_isShownPadded()
+{
+    QFETCH(QDateTime, moment);
+    QFETCH(QStringList, texts);
+    dialog()->onUpdateCurrentDateTime(moment);
+    QCOMPARE(shown(), texts);
+}
+
+void TestDateTimeDialog::entry_opensTheKeypadOfItsField_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("range");
+    const char* const current[] = {"2024", "3", "7", "9", "5", "0"};
+    for (int row = 0; row < int(std::size(fields)); ++row) {
+        QTest::newRow(fields[row].name) << row
+                                        << QStringLiteral("Min:%1 Max:%2 %3")
+                                               .arg(fields[row].minimum)
+                                               .arg(fields[row].maximum)
+                                               .arg(QString::fromLatin1(current[row]));
+    }
+}
+
+void TestDateTimeDialog::entry_opensTheKeypadOfItsField()
+{
+    QFETCH(int, row);
+    QFETCH(QString, range);
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    QCOMPARE(enter(fields[row].name, QString()), range);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestDateTimeDialog::entry_setsBothClocksInOrder()
+{
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    enter("minuteLineEdit", QStringLiteral("42"));
+    QCOMPARE(shown(), QStringList({"2024", "03", "07", "09", "42", "00"}));
+    QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "9:42:0"));
+}
+
+void TestDateTimeDialog::entry_eachFieldSetsAllSix_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("digits");
+    QTest::addColumn<QString>("date");
+    QTest::addColumn<QString>("time");
+    QTest::newRow("year") << "yearLineEdit"
+                          << "1999"
+                          << "1999-3-7"
+                          << "9:5:0";
+    QTest::newRow("month") << "monthLineEdit"
+                           << "12"
+                           << "2024-12-7"
+                           << "9:5:0";
+    QTest::newRow("day") << "dateLineEdit"
+                         << "1"
+                         << "2024-3-1"
+                         << "9:5:0";
+    QTest::newRow("hour") << "hourLineEdit"
+                          << "0"
+                          << "2024-3-7"
+                          << "0:5:0";
+    QTest::newRow("minute") << "minuteLineEdit"
+                            << "59"
+                            << "2024-3-7"
+                            << "9:59:0";
+    QTest::newRow("second") << "secondLineEdit"
+                            << "7"
+                            << "2024-3-7"
+                            << "9:5:7";
+}
+
+void TestDateTimeDialog::entry_eachFieldSetsAllSix()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, digits);
+    QFETCH(QString, date);
+    QFETCH(QString, time);
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    enter(name.toLatin1().constData(), digits);
+    QCOMPARE(PanelWorld::commands(),
+             clockCommands(date.toLatin1().constData(), time.toLatin1().constData()));
+}
+
+void TestDateTimeDialog::entry_dayIsNotCheckedAgainstTheMonth()
+{
+    dialog()->show();
+    showMoment(2024, 2, 7, 9, 5, 0);
+    enter("dateLineEdit", QStringLiteral("31"));
+    QCOMPARE(PanelWorld::commands(), clockCommands("2024-2-31", "9:5:0"));
+    QCOMPARE(field("dateLineEdit")->text(), QStringLiteral("31"));
+}
+
+void TestDateTimeDialog::entry_cancelled_changesNothing()
+{
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    enter("hourLineEdit", QString());
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(shown(), QStringList({"2024", "03", "07", "09", "05", "00"}));
+}
+
+void TestDateTimeDialog::entry_outOfRange_isRefusedByTheKeypad()
+{
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    // The box closes, then the keypad.
+    QTimer::singleShot(100, qApp, [] {
+        QApplication::activeModalWidget()->close();
+        QTimer::singleShot(0, qApp, [] { QApplication::activeModalWidget()->close(); });
+    });
+    enter("hourLineEdit", QStringLiteral("24"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(field("hourLineEdit")->text(), QStringLiteral("09"));
+}
+
+void TestDateTimeDialog::entry_clearsTheFocus()
+{
+    dialog()->show();
+    QApplication::setActiveWindow(dialog());
+    showMoment(2024, 3, 7, 9, 5, 0);
+    field("hourLineEdit")->setFocus();
+    QVERIFY(QTest::qWaitForWindowActive(dialog()));
+    QVERIFY(field("hourLineEdit")->hasFocus());
+    QTimer::singleShot(0, qApp, [] {
+        auto* keypad = QApplication::activeModalWidget();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButton8"))->click();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+    });
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QVERIFY(!static_cast<QObject*>(dialog())->eventFilter(field("hourLineEdit"), &press));
+    QCOMPARE(field("hourLineEdit")->text(), QStringLiteral("08"));
+    QVERIFY(!field("hourLineEdit")->hasFocus());
+}
+
+void TestDateTimeDialog::entry_combinesWithTheMomentShownThen()
+{
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 58);
+    QTimer::singleShot(0, qApp, [] {
+        showMoment(2024, 3, 7, 9, 6, 3); // the clock ticks on behind the keypad
+        auto* keypad = QApplication::activeModalWidget();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButton8"))->click();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+    });
+    QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "8:6:3"));
+}
+
+void TestDateTimeDialog::press_beepsByTheSwitch_data()
+{
+    QTest::addColumn<QString>("buzzer");
+    QTest::addColumn<int>("beeps");
+    QTest::newRow("on") << "on" << 1;
+    QTest::newRow("off") << "off" << 0;
+    QTest::newRow("another word") << "ON" << 0;
+}
+
+void TestDateTimeDialog::press_beepsByTheSwitch()
+{
+    QFETCH(QString, buzzer);
+    QFETCH(int, beeps);
+    DateTimeDialog::release();
+    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+    dialog(&settings)->show();
+    PanelWorld::clearCommands();
+    for (const Field& row : fields) {
+        PanelWorld::clearCommands();
+        enter(row.name, QString());
+        QCOMPARE(PanelWorld::commands(), beeps ? QStringList({longBeep}) : QStringList());
+    }
+}
+
+void TestDateTimeDialog::lockRegister_closesTheFields()
+{
+    DateTimeDialog::release();
+    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
+    dialog(&settings)->show();
+    PanelWorld::setAreaBit(lockArea, lockBit, true);
+    PanelWorld::clearCommands();
+    for (const Field& row : fields) {
+        QCOMPARE(enter(row.name, QStringLiteral("1")), QString());
+    }
+    // Pressing still beeps.
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({longBeep, longBeep, longBeep, longBeep, longBeep, longBeep}));
+}
+
+void TestDateTimeDialog::lockRegister_isReadAtEveryPress()
+{
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    PanelWorld::setAreaBit(lockArea, lockBit, true);
+    QCOMPARE(enter("hourLineEdit", QString()), QString());
+    PanelWorld::setAreaBit(lockArea, lockBit, false);
+    // The byte comes back unmasked: any bit above the register's own locks as well.
+    const QByteArray area = PanelWorld::fileContent(lockArea);
+    PanelWorld::patchFile(lockArea, 0, QByteArray(1, '\x40'));
+    QCOMPARE(enter("hourLineEdit", QString()), QString());
+    PanelWorld::patchFile(lockArea, 0, QByteArray(1, '\x01')); // below it: not read
+    QVERIFY(!enter("hourLineEdit", QString()).isEmpty());
+    PanelWorld::writeFile(lockArea, area);
+}
+
+void TestDateTimeDialog::lockRegister_unreadable_locksNothing()
+{
+    dialog()->show();
+    QVERIFY(QFile::rename(lockArea, lockArea + QStringLiteral(".away")));
+    QVERIFY(!enter("hourLineEdit", QString()).isEmpty());
+    QVERIFY(QFile::rename(lockArea + QStringLiteral(".away"), lockArea));
+}
+
+void TestDateTimeDialog::filter_consumesNothing()
+{
+    dialog()->show();
+    QObject* filter = dialog();
+    for (const auto type : {QEvent::MouseMove, QEvent::MouseButtonRelease, QEvent::FocusIn}) {
+        QEvent event(type);
+        QVERIFY(!filter->eventFilter(field("hourLineEdit"), &event));
+    }
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QLineEdit stranger;
+    QVERIFY(!filter->eventFilter(&stranger, &press));
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void TestDateTimeDialog::setSystemTime_runsThreeCommandsWithoutPadding()
+{
+    dialog()->setSystemTime(2024, 3, 7, 9, 5, 0);
+    QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "9:5:0"));
+    // The commands' own output stays away from the host's.
+    PanelWorld::clearCommands();
+    dialog()->setSystemTime(1970, 12, 31, 23, 59, 59);
+    QCOMPARE(PanelWorld::commands(), clockCommands("1970-12-31", "23:59:59"));
+}
+
+void TestDateTimeDialog::close_beepsByTheSwitchAndCloses_data()
+{
+    press_beepsByTheSwitch_data();
+}
+
+void TestDateTimeDialog::close_beepsByTheSwitchAndCloses()
+{
+    QFETCH(QString, buzzer);
+    QFETCH(int, beeps);
+    DateTimeDialog::release();
+    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
+    settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+    DateTimeDialog* open = dialog(&settings);
+    PanelWorld::clearCommands();
+    QTimer::singleShot(0, open, [open] {
+        QTest::mouseClick(open->findChild<QPushButton*>(QStringLiteral("closePushButton")),
+                          Qt::LeftButton);
+    });
+    open->exec();
+    QVERIFY(!open->isVisible());
+    QCOMPARE(PanelWorld::commands().count(longBeep), beeps);
+}
+
+void TestDateTimeDialog::instance_isOneAndKeepsItsArguments()
+{
+    QSettings other(QStringLiteral("/tmp/other.ini"), QSettings::IniFormat);
+    QWidget parent;
+    DateTimeDialog* first = dialog();
+    const QFont font = first->font();
+    QCOMPARE(DateTimeDialog::Instance(-1, &other, &parent), first);
+    QVERIFY(!first->parentWidget());
+    QCOMPARE(first->font(), font);
+}
+
+void TestDateTimeDialog::instance_takesTheNextSettingsOnceTheFirstAreGone()
+{
+    DateTimeDialog::release();
+    const QString path = QStringLiteral("/tmp/date.ini");
+    auto first = std::make_unique<QSettings>(path, QSettings::IniFormat);
+    first->setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
+    dialog(first.get())->show();
+    first.reset();
+    PanelWorld::clearCommands();
+    enter("hourLineEdit", QString());
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QSettings second(path, QSettings::IniFormat);
+    dialog(&second);
+    enter("hourLineEdit", QString());
+    QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
+}
+
+void TestDateTimeDialog::drag_startsOnTheTitleBar()
+{
+    dialog()->show();
+    dialog()->move(100, 100);
+    sendMouse(*dialog(), QEvent::MouseButtonPress, QPointF(50, 20), Qt::LeftButton);
+    sendMouse(*dialog(), QEvent::MouseMove, QPointF(80, 50), Qt::NoButton);
+    QCOMPARE(dialog()->pos(), QPoint(130, 130));
+    QVERIFY(InputDialog::p_move);
+
+    InputDialog::p_move = false;
+    sendMouse(*dialog(), QEvent::MouseButtonPress, QPointF(50, 100), Qt::LeftButton);
+    sendMouse(*dialog(), QEvent::MouseMove, QPointF(80, 50), Qt::NoButton);
+    QCOMPARE(dialog()->pos(), QPoint(130, 130));
+    QVERIFY(!InputDialog::p_move);
+
+    QPoint corner =
+        dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"))->geometry().bottomRight() +
+        QPoint(1, 1);
+    auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    QVERIFY(dialog()->inRange(&corner, titleBar));
+    corner += QPoint(1, 0);
+    QVERIFY(!dialog()->inRange(&corner, titleBar));
+}
+
+void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_isNoCrash()
+{
+    dialog()->show();
+    QTimer::singleShot(0, qApp, [] {
+        DateTimeDialog::release();
+        auto* keypad = QApplication::activeModalWidget();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButton1"))->click();
+        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+    });
+    QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
+}
+
+QTEST_MAIN(TestDateTimeDialog)
+#include "test_date_time_dialog.moc"
