@@ -268,6 +268,11 @@ class Remains(SandboxTest):
     def assert_nothing_remains(self):
         self.assertEqual(os.listdir(self.world.scratch), [])
 
+    @staticmethod
+    def word(number):
+        """How long to sleep, told apart from every other sleep of the machine."""
+        return f"3600.{number:02}{os.getpid()}"
+
     def processes(self, word):
         """The processes of the machine with this word on their command line."""
         found = []
@@ -290,15 +295,15 @@ class Remains(SandboxTest):
         self.assert_nothing_remains()
 
     def test_background_processes_end_with_the_panel(self):
-        word = "3600.25"
+        word = self.word(0)
         self.world.panel(f"sleep {word} & exit 0")
         wait_for(lambda: not self.processes(word), "the background process to end")
         self.assert_nothing_remains()
 
     def test_nothing_remains_after_a_signal(self):
-        for number, word in ((signal.SIGTERM, "3601.25"), (signal.SIGHUP, "3602.25"),
-                             (signal.SIGINT, "3603.25")):
+        for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
             with self.subTest(signal=number.name):
+                word = self.word(number)
                 panel = self.world.start(f"sleep {word} & echo up; wait", restore_signals=True)
                 self.assertEqual(panel.stdout.readline(), b"up\n")
                 panel.send_signal(number)
