@@ -5,6 +5,7 @@
 // Pictures are called SIZE-WINDOW-LANGUAGE.png.
 
 #include "plugin/SettingsInterface.h"
+#include "plugin/SettingsInterface.h"
 #include "simulator/host/PanelHost.h"
 
 #include <QApplication>
@@ -15,6 +16,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
+#include <QPluginLoader>
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
@@ -22,6 +24,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -156,14 +159,18 @@ int main(int argc, char** argv)
     parser.process(application);
     PanelHost::setLook();
 
-    PanelHost host(parser.value(plugins));
-    if (!host.start()) {
+    QPluginLoader loader(PanelHost::findPlugin(parser.value(plugins)));
+    auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+    if (!plugin) {
+        std::fprintf(stderr, "panel-shots: %s\n", qPrintable(loader.errorString()));
         return 1;
     }
-    host.openSettings();
+    const std::unique_ptr<QDialog> settings(plugin->createInstance());
+    settings->setWindowFlag(Qt::FramelessWindowHint);
+    settings->showFullScreen();
     QApplication::processEvents();
     QDir().mkpath(parser.value(out));
-    Photographer photographer(host.settings(), parser.value(out));
+    Photographer photographer(settings.get(), parser.value(out));
     photographer.takeAll();
     return photographer.complete() ? 0 : 1;
 }
