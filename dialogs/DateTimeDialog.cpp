@@ -1,6 +1,7 @@
 #include "dialogs/DateTimeDialog.h"
 
 #include "common/KeyBeep.h"
+#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "device/EEInfoHandle.h"
 #include "device/ShellLine.h"
@@ -21,7 +22,7 @@ constexpr int dialogHeight = 120;
 constexpr int titleBarHeight = 50;
 constexpr int fieldHeight = 40;
 
-constexpr QLatin1String dialogStyle("#DateTimeDialog{border:3px solid rgb(0, 0, 0);}");
+constexpr QLatin1String dialogStyle = "#DateTimeDialog{border:3px solid rgb(0, 0, 0);}"_l1;
 
 /// One field: its widget, its digits and the range of its keypad.
 struct Field

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <QLatin1String>
+#include "common/Latin1.h"
 
 /// Style sheets that the modal dialogs share.
 namespace DialogStyle {
 
-inline constexpr QLatin1String
-    titleBar("QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}");
-inline constexpr QLatin1String
-    closeButton("QPushButton{border-image: url(:/Resources/close.png); "
-                "background-color: rgba(255, 255, 255, 0);color:white;}");
+inline constexpr QLatin1String titleBar =
+    "QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"_l1;
+inline constexpr QLatin1String closeButton =
+    "QPushButton{border-image: url(:/Resources/close.png); "
+    "background-color: rgba(255, 255, 255, 0);color:white;}"_l1;
 
 } // namespace DialogStyle

@@ -1,6 +1,7 @@
 #include "dialogs/InputDialog.h"
 
 #include "common/KeyBeep.h"
+#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "dialogs/DialogStyle.h"
 #include "ui_InputDialog.h"
@@ -19,12 +20,12 @@ constexpr int rangePointSize = 9;
 constexpr int outerMargin = 3;
 constexpr int largestValue = std::numeric_limits<int>::max() - 1;
 
-constexpr QLatin1String dialogStyle("#InputDialog{border:3px solid rgb(0, 0, 0);}");
-constexpr QLatin1String rangeStyle("background:transparent; color:white");
-constexpr QLatin1String
-    keyStyle("QPushButton {border-image:url(:/Resources/button_up.png);color:white;}"
-             "QPushButton:pressed {border-image:url(:/Resources/button_down.png);color:white;}");
-constexpr QLatin1String zero("0");
+constexpr QLatin1String dialogStyle = "#InputDialog{border:3px solid rgb(0, 0, 0);}"_l1;
+constexpr QLatin1String rangeStyle = "background:transparent; color:white"_l1;
+constexpr QLatin1String keyStyle =
+    "QPushButton {border-image:url(:/Resources/button_up.png);color:white;}"
+    "QPushButton:pressed {border-image:url(:/Resources/button_down.png);color:white;}"_l1;
+constexpr QLatin1String zero = "0"_l1;
 
 using Key = QPushButton* Ui_InputDialog::*;
 

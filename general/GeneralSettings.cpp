@@ -1,6 +1,7 @@
 #include "general/GeneralSettings.h"
 
 #include "common/KeyBeep.h"
+#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "device/EEInfoHandle.h"
@@ -29,24 +30,24 @@ constexpr int levelOffset = 18; // level 1 is raw 76: (1 + 18) * 4
 constexpr int longestBacklightMinutes = 65535;
 constexpr int longestTimerMinutes = std::numeric_limits<int>::max() / msPerMinute;
 
-constexpr QLatin1String brightnessEditName("brightnessLineEdit");
-constexpr QLatin1String backlightEditName("backlightOff");
+constexpr QLatin1String brightnessEditName = "brightnessLineEdit"_l1;
+constexpr QLatin1String backlightEditName = "backlightOff"_l1;
 
-constexpr QLatin1String minusStyle("border-image:url(:/Resources/minus.png)");
-constexpr QLatin1String plusStyle("border-image:url(:/Resources/plus.png);");
-constexpr QLatin1String
-    clockButtonStyle("border-image:url(:/Resources/setting_button.png);color:white");
-constexpr QLatin1String switchOnStyle("border-image:url(:/Resources/switch_on.png);");
-constexpr QLatin1String switchOffStyle("border-image:url(:/Resources/switch_off.png);");
-constexpr QLatin1String
-    brightnessEditStyle("QLineEdit{border-radius:10px;border: 2px solid #008cba;"
-                        "background-color: rgba(163, 198, 218, 100);}");
-constexpr QLatin1String
-    sliderStyle("QSlider::groove:horizontal{border:0px;height:8px;border-radius:4px;}"
-                "QSlider::sub-page:horizontal{background:#009efa;border-radius:4px;}"
-                "QSlider::add-page:horizontal{background:#989898;border-radius:4px;}"
-                "QSlider::handle:horizontal{background:rgb(193,204,208);width:20px;margin:-8px 0px;"
-                "border-radius:10px;}");
+constexpr QLatin1String minusStyle = "border-image:url(:/Resources/minus.png)"_l1;
+constexpr QLatin1String plusStyle = "border-image:url(:/Resources/plus.png);"_l1;
+constexpr QLatin1String clockButtonStyle =
+    "border-image:url(:/Resources/setting_button.png);color:white"_l1;
+constexpr QLatin1String switchOnStyle = "border-image:url(:/Resources/switch_on.png);"_l1;
+constexpr QLatin1String switchOffStyle = "border-image:url(:/Resources/switch_off.png);"_l1;
+constexpr QLatin1String brightnessEditStyle =
+    "QLineEdit{border-radius:10px;border: 2px solid #008cba;"
+    "background-color: rgba(163, 198, 218, 100);}"_l1;
+constexpr QLatin1String sliderStyle =
+    "QSlider::groove:horizontal{border:0px;height:8px;border-radius:4px;}"
+    "QSlider::sub-page:horizontal{background:#009efa;border-radius:4px;}"
+    "QSlider::add-page:horizontal{background:#989898;border-radius:4px;}"
+    "QSlider::handle:horizontal{background:rgb(193,204,208);width:20px;margin:-8px 0px;"
+    "border-radius:10px;}"_l1;
 
 /// Sizes of the page by the panel's screen width, in pixels.
 struct ScreenSizes

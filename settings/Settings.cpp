@@ -1,6 +1,7 @@
 #include "settings/Settings.h"
 
 #include "common/KeyBeep.h"
+#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "device/EEInfoHandle.h"
@@ -33,30 +34,30 @@ constexpr int statusPointSize = 10;
 enum Page { GeneralPage = 0, NetworkPage = 1 };
 enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
 
-constexpr QLatin1String chineseName("Chinese");
-constexpr QLatin1String englishName("English");
+constexpr QLatin1String chineseName = "Chinese"_l1;
+constexpr QLatin1String englishName = "English"_l1;
 
-constexpr QLatin1String closeStyle("QPushButton{border-image: url(:/Resources/close.png); "
-                                   "background-color: rgba(255, 255, 255, 0);color:white;}");
-constexpr QLatin1String frameStyle("QFrame#settingsFrame{background-color: rgb(163, 198, "
-                                   "218);border: 0px solid rgb(163, 198, 218)}");
-constexpr QLatin1String
-    buttonBarStyle("QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: 0px solid "
-                   "rgb(163, 198, 218);}");
-constexpr QLatin1String
-    statusBarStyle("QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}");
-constexpr QLatin1String selectedStyle("border: 0px;background-color:rgb(96, 157, 191);");
-constexpr QLatin1String unselectedStyle("border: 0px;background-color:rgb(240, 240, 240);");
-constexpr QLatin1String selectedCaptionStyle("color:white;");
-constexpr QLatin1String unselectedCaptionStyle("color:black;");
+constexpr QLatin1String closeStyle = "QPushButton{border-image: url(:/Resources/close.png); "
+                                     "background-color: rgba(255, 255, 255, 0);color:white;}"_l1;
+constexpr QLatin1String frameStyle = "QFrame#settingsFrame{background-color: rgb(163, 198, "
+                                     "218);border: 0px solid rgb(163, 198, 218)}"_l1;
+constexpr QLatin1String buttonBarStyle =
+    "QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: 0px solid "
+    "rgb(163, 198, 218);}"_l1;
+constexpr QLatin1String statusBarStyle =
+    "QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}"_l1;
+constexpr QLatin1String selectedStyle = "border: 0px;background-color:rgb(96, 157, 191);"_l1;
+constexpr QLatin1String unselectedStyle = "border: 0px;background-color:rgb(240, 240, 240);"_l1;
+constexpr QLatin1String selectedCaptionStyle = "color:white;"_l1;
+constexpr QLatin1String unselectedCaptionStyle = "color:black;"_l1;
 
-constexpr QLatin1String settingWhitePicture(":/Resources/setting_white.png");
-constexpr QLatin1String settingBluePicture(":/Resources/setting_blue.png");
-constexpr QLatin1String networkPicture(":/Resources/network.png");
-constexpr QLatin1String networkSelectedPicture(":/Resources/network1.png");
-constexpr QLatin1String restartPicture(":/Resources/restart.png");
-constexpr QLatin1String udiskPicture(":/Resources/udisk.png");
-constexpr QLatin1String sdPicture(":/Resources/sd.png");
+constexpr QLatin1String settingWhitePicture = ":/Resources/setting_white.png"_l1;
+constexpr QLatin1String settingBluePicture = ":/Resources/setting_blue.png"_l1;
+constexpr QLatin1String networkPicture = ":/Resources/network.png"_l1;
+constexpr QLatin1String networkSelectedPicture = ":/Resources/network1.png"_l1;
+constexpr QLatin1String restartPicture = ":/Resources/restart.png"_l1;
+constexpr QLatin1String udiskPicture = ":/Resources/udisk.png"_l1;
+constexpr QLatin1String sdPicture = ":/Resources/sd.png"_l1;
 
 QString languageFace(const char* side, bool selected)
 {
