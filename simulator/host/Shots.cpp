@@ -5,7 +5,6 @@
 // Pictures are called SIZE-WINDOW-LANGUAGE.png.
 
 #include "plugin/SettingsInterface.h"
-#include "plugin/SettingsInterface.h"
 #include "simulator/host/PanelHost.h"
 
 #include <QApplication>
