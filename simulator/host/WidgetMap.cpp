@@ -9,14 +9,16 @@ namespace {
 QJsonObject describe(const QWidget& widget)
 {
     const QPoint corner = widget.mapToGlobal(QPoint(0, 0));
-    return {{QStringLiteral("class"), QString::fromLatin1(widget.metaObject()->className())},
-            {QStringLiteral("name"), widget.objectName()},
-            {QStringLiteral("text"), widget.property("text").toString()},
-            {QStringLiteral("style"), widget.styleSheet()},
-            {QStringLiteral("x"), corner.x()},
-            {QStringLiteral("y"), corner.y()},
-            {QStringLiteral("width"), widget.width()},
-            {QStringLiteral("height"), widget.height()}};
+    return {
+        {QStringLiteral("class"), QString::fromLatin1(widget.metaObject()->className())},
+        {QStringLiteral("name"), widget.objectName()},
+        {QStringLiteral("window"), QString::fromLatin1(widget.window()->metaObject()->className())},
+        {QStringLiteral("text"), widget.property("text").toString()},
+        {QStringLiteral("style"), widget.styleSheet()},
+        {QStringLiteral("x"), corner.x()},
+        {QStringLiteral("y"), corner.y()},
+        {QStringLiteral("width"), widget.width()},
+        {QStringLiteral("height"), widget.height()}};
 }
 
 } // namespace

@@ -22,7 +22,11 @@ class Operator:
     def __init__(self, socket_path, panel=None):
         self._panel = pathlib.Path(panel) if panel else None
         self._socket = self._connect(str(socket_path))
-        self._shake_hands()
+        try:
+            self._shake_hands()
+        except (OSError, AssertionError):
+            self.close()
+            raise
 
     def close(self):
         self._socket.close()
