@@ -1,0 +1,240 @@
+#include "dialogs/DateTimeDialog.h"
+#include "dialogs/InputDialog.h"
+#include "general/GeneralSettings.h"
+#include "settings/Settings.h"
+#include "tests/support/NoticeListener.h"
+#include "tests/support/PanelWorld.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTest>
+#include <QTimer>
+#include <QTranslator>
+
+#include <malloc.h>
+
+namespace {
+
+const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
+
+/// Marks every text it is asked for: what is shown without the mark never came through tr(), or was
+/// not asked for again.
+class MarkingTranslator : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char* /*context*/, const char* text, const char* /*comment*/,
+                      int /*n*/) const override
+    {
+        return mark() + QString::fromUtf8(text);
+    }
+    static QString mark() { return QStringLiteral("@"); }
+};
+
+/// Counts the language changes that reach the application.
+class LanguageChanges : public QObject
+{
+public:
+    LanguageChanges() { qApp->installEventFilter(this); }
+    int count = 0;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        count += watched == qApp && event->type() == QEvent::LanguageChange ? 1 : 0;
+        return false;
+    }
+};
+
+/// Visible texts of a window that hold letters and miss the mark.
+QStringList unmarkedTexts(const QWidget* window)
+{
+    QStringList texts;
+    for (const QWidget* widget : window->findChildren<QWidget*>()) {
+        const QString text = widget->property("text").toString();
+        const bool hasLetters = text.contains(QRegularExpression(QStringLiteral("\\pL")));
+        if (widget->isVisible() && hasLetters && !text.contains(MarkingTranslator::mark())) {
+            texts << text;
+        }
+    }
+    return texts;
+}
+
+} // namespace
+
+class TestLanguage : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void everyVisibleText_isAskedForAgain();
+    void everyTextOfTheKeypad_isTranslated();
+    void messageBox_isTranslated();
+    void oddLanguageTexts_areKept();
+    void missingFiles_showTheSource();
+    void manySwitches_keepTheChangeEvents();
+    void manySwitches_takeNoMemory();
+    void deletedDialog_leavesNoTranslator();
+};
+
+void TestLanguage::initTestCase()
+{
+    QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+}
+
+void TestLanguage::everyVisibleText_isAskedForAgain()
+{
+    Settings dialog(nullptr);
+    dialog.init();
+    dialog.show();
+    MarkingTranslator marker;
+    QCoreApplication::installTranslator(&marker);
+    dialog.refresh();
+    dialog.findChild<GeneralSettings*>()->refresh();
+    QCOMPARE(unmarkedTexts(&dialog), QStringList());
+    dialog.findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
+    QCOMPARE(unmarkedTexts(&dialog), QStringList());
+
+    // The check can fail: a text set behind the translator's back is found.
+    dialog.findChild<QLabel*>(QStringLiteral("titleobject"))->setText(QStringLiteral("bare"));
+    QCOMPARE(unmarkedTexts(&dialog), QStringList({QStringLiteral("bare")}));
+}
+
+void TestLanguage::everyTextOfTheKeypad_isTranslated()
+{
+    InputDialog::release();
+    MarkingTranslator marker;
+    QCoreApplication::installTranslator(&marker);
+    InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
+    keypad->show();
+    QCOMPARE(unmarkedTexts(keypad), QStringList());
+    QCOMPARE(keypad->windowTitle(), QStringLiteral("@Dialog"));
+    keypad->close();
+    InputDialog::release();
+}
+
+void TestLanguage::messageBox_isTranslated()
+{
+    Settings dialog(nullptr);
+    dialog.init();
+    const struct
+    {
+        Settings::Language language;
+        const char* title;
+        const char* text;
+    } rows[] = {
+        {Settings::Chinese, "提示信息", "输入数字超出范围！"},
+        {Settings::English, "Tips", "Input number is out of range!"},
+    };
+    for (const auto& row : rows) {
+        dialog.updateLanguage(row.language);
+        QString title;
+        QString text;
+        InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
+        QTimer::singleShot(0, keypad, [&] {
+            QTimer::singleShot(0, keypad, [&] {
+                auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                QVERIFY(box);
+                title = box->windowTitle();
+                text = box->text();
+                box->close();
+            });
+            keypad->findChild<QPushButton*>(QStringLiteral("pushButton0"))->click();
+            keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+            keypad->close();
+        });
+        keypad->exec();
+        QCOMPARE(title, QString::fromUtf8(row.title));
+        QCOMPARE(text, QString::fromUtf8(row.text));
+    }
+}
+
+void TestLanguage::oddLanguageTexts_areKept()
+{
+    Settings dialog(nullptr);
+    dialog.init();
+    dialog.updateLanguage(Settings::Chinese);
+    QCOMPARE(QCoreApplication::translate("NetworkSettings", "Gateway:"),
+             QString::fromUtf8("    网关："));
+    // The two buttons read the same in both languages.
+    for (const auto language : {Settings::Chinese, Settings::English}) {
+        dialog.updateLanguage(language);
+        QCOMPARE(dialog.findChild<QPushButton*>(QStringLiteral("Chinese"))->text(),
+                 QString::fromUtf8("中文"));
+        QCOMPARE(dialog.findChild<QPushButton*>(QStringLiteral("English"))->text(),
+                 QStringLiteral("EN"));
+    }
+}
+
+void TestLanguage::missingFiles_showTheSource()
+{
+    // Texts without an entry show their source in both languages.
+    Settings dialog(nullptr);
+    dialog.init();
+    for (const auto language : {Settings::Chinese, Settings::English}) {
+        dialog.updateLanguage(language);
+        QCOMPARE(GeneralSettings::tr("Invalid Day"), QStringLiteral("Invalid Day"));
+        QCOMPARE(InputDialog::tr("ENTER"), QStringLiteral("ENTER"));
+        QCOMPARE(DateTimeDialog::tr("Dialog"), QStringLiteral("Dialog"));
+    }
+    QCOMPARE(QCoreApplication::translate("NetworkSettings", "Static IP"),
+             QStringLiteral("Static IP"));
+}
+
+void TestLanguage::manySwitches_keepTheChangeEvents()
+{
+    Settings dialog(nullptr);
+    dialog.init();
+    LanguageChanges changes;
+    int expected = 0;
+    for (int round = 0; round < 200; ++round) {
+        const int before = changes.count;
+        dialog.updateLanguage(round % 2 ? Settings::Chinese : Settings::English);
+        if (round == 0) {
+            expected = changes.count - before;
+        }
+        QVERIFY(changes.count > before);
+        QCOMPARE(changes.count - before, expected);
+    }
+}
+
+void TestLanguage::manySwitches_takeNoMemory()
+{
+    NoticeListener runtime(noticePipe);
+    Settings dialog(nullptr);
+    dialog.init();
+    const auto switchTimes = [&](int times) {
+        for (int round = 0; round < times; ++round) {
+            dialog.updateLanguage(round % 2 ? Settings::Chinese : Settings::English);
+            runtime.takeAll();
+        }
+    };
+    switchTimes(200); // caches fill
+    const auto before = mallinfo2().uordblks;
+    switchTimes(10000);
+    const auto after = mallinfo2().uordblks;
+    // One list entry a switch would be 80 000 bytes and more.
+    QVERIFY2(after < before + 8192, qPrintable(QString::number(qint64(after) - qint64(before))));
+}
+
+void TestLanguage::deletedDialog_leavesNoTranslator()
+{
+    {
+        Settings dialog(nullptr);
+        dialog.init();
+        dialog.updateLanguage(Settings::Chinese);
+        dialog.updateLanguage(Settings::Chinese);
+        QCOMPARE(QCoreApplication::translate("Settings", "Restart"), QString::fromUtf8("重启"));
+    }
+    for (const char* context : {"Settings", "GeneralSettings", "NetworkSettings", "InputDialog"}) {
+        QCOMPARE(QCoreApplication::translate(context, "Tips"), QStringLiteral("Tips"));
+    }
+    QCOMPARE(QCoreApplication::translate("Settings", "Restart"), QStringLiteral("Restart"));
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QStringLiteral("Sun"));
+}
+
+QTEST_MAIN(TestLanguage)
+#include "test_language.moc"
