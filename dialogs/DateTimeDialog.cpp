@@ -79,12 +79,8 @@ DateTimeDialog::DateTimeDialog(int fontId, QSettings* settings, QWidget* parent)
     : QDialog(parent),
       ui(makeForm(this)),
       m_fontId(fontId),
-      m_values{},
       m_drag(this, ui->titleBarFrame, outerMargin),
-      m_settings(settings),
-      m_dialogWidth(0),
-      m_yearWidth(0),
-      m_fieldWidth(0)
+      m_settings(settings)
 {
     setFixedSize(450, 420);
     init(fontId);

@@ -68,10 +68,6 @@ QString twoDigits(int number)
 
 GeneralSettings::GeneralSettings(QWidget* parent)
     : QTableView(parent),
-      m_fontId(-1),
-      m_brightness(0),
-      m_buzzerWord(0),
-      m_backlightState(0),
       m_record{},
       m_sliderMinimumWidth(otherScreen.sliderMinimumWidth),
       m_clockButtonWidth(otherScreen.clockButtonWidth)

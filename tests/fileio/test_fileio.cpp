@@ -571,7 +571,7 @@ void TestFileIo::fifo_readerGoesAway_writeFailsAndWeLive()
         const int result = inOtherProcess([disposition] {
             std::signal(SIGPIPE, disposition);
             pipeSignals = 0;
-            DFifo* reader = new DFifo(pipePath, O_RDONLY | O_NONBLOCK);
+            auto* reader = new DFifo(pipePath, O_RDONLY | O_NONBLOCK);
             DFifo writer(pipePath, O_WRONLY | O_NONBLOCK);
             delete reader;
             const bool failed = writer.write("x", 1) == -1;

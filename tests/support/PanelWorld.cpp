@@ -1,16 +1,18 @@
 #include "tests/support/PanelWorld.h"
 
+#include "common/Latin1.h"
+
 #include <QDir>
 #include <QFile>
 
 namespace {
 
-const QString toolFolder = QStringLiteral("/root/plat-intf/");
-const QString pristineTools = QStringLiteral("/panel/tools/");
-const QString stateFolder = QStringLiteral("/panel/state/");
-const QString commandLog = QStringLiteral("/panel/log/commands");
-const QString callCount = QStringLiteral("/panel/log/count");
-const QString inputFolder = QStringLiteral("/panel/log/input/");
+constexpr QLatin1String toolFolder = "/root/plat-intf/"_l1;
+constexpr QLatin1String pristineTools = "/panel/tools/"_l1;
+constexpr QLatin1String stateFolder = "/panel/state/"_l1;
+constexpr QLatin1String commandLog = "/panel/log/commands"_l1;
+constexpr QLatin1String callCount = "/panel/log/count"_l1;
+constexpr QLatin1String inputFolder = "/panel/log/input/"_l1;
 
 } // namespace
 
