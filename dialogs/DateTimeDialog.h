@@ -25,6 +25,8 @@ public:
     static DateTimeDialog* Instance(int fontId, QSettings* settings, QWidget* parent);
     ~DateTimeDialog() override;
 
+    /// Sizes by the device record's screen width, style and connections. Part of the construction.
+    void init(int fontId);
     void connectSlots();
 
     /// Sets the date, then the time (both passed on as they are; 31 February is the tool's affair),
@@ -34,6 +36,12 @@ public:
     /// Whether the point lies on the frame, or one pixel right of it or below it.
     bool inRange(QPoint* p, QFrame* frame);
 
+    /// Reads register 80 for every event of a field; while its low byte is zero, a press opens the
+    /// field's keypad. Never consumes an event of a living field.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
     /// Deletes the one dialog, if it was made.
     static void release();
 
@@ -42,14 +50,8 @@ public slots:
     void onUpdateCurrentDateTime(QDateTime& dateTime);
     void onClose();
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
-
 private:
     DateTimeDialog(int fontId, QSettings* settings, QWidget* parent);
-    void init(int fontId);
     void takeScreenSizes();
     /// Index of a field in m_values, -1 for another object.
     int fieldOf(const QObject* object) const;

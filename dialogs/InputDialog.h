@@ -46,6 +46,11 @@ public:
     /// Whether the point lies on the frame, or one pixel right of it or below it.
     bool inRange(QPoint* p, QFrame* frame);
 
+    /// Sounds the key click for a press on a key, and passes every event on.
+    bool eventFilter(QObject* obj, QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+
     /// Deletes the one keypad, if it was made.
     static void release();
 
@@ -56,12 +61,6 @@ public slots:
     void onUpdateNumber();
     void onEnter();
     void onClose();
-
-protected:
-    /// Sounds the key click for a press on a key, and passes every event on.
-    bool eventFilter(QObject* obj, QEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void mouseMoveEvent(QMouseEvent* event) override;
 
 private:
     void init(int fontId);

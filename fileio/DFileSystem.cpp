@@ -12,7 +12,8 @@ constexpr mode_t createMode = 0644;
 
 // Commands run while a file is open must not inherit it: hence O_CLOEXEC throughout.
 DFileSystem::DFileSystem(const char* path, int flags)
-    : m_descriptor(::open(path, flags | O_CLOEXEC, createMode))
+    : m_readOnly((flags & O_ACCMODE) == O_RDONLY),
+      m_descriptor(::open(path, flags | O_CLOEXEC, createMode))
 {
     if (m_descriptor < 0 && (flags & O_CREAT) != 0) {
         m_descriptor = ::open(path, flags | O_TRUNC | O_CLOEXEC, createMode);
@@ -60,12 +61,18 @@ void* DFileSystem::ioDev() const
 
 int DFileSystem::lock(int whence, int offset, int len)
 {
-    return lockRange(F_LOCK, whence, offset, len);
+    if (!isOpen() || seek2(offset, whence) < 0) {
+        return -1;
+    }
+    return m_readOnly ? lockShared(len) : lockf(m_descriptor, F_LOCK, len);
 }
 
 int DFileSystem::unlock(int whence, int offset, int len)
 {
-    return lockRange(F_ULOCK, whence, offset, len);
+    if (!isOpen() || seek2(offset, whence) < 0) {
+        return -1;
+    }
+    return lockf(m_descriptor, F_ULOCK, len);
 }
 
 int DFileSystem::sync()
@@ -73,10 +80,11 @@ int DFileSystem::sync()
     return isOpen() ? fdatasync(m_descriptor) : 0;
 }
 
-int DFileSystem::lockRange(int command, int whence, int offset, int len)
+int DFileSystem::lockShared(int len) const
 {
-    if (!isOpen() || seek2(offset, whence) < 0) {
-        return -1;
-    }
-    return lockf(m_descriptor, command, len);
+    struct flock range = {};
+    range.l_type = F_RDLCK;
+    range.l_whence = SEEK_CUR;
+    range.l_len = len;
+    return fcntl(m_descriptor, F_SETLKW, &range);
 }

@@ -26,8 +26,10 @@ public:
     void* ioDev() const override;
 
     /// Moves to @p offset and takes an exclusive lock on the @p len bytes from there, waiting until
-    /// other processes have let go of them. 0, or -1 when nothing is open or the move or the lock
-    /// fails. Mind the order: @p whence comes first here, second in seek2().
+    /// other processes have let go of them. A descriptor opened for reading only cannot have such
+    /// a lock; it gets a shared one, which waits for writers all the same. 0, or -1 when nothing is
+    /// open or the move or the lock fails. Mind the order: @p whence comes first here, second in
+    /// seek2().
     int lock(int whence, int offset, int len);
     /// Moves to @p offset and frees the @p len bytes from there. Results as for lock().
     int unlock(int whence, int offset, int len);
@@ -36,7 +38,8 @@ public:
 
 private:
     bool isOpen() const { return m_descriptor > 0; }
-    int lockRange(int command, int whence, int offset, int len);
+    int lockShared(int len) const;
 
+    bool m_readOnly;
     int m_descriptor;
 };

@@ -140,6 +140,7 @@ private slots:
     void system_closeIsFinal();
     void system_locksExactlyItsRange();
     void system_unlockFreesExactlyItsRange();
+    void system_readOnlyLockIsShared();
     void system_lockWaitsForTheOther();
     void system_sync();
     void system_commandsDoNotInheritIt();
@@ -470,6 +471,29 @@ void TestFileIo::system_unlockFreesExactlyItsRange()
     QVERIFY(!isFree(5, 1));
     QVERIFY(!isFree(7, 1));
     file.close();
+    QVERIFY(isFree(0, 100));
+}
+
+void TestFileIo::system_readOnlyLockIsShared()
+{
+    store("0123456789");
+    DFileSystem file(path, O_RDONLY);
+    QCOMPARE(file.lock(SEEK_SET, 3, 4), 0);
+    QVERIFY(isFree(0, 3));
+    QCOMPARE(inOtherProcess([] { // a writer has to wait
+                 DFileSystem writer(path, O_RDWR);
+                 alarm(1);
+                 return writer.lock(SEEK_SET, 6, 1);
+             }),
+             -SIGALRM);
+    QVERIFY(isFree(7, 100));
+    QCOMPARE(inOtherProcess([] {
+                 DFileSystem other(path, O_RDONLY);
+                 alarm(1); // another reader does not wait
+                 return other.lock(SEEK_SET, 3, 4) == 0 ? 1 : 0;
+             }),
+             1);
+    QCOMPARE(file.unlock(SEEK_SET, 3, 4), 0);
     QVERIFY(isFree(0, 100));
 }
 

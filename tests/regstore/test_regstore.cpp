@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QTest>
 
+#include <csignal>
 #include <cstddef>
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -143,6 +144,8 @@ private slots:
     void lock_isHeldOnExactlyTheBytesTouched();
     void lock_isWaitedForAndLetGo();
     void lock_twoProcessesLoseNoBit();
+    void lock_readerWaitsForAWriter();
+    void lock_readerSeesNoHalfWrite();
     void notify_area_sendsTwelveBytes();
     void notify_area_withoutReader_isThreeAndWritten();
     void notify_area_failedWrite_sendsNothing();
@@ -598,6 +601,45 @@ void TestRegStore::lock_twoProcessesLoseNoBit()
         waitpid(child, &status, 0);
         QCOMPARE(status, 0);
     }
+}
+
+void TestRegStore::lock_readerWaitsForAWriter()
+{
+    const int descriptor = open(areaFiles[5], O_RDWR);
+    lseek(descriptor, 751, SEEK_SET);
+    lockf(descriptor, F_LOCK, 1);
+    const auto readsAt = [](unsigned offset) {
+        return inOtherProcess([offset] {
+            char buffer[8];
+            alarm(1); // ends the wait
+            return readLocal(5, offset, 8, buffer) == 0 ? 1 : 0;
+        });
+    };
+    QCOMPARE(readsAt(751), -SIGALRM);
+    QCOMPARE(readsAt(752), 1); // one byte further nobody is in the way
+    close(descriptor);
+    QCOMPARE(readsAt(751), 1);
+}
+
+void TestRegStore::lock_readerSeesNoHalfWrite()
+{
+    constexpr unsigned size = 2048;
+    QVERIFY(writeLocal(1, 0, size, QByteArray(size, 'a').constData()) == 0);
+    const pid_t writer = fork();
+    if (writer == 0) {
+        for (int round = 0;; ++round) {
+            writeLocal(1, 0, size, QByteArray(size, round % 2 ? 'a' : 'b').constData());
+        }
+    }
+    int halves = 0;
+    for (int round = 0; round < 5000; ++round) {
+        QByteArray value(size, '\0');
+        readLocal(1, 0, size, value.data());
+        halves += value.count(value.at(0)) != int(size);
+    }
+    kill(writer, SIGKILL);
+    waitpid(writer, nullptr, 0);
+    QCOMPARE(halves, 0);
 }
 
 void TestRegStore::notify_area_sendsTwelveBytes()
