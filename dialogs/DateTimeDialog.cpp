@@ -3,7 +3,7 @@
 #include "common/KeyBeep.h"
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
-#include "device/EEInfoHandle.h"
+#include "device/DeviceScreen.h"
 #include "device/ShellLine.h"
 #include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
@@ -118,9 +118,7 @@ void DateTimeDialog::init(int fontId)
 
 void DateTimeDialog::takeScreenSizes()
 {
-    EEInfoDetail::Flash_ROnly device{};
-    EEInfoHandle::instance()->read_flash_r_info(&device);
-    const bool wide = EEInfoDetail::screenWidth(device) == 1920;
+    const bool wide = deviceScreenWidth() == 1920;
     m_yearWidth = wide ? 100 : 80;
     m_dialogWidth = wide ? 700 : 500;
     m_fieldWidth = wide ? 60 : 40;

@@ -4,6 +4,7 @@
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
+#include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
 #include "device/ProcessTable.h"
 #include "dialogs/DateTimeDialog.h"
@@ -107,9 +108,7 @@ void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettin
 
 void GeneralSettings::takeScreenSizes()
 {
-    EEInfoDetail::Flash_ROnly device{};
-    EEInfoHandle::instance()->read_flash_r_info(&device);
-    const int width = EEInfoDetail::screenWidth(device);
+    const int width = deviceScreenWidth();
     const auto* known =
         std::find_if(std::begin(knownScreens), std::end(knownScreens),
                      [width](const ScreenSizes& sizes) { return sizes.screenWidth == width; });
