@@ -99,6 +99,18 @@ public:
     GeneralSettings page;
 };
 
+/// The backlight-off timers that are still to fire.
+QList<QTimer*> runningCountdowns(const GeneralSettings& page)
+{
+    QList<QTimer*> running;
+    for (auto* timer : page.findChildren<QTimer*>()) {
+        if (timer->isSingleShot() && timer->isActive()) {
+            running << timer;
+        }
+    }
+    return running;
+}
+
 void setBacklight(int raw)
 {
     PanelWorld::setState(QStringLiteral("backlight"), QByteArray::number(raw) + '\n');
@@ -161,6 +173,10 @@ private slots:
     void keypad_pageDeletedMeanwhile_isNoCrash();
     void backlightOff_darkensAndKeepsTheLevel();
     void backlightOff_byMinutes_startsItsTimer();
+    void backlightOff_longerThanATimer_isWaitedForInPieces();
+    void backlightSwitch_emptyMinutes_startsNothing();
+    void backlightSwitch_onOffOn_leavesTwoTimers();
+    void fieldsWithoutAPlace_beepAndOpenNoKeypad();
     void buzzer_registerWinsOverTheFile_data();
     void buzzer_registerWinsOverTheFile();
     void buzzer_switchingOnBeepsTwiceOffNever();
@@ -815,14 +831,98 @@ void TestGeneral::backlightOff_byMinutes_startsItsTimer()
     Page::typeOnKeypad(QStringLiteral("1"));
     panel.page.doModal(&minutes);
     QList<int> delays;
-    for (const auto* timer : panel.page.findChildren<QTimer*>()) {
-        if (timer->isSingleShot() && timer->isActive()) {
-            delays << timer->interval();
-        }
+    for (const auto* timer : runningCountdowns(panel.page)) {
+        delays << timer->interval();
     }
     std::sort(delays.begin(), delays.end());
     QCOMPARE(delays, QList<int>({60000, 35791 * 60000}));
     QCOMPARE(panel.emitted.size(), 1);
+}
+
+void TestGeneral::backlightOff_longerThanATimer_isWaitedForInPieces()
+{
+    Page panel;
+    panel.keyClick("off");
+    QLineEdit minutes;
+    minutes.setObjectName(QStringLiteral("backlightOff"));
+    Page::typeOnKeypad(QStringLiteral("65535"));
+    panel.page.doModal(&minutes);
+    const auto running = [&panel] { return runningCountdowns(panel.page); };
+    QCOMPARE(running().size(), 1);
+    QCOMPARE(running().first()->interval(), 35791 * 60000);
+    running().first()->setInterval(0); // the first piece is over
+    QTRY_COMPARE(running().value(0) ? running().first()->interval() : 0, (65535 - 35791) * 60000);
+    QVERIFY(panel.emitted.isEmpty());
+    running().first()->setInterval(0);
+    QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
+    QTRY_COMPARE(running().size(), 0);
+    QCOMPARE(panel.page.findChildren<QTimer*>().size(), 0); // those that have fired are gone
+}
+
+void TestGeneral::backlightSwitch_emptyMinutes_startsNothing()
+{
+    Page panel;
+    panel.page.onBacklightSwitched();
+    panel.page.onBacklightSwitched();
+    panel.page.onBacklightSwitched();
+    QCOMPARE(runningCountdowns(panel.page).size(), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestGeneral::backlightSwitch_onOffOn_leavesTwoTimers()
+{
+    const auto before = QApplication::allWidgets();
+    Page panel;
+    panel.page.onBacklightSwitched();
+    panel.page.onBacklightSwitched(); // off: the minutes cannot be edited
+    QLineEdit* minutes = nullptr;
+    QStringList faces;
+    for (QWidget* widget : QApplication::allWidgets()) {
+        if (before.contains(widget) || widget->parent()) {
+            continue;
+        }
+        if (auto* edit = qobject_cast<QLineEdit*>(widget)) {
+            minutes = edit->isEnabled() ? minutes : edit;
+        }
+        faces << widget->styleSheet();
+    }
+    QVERIFY(minutes);
+    QVERIFY(faces.contains(QStringLiteral("border-image:url(:/Resources/switch_off.png);")));
+
+    minutes->setText(QStringLiteral("2"));
+    panel.page.onBacklightSwitched();
+    QVERIFY(minutes->isEnabled());
+    panel.page.onBacklightSwitched();
+    QVERIFY(!minutes->isEnabled());
+    panel.page.onBacklightSwitched();
+    const QList<QTimer*> countdowns = runningCountdowns(panel.page);
+    QCOMPARE(countdowns.size(), 2);
+    for (QTimer* countdown : countdowns) {
+        QCOMPARE(countdown->interval(), 2 * 60000);
+        countdown->setInterval(0);
+    }
+    // Both turn the backlight off.
+    QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}, {0, 1}}));
+    QCOMPARE(PanelWorld::commands(), QStringList({setBright(0), setBright(0)}));
+}
+
+void TestGeneral::fieldsWithoutAPlace_beepAndOpenNoKeypad()
+{
+    const auto before = QApplication::allWidgets();
+    Page panel;
+    panel.keyClick("on");
+    int fields = 0;
+    for (QWidget* widget : QApplication::allWidgets()) {
+        auto* edit = qobject_cast<QLineEdit*>(widget);
+        if (!edit || before.contains(widget) || widget->parent()) {
+            continue;
+        }
+        ++fields;
+        QTest::mousePress(edit, Qt::LeftButton); // the page watches it all the same
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+    QCOMPARE(fields, 2); // the minutes and the initial window
+    QCOMPARE(PanelWorld::commands(), QStringList({longBeep, longBeep}));
 }
 
 void TestGeneral::buzzer_registerWinsOverTheFile_data()
