@@ -102,7 +102,8 @@ void DateTimeDialog::init(int fontId)
 {
     takeScreenSizes();
     setFixedSize(m_dialogWidth, dialogHeight);
-    setWindowFlags(Qt::FramelessWindowHint);
+    // A window also with a parent: it lies over it and is no part of it.
+    setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     setFont(PanelFont::font(fontId, pointSize, QFont::Bold));
 
     ui->titleBarFrame->setStyleSheet(DialogStyle::titleBar);

@@ -101,7 +101,8 @@ InputDialog::~InputDialog()
 void InputDialog::init(int fontId)
 {
     setFixedSize(470, 450);
-    setWindowFlags(Qt::FramelessWindowHint);
+    // A window also with a parent: it lies over it and is no part of it.
+    setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     setStyleSheet(dialogStyle);
     setFontId(fontId);
 

@@ -613,6 +613,8 @@ void TestInputDialog::instance_takesTheNextSettingsOnceTheFirstAreGone()
 void TestInputDialog::instance_followsItsParent()
 {
     QWidget parent;
+    const InputDialog made(0, 1, 32, 17, nullptr, &parent);
+    QVERIFY(made.isWindow());
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
     InputDialog::Instance(0, 1, 32, 17, nullptr, &parent);
     QCOMPARE(keypad->parentWidget(), &parent);

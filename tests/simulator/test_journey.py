@@ -100,6 +100,19 @@ class Journey(unittest.TestCase):
         wait_for(lambda: sum(operator.pixel(400, 8)) < sum(title_bar) / 2, "a darker screen")
         operator.close()
 
+    def test_a_press_on_the_dark_screen_only_wakes_it(self):
+        operator = self.panel.start()
+        self.open_settings(operator)
+        (self.panel.state / "state" / "backlight").write_text("0\n")
+        wait_for(lambda: operator.pixel(512, 8) == (0, 0, 0), "the screen to be dark")
+        operator.press_widget(name="networkPushButton")
+        # The settings bring their level back, and the press went no further.
+        wait_for(lambda: self.panel.backlight() == 140, "the light")
+        wait_for(lambda: operator.pixel(512, 8) != (0, 0, 0), "the screen to be seen")
+        operator.find(name="generalSettingsListWidget")
+        self.assertEqual(self.panel.brightness(), 140)
+        operator.close()
+
     def clock_fields(self, operator):
         names = ("year", "month", "date", "hour", "minute", "second")
         shown = {widget["name"]: widget["text"] for widget in operator.widgets()}
