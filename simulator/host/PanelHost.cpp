@@ -156,8 +156,8 @@ void PanelHost::wakeUp()
 
 void PanelHost::describeOnRequest()
 {
-    const QString request = QString::fromLatin1(describeRequest);
-    if (!QFile::exists(request)) {
+    // Taken back before the answer: whoever has it may ask again at once.
+    if (!QFile::remove(QString::fromLatin1(describeRequest))) {
         return;
     }
     QSaveFile answer(QString::fromLatin1(describeAnswer));
@@ -165,5 +165,4 @@ void PanelHost::describeOnRequest()
         answer.write(QJsonDocument(describeWidgets()).toJson());
         answer.commit();
     }
-    QFile::remove(request);
 }
