@@ -16,6 +16,7 @@
 #include <cstring>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -52,12 +53,6 @@ long lengthOf(std::FILE* stream)
     return std::fseek(stream, 0, SEEK_END) == 0 ? std::ftell(stream) : -1;
 }
 
-/// Status of "sync" after a command, or -1 when the command was not run.
-int synced(int commandStatus)
-{
-    return commandStatus == -1 ? -1 : ShellLine::run("sync");
-}
-
 } // namespace
 
 EEInfoHandle* EEInfoHandle::m_eeinfoHanle = nullptr;
@@ -73,7 +68,7 @@ EEInfoHandle* EEInfoHandle::instance()
 
 int EEInfoHandle::readImage()
 {
-    return m_interface.readcmd("/root/plat-intf/readee", m_image, sizeof m_image);
+    return m_interface.readcmd("/root/plat-intf/readee", image, sizeof image);
 }
 
 template <typename Record>
@@ -83,7 +78,7 @@ void EEInfoHandle::readRecord(Record* rec, std::size_t offset)
         return;
     }
     readImage();
-    std::memcpy(rec, m_image + offset, sizeof *rec);
+    std::memcpy(rec, image + offset, sizeof *rec);
 }
 
 template <typename Record>
@@ -93,8 +88,8 @@ int EEInfoHandle::writeRecord(const Record* rec, std::size_t offset)
         return -1;
     }
     readImage();
-    std::memcpy(m_image + offset, rec, sizeof *rec);
-    return m_interface.writecmd("/root/plat-intf/writeee count=16", m_image, sizeof m_image);
+    std::memcpy(image + offset, rec, sizeof *rec);
+    return m_interface.writecmd("/root/plat-intf/writeee count=16", image, sizeof image);
 }
 
 void EEInfoHandle::read_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec)
@@ -172,27 +167,27 @@ bool EEInfoHandle::isusbslave()
 
 int EEInfoHandle::setIP(int n, std::string addr)
 {
-    return synced(ShellLine::run("ifconfig eth%d %s", n, addr.c_str()));
+    return ShellLine::runAndSync("ifconfig eth%d %s", n, addr.c_str());
 }
 
 int EEInfoHandle::setMask(int n, std::string mask)
 {
-    return synced(ShellLine::run("ifconfig eth%d netmask %s", n, mask.c_str()));
+    return ShellLine::runAndSync("ifconfig eth%d netmask %s", n, mask.c_str());
 }
 
 int EEInfoHandle::setGateway(int /*n*/, std::string gw)
 {
-    return synced(ShellLine::run("route add default gw %s", gw.c_str()));
+    return ShellLine::runAndSync("route add default gw %s", gw.c_str());
 }
 
 int EEInfoHandle::enableNetwork(int n)
 {
-    return synced(ShellLine::run("ifconfig eth%d up", n));
+    return ShellLine::runAndSync("ifconfig eth%d up", n);
 }
 
 int EEInfoHandle::disableNetwork(int n)
 {
-    return synced(ShellLine::run("ifconfig eth%d down", n));
+    return ShellLine::runAndSync("ifconfig eth%d down", n);
 }
 
 int EEInfoHandle::reboot()
@@ -222,6 +217,19 @@ std::unique_ptr<char[]> loadLogo(const std::string& path, std::size_t& size)
     return content;
 }
 
+/// Closes the pipe on every path, as closing may write too.
+void sendLogo(Pipe pipe, const std::string& path)
+{
+    std::size_t size = 0;
+    const auto logo = path.empty() ? nullptr : loadLogo(path, size);
+    if (!logo) {
+        return;
+    }
+    (void)std::fwrite(logo.get(), 1, size, pipe.get());
+    std::fflush(pipe.get());
+    sync();
+}
+
 void copyLogo(std::FILE* pipe, std::FILE* file)
 {
     const long length = lengthOf(pipe);
@@ -241,23 +249,13 @@ void copyLogo(std::FILE* pipe, std::FILE* file)
 
 void EEInfoHandle::setLogo(const std::string& path)
 {
-    const Pipe pipe = startTool("/root/plat-intf/writelogo", "w");
+    Pipe pipe = startTool("/root/plat-intf/writelogo", "w");
     if (!pipe) {
         std::perror("writelogo Fail to popen fp1\n");
         return;
     }
-    const SigPipeGuard guard;
-    if (path.empty()) {
-        return;
-    }
-    std::size_t size = 0;
-    const auto logo = loadLogo(path, size);
-    if (!logo) {
-        return;
-    }
-    (void)std::fwrite(logo.get(), 1, size, pipe.get());
-    std::fflush(pipe.get());
-    sync();
+    const SigPipeGuard guard; // after popen: the tool must not inherit the blocked signal
+    sendLogo(std::move(pipe), path);
 }
 
 void EEInfoHandle::readLogo(const std::string& path)

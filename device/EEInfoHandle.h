@@ -86,7 +86,7 @@ private:
     int readImage();
     int setIdentity(const char* tool, const char* text);
 
-    char m_image[EEInfoDetail::imageBytes] = {}; ///< Filled again by each operation.
+    char image[EEInfoDetail::imageBytes] = {}; ///< Filled again by each operation.
     PlateformInterface m_interface;
 
     static EEInfoHandle* m_eeinfoHanle;

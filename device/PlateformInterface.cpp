@@ -59,10 +59,11 @@ public:
     UnreadInput(const UnreadInput&) = delete;
     UnreadInput& operator=(const UnreadInput&) = delete;
 
+    /// -1 when it cannot be seen, as without /proc.
     int bytes() const
     {
         int count = 0;
-        return m_descriptor >= 0 && ioctl(m_descriptor, FIONREAD, &count) == 0 ? count : 0;
+        return m_descriptor >= 0 && ioctl(m_descriptor, FIONREAD, &count) == 0 ? count : -1;
     }
 
 private:
@@ -95,8 +96,13 @@ int PlateformInterface::writecmd(const char* command, char* buf, int n)
         return toolWasMissing(pclose(pipe)) ? startFailed() : -1;
     }
     const UnreadInput unread(fileno(pipe));
-    if (toolWasMissing(pclose(pipe))) {
+    const int status = pclose(pipe);
+    const int left = unread.bytes();
+    if (left >= 0 && left < n) {
+        return 0; // it took something, so it was started, whatever it ended with
+    }
+    if (toolWasMissing(status)) {
         return startFailed();
     }
-    return n > 0 && unread.bytes() == n ? -1 : 0;
+    return n > 0 && left == n ? -1 : 0;
 }

@@ -43,4 +43,19 @@ int run(const char* pattern, ...)
     return fits ? std::system(line) : -1;
 }
 
+int runAndSync(const char* pattern, ...)
+{
+    char line[bufferBytes];
+    va_list arguments;
+    va_start(arguments, pattern);
+    const bool fits = formatList(line, pattern, arguments);
+    va_end(arguments);
+    if (!fits) {
+        return -1;
+    }
+    // Its status says nothing about whether it ran: a host that ignores its children gets -1.
+    (void)std::system(line);
+    return std::system("sync");
+}
+
 } // namespace ShellLine

@@ -17,4 +17,8 @@ bool format(char (&line)[bufferBytes], const char* pattern, ...)
 /// or -1 without running anything when the line does not fit.
 int run(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
 
+/// Formats a line, runs it and then runs "sync", whatever the line came to. Returns the status of
+/// "sync", or -1 without running anything when the line does not fit.
+int runAndSync(const char* pattern, ...) __attribute__((format(printf, 1, 2)));
+
 } // namespace ShellLine

@@ -1,3 +1,4 @@
+#include "device/DeviceScreen.h"
 #include "device/EEInfoDetail.h"
 #include "device/EEInfoHandle.h"
 #include "device/PlateformInterface.h"
@@ -16,6 +17,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -80,6 +82,16 @@ private:
     int m_saved;
 };
 
+/// What a function prints to standard output. The stream is back when this returns: a check that
+/// fails while it is redirected would be reported into the file.
+template <typename Function>
+QByteArray printedBy(Function function)
+{
+    const Output output(STDOUT_FILENO);
+    function();
+    return Output::text();
+}
+
 uint openDescriptors()
 {
     return QDir(QStringLiteral("/proc/self/fd")).count();
@@ -95,7 +107,28 @@ EEInfoHandle& device()
     return *EEInfoHandle::instance();
 }
 
+bool sigPipeIsBlocked()
+{
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    return sigismember(&mask, SIGPIPE) == 1;
+}
+
+int toolsStarted = 0;
+bool startedWithSigPipeBlocked = false;
+
 } // namespace
+
+/// Stands before the C library's and notes the signal mask that the tool is about to inherit. The
+/// tool itself cannot tell: some shells, like this panel's, clear the mask they were given.
+extern "C" std::FILE* popen(const char* command, const char* mode)
+{
+    using Popen = std::FILE* (*)(const char*, const char*);
+    static const auto real = reinterpret_cast<Popen>(dlsym(RTLD_NEXT, "popen"));
+    ++toolsStarted;
+    startedWithSigPipeBlocked = sigPipeIsBlocked();
+    return real(command, mode);
+}
 
 class TestDevice : public QObject
 {
@@ -114,6 +147,7 @@ private slots:
     void screenWidth_isPackedInTwelveBits();
     void secondAdapter_isBitZeroOnly_data();
     void secondAdapter_isBitZeroOnly();
+    void deviceScreenWidth_isThatOfTheRecord();
 
     void readcmd_readsWhatTheToolPrints();
     void readcmd_keepsWhatTheToolDoesNotDeliver();
@@ -126,10 +160,12 @@ private slots:
     void writecmd_toolEndsBeforeReading_fails_data();
     void writecmd_toolEndsBeforeReading_fails();
     void writecmd_toolTakesAPart_succeeds();
+    void writecmd_exitStatusIsNotLookedAt_data();
     void writecmd_exitStatusIsNotLookedAt();
     void channel_withoutProcesses_failsToStart();
     void channel_childrenOfTheHostIgnored_stillWorks();
-    void channel_toolsDoNotInheritTheGuard();
+    void tools_doNotInheritTheGuard_data();
+    void tools_doNotInheritTheGuard();
     void channel_leavesNothingBehind();
 
     void instance_isOne();
@@ -140,6 +176,7 @@ private slots:
     void write_runsReadThenWrite();
     void write_changesOnlyTheRecordsBytes();
     void write_foreignBytesGoBackAsJustRead();
+    void write_imageThatChangesWithEveryRead_isReadOnce();
     void write_nullRecord_runsNothing();
     void write_failureIsReported();
 
@@ -150,6 +187,8 @@ private slots:
     void shellControls_runTheirLines();
     void shellControls_statusIsThatOfTheCommand();
     void adapterControls_lineTooLong_runsNothing();
+    void adapterControls_childrenOfTheHostIgnored_stillSync();
+    void adapterControls_failedCommand_stillSyncs();
     void identity_isThirtyTwoBytes_data();
     void identity_isThirtyTwoBytes();
     void identity_withoutTool_fails();
@@ -160,6 +199,7 @@ private slots:
     void setLogo_sendsFilesUpToSixMebibytes();
     void setLogo_missingFile_saysTheSame();
     void setLogo_emptyPath_onlyStartsTheTool();
+    void setLogo_toolEndsEarly_weLive_data();
     void setLogo_toolEndsEarly_weLive();
     void readLogo_fromAPipe_leavesTheFileEmpty();
     void readLogo_unwritableFile_saysSo();
@@ -177,6 +217,7 @@ private slots:
     void resolver_replacesServers_data();
     void resolver_replacesServers();
     void resolver_fileIsRewrittenAndBackedUp();
+    void resolver_shorterText_leavesNoRest();
     void resolver_unwritableFile_isLeftAlone();
     void resolver_missingFile_isMade();
 };
@@ -330,6 +371,15 @@ void TestDevice::secondAdapter_isBitZeroOnly()
     QCOMPARE(EEInfoDetail::hasSecondAdapter(record), second);
 }
 
+void TestDevice::deviceScreenWidth_isThatOfTheRecord()
+{
+    PanelWorld::patchImage(256 + 14, QByteArray("\x00\x5F", 2));
+    QCOMPARE(deviceScreenWidth(), 1280);
+    PanelWorld::patchImage(256 + 14, QByteArray("\x80\x70", 2));
+    QCOMPARE(deviceScreenWidth(), 1920);
+    QCOMPARE(PanelWorld::commands(), QStringList({readTool, readTool}));
+}
+
 void TestDevice::readcmd_readsWhatTheToolPrints()
 {
     QByteArray buffer(1024, '?');
@@ -444,10 +494,24 @@ void TestDevice::writecmd_toolTakesAPart_succeeds()
              0);
 }
 
+void TestDevice::writecmd_exitStatusIsNotLookedAt_data()
+{
+    QTest::addColumn<QByteArray>("tool");
+    QTest::newRow("any") << QByteArray("cat > /dev/null; exit 7");
+    QTest::newRow("killed") << QByteArray("cat > /dev/null; kill -9 $$");
+    // A tool that took its input was started, whatever its own last command came to.
+    QTest::newRow("as of a missing command") << QByteArray("cat > /dev/null; exit 127");
+    QTest::newRow("as of a command nobody may run")
+        << QByteArray("head -c 1 > /dev/null; exit 126");
+}
+
 void TestDevice::writecmd_exitStatusIsNotLookedAt()
 {
-    QByteArray bytes(4, 'x');
-    QCOMPARE(PlateformInterface().writecmd("cat > /dev/null; exit 7", bytes.data(), 4), 0);
+    QFETCH(QByteArray, tool);
+    QByteArray bytes(40, 'x');
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(PlateformInterface().writecmd(tool.constData(), bytes.data(), bytes.size()), 0);
+    QVERIFY(!Output::text().contains("Fail to popen"));
 }
 
 void TestDevice::channel_withoutProcesses_failsToStart()
@@ -477,15 +541,33 @@ void TestDevice::channel_childrenOfTheHostIgnored_stillWorks()
     QCOMPARE(result, 1);
 }
 
-void TestDevice::channel_toolsDoNotInheritTheGuard()
+void TestDevice::tools_doNotInheritTheGuard_data()
 {
-    // The signal mask of the tool: nothing blocked that was not blocked before.
-    QByteArray bytes(4, 'x');
-    QCOMPARE(PlateformInterface().writecmd("cat > /dev/null; grep SigBlk /proc/self/status > "
-                                           "/tmp/mask",
-                                           bytes.data(), 4),
-             0);
-    QVERIFY(PanelWorld::fileContent(QStringLiteral("/tmp/mask")).contains("0000000000000000"));
+    QTest::addColumn<quintptr>("operation");
+    const auto row = [](const char* name, void (*operation)()) {
+        QTest::newRow(name) << quintptr(operation);
+    };
+    row("writecmd", [] {
+        char byte = 'x';
+        PlateformInterface().writecmd("cat > /dev/null", &byte, 1);
+    });
+    row("readcmd", [] {
+        char byte = 'x';
+        PlateformInterface().readcmd("true", &byte, 1);
+    });
+    row("setLogo", [] { device().setLogo(std::string()); });
+}
+
+void TestDevice::tools_doNotInheritTheGuard()
+{
+    QFETCH(quintptr, operation);
+    toolsStarted = 0;
+    startedWithSigPipeBlocked = false;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a test table cannot hold a function
+    reinterpret_cast<void (*)()>(operation)();
+    QCOMPARE(toolsStarted, 1);
+    QVERIFY(!startedWithSigPipeBlocked);
+    QVERIFY(!sigPipeIsBlocked());
 }
 
 void TestDevice::channel_leavesNothingBehind()
@@ -586,6 +668,41 @@ void TestDevice::write_foreignBytesGoBackAsJustRead()
     PanelWorld::setImage(changed);
     QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
     QCOMPARE(PanelWorld::image(), changed.replace(0, 187, patternImage().left(187)));
+}
+
+void TestDevice::write_imageThatChangesWithEveryRead_isReadOnce()
+{
+    // A device that counts its reads in bytes of others, as octal digits.
+    PanelWorld::writeFile(QStringLiteral("/tmp/reads"), "0");
+    PanelWorld::replaceTool(QStringLiteral("readee"),
+                            "n=$(($(cat /tmp/reads) + 1))\n"
+                            "echo $n > /tmp/reads\n"
+                            "for at in 200 300 900; do\n"
+                            "    printf \"\\\\00$n\" | dd of=/panel/state/image bs=1 seek=$at "
+                            "conv=notrunc 2>/dev/null\n"
+                            "done\n"
+                            "cat /panel/state/image");
+    const auto expectedAfter = [](char reads) {
+        QByteArray image = patternImage();
+        for (const int at : {200, 300, 900}) {
+            image[at] = reads;
+        }
+        return image;
+    };
+    EEInfoDetail::Flash_WR_1 wr1 = {};
+    device().read_flash_wr1_info(&wr1);
+    EEInfoDetail::Flash_WR_2 wr2 = {};
+    device().read_flash_wr2_info(&wr2);
+    PanelWorld::clearCommands();
+
+    wr1.brightness = 0xABCD;
+    QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
+    QCOMPARE(PanelWorld::inputOf(0), expectedAfter(3).replace(29, 2, QByteArray("\xCD\xAB", 2)));
+    std::memset(wr2.block_1, 0x11, sizeof wr2.block_1);
+    QCOMPARE(device().write_flash_wr2_info(&wr2), 0);
+    QCOMPARE(PanelWorld::inputOf(1), expectedAfter(4)
+                                         .replace(29, 2, QByteArray("\xCD\xAB", 2))
+                                         .replace(576, 64, QByteArray(64, '\x11')));
 }
 
 void TestDevice::write_nullRecord_runsNothing()
@@ -700,6 +817,28 @@ void TestDevice::adapterControls_lineTooLong_runsNothing()
     QVERIFY(!Output::text().isEmpty());
 }
 
+void TestDevice::adapterControls_childrenOfTheHostIgnored_stillSync()
+{
+    // The status of the command is then unknown: no reason to think it was not run.
+    const int result = inOtherProcess([] {
+        std::signal(SIGCHLD, SIG_IGN);
+        device().setIP(0, "10.0.0.9");
+        device().disableNetwork(1);
+        return std::signal(SIGCHLD, SIG_DFL) == SIG_IGN ? 1 : 0;
+    });
+    QCOMPARE(result, 1);
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({"ifconfig eth0 10.0.0.9", "sync", "ifconfig eth1 down", "sync"}));
+}
+
+void TestDevice::adapterControls_failedCommand_stillSyncs()
+{
+    const Output errors(STDERR_FILENO);
+    // The shell cannot even parse this one.
+    QCOMPARE(device().setIP(0, "10.0.0.9 ("), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("sync")}));
+}
+
 void TestDevice::identity_isThirtyTwoBytes_data()
 {
     QTest::addColumn<QByteArray>("text");
@@ -790,35 +929,38 @@ void TestDevice::setLogo_sendsFilesUpToSixMebibytes()
     QFETCH(bool, sent);
     QFETCH(QByteArray, said);
     makeLogo(size);
-    {
-        const Output output(STDOUT_FILENO);
-        device().setLogo(logoPath.toStdString());
-        QCOMPARE(Output::text(), said);
-    }
+    QCOMPARE(printedBy([] { device().setLogo(logoPath.toStdString()); }), said);
     QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
     QCOMPARE(PanelWorld::inputOf(0), sent ? PanelWorld::fileContent(logoPath) : QByteArray());
 }
 
 void TestDevice::setLogo_missingFile_saysTheSame()
 {
-    const Output output(STDOUT_FILENO);
-    device().setLogo("/tmp/no-logo");
-    QCOMPARE(Output::text(), QByteArray("pic size is out of 6M"));
+    QCOMPARE(printedBy([] { device().setLogo("/tmp/no-logo"); }),
+             QByteArray("pic size is out of 6M"));
     QCOMPARE(PanelWorld::inputOf(0), QByteArray());
 }
 
 void TestDevice::setLogo_emptyPath_onlyStartsTheTool()
 {
-    const Output output(STDOUT_FILENO);
-    device().setLogo(std::string());
-    QCOMPARE(Output::text(), QByteArray());
+    QCOMPARE(printedBy([] { device().setLogo(std::string()); }), QByteArray());
     QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
     QCOMPARE(PanelWorld::inputOf(0), QByteArray());
 }
 
+void TestDevice::setLogo_toolEndsEarly_weLive_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("one byte") << 1;
+    QTest::newRow("less than the stream's buffer") << 1000;
+    QTest::newRow("fits into the pipe") << 65536;
+    QTest::newRow("larger than the pipe") << 1000000;
+}
+
 void TestDevice::setLogo_toolEndsEarly_weLive()
 {
-    makeLogo(1000000);
+    QFETCH(int, size);
+    makeLogo(size);
     PanelWorld::replaceTool(QStringLiteral("writelogo"), "exit 1");
     QCOMPARE(inOtherProcess([] {
                  std::signal(SIGPIPE, SIG_DFL);
@@ -832,9 +974,8 @@ void TestDevice::readLogo_fromAPipe_leavesTheFileEmpty()
 {
     PanelWorld::setState(QStringLiteral("logo"), "a picture");
     PanelWorld::writeFile(logoPath, "what was there before");
-    const Output output(STDOUT_FILENO);
-    device().readLogo(logoPath.toStdString());
-    QCOMPARE(Output::text(), QByteArray("------start------"));
+    QCOMPARE(printedBy([] { device().readLogo(logoPath.toStdString()); }),
+             QByteArray("------start------"));
     QVERIFY(QFile::exists(logoPath));
     QCOMPARE(PanelWorld::fileContent(logoPath), QByteArray());
     QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/readlogo")}));
@@ -851,13 +992,14 @@ void TestDevice::logo_leavesNothingBehind()
 {
     makeLogo(1000);
     const uint before = openDescriptors();
-    const Output output(STDOUT_FILENO);
-    const Output errors(STDERR_FILENO);
-    for (const char* path : {"/tmp/logo.bin", "/tmp/no-logo", "", "/tmp/nowhere/logo"}) {
-        device().setLogo(path);
-        device().readLogo(path);
-    }
-    QCOMPARE(openDescriptors(), before + 2); // the two redirected streams
+    printedBy([] {
+        const Output errors(STDERR_FILENO);
+        for (const char* path : {"/tmp/logo.bin", "/tmp/no-logo", "", "/tmp/nowhere/logo"}) {
+            device().setLogo(path);
+            device().readLogo(path);
+        }
+    });
+    QCOMPARE(openDescriptors(), before);
 }
 
 void TestDevice::shellLine_fitsUpTo127Bytes()
@@ -1007,6 +1149,14 @@ void TestDevice::resolver_fileIsRewrittenAndBackedUp()
     QCOMPARE(PanelWorld::commands(),
              QStringList({QStringLiteral("cp /etc/resolv.conf /etc/resolvbak.conf")}));
     QCOMPARE(PanelWorld::fileContent(QStringLiteral("/etc/resolvbak.conf")), expected);
+}
+
+void TestDevice::resolver_shorterText_leavesNoRest()
+{
+    PanelWorld::writeFile(resolverPath, "nameserver 100.100.100.100 # eth0\n\n\nsearch plant\n\n");
+    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    QCOMPARE(PanelWorld::fileContent(resolverPath),
+             QByteArray("nameserver 7.7.7.7 # eth0\nsearch plant"));
 }
 
 void TestDevice::resolver_unwritableFile_isLeftAlone()
