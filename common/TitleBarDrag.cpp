@@ -22,7 +22,7 @@ void TitleBarDrag::press(const QMouseEvent* event)
 
 bool TitleBarDrag::move(const QMouseEvent* event)
 {
-    if (!m_dragging || event->buttons() != Qt::LeftButton) {
+    if (!m_dragging || !(event->buttons() & Qt::LeftButton)) {
         return false;
     }
     m_window->move(event->globalPos() - m_offset);

@@ -17,8 +17,8 @@ public:
     /// A press of the left button on the title bar starts a drag, elsewhere it ends one.
     void press(const QMouseEvent* event);
 
-    /// Moves the window after the pointer while a drag is on and only the left button is held. True
-    /// when it moved the window.
+    /// Moves the window after the pointer while a drag is on and the left button is held. True when
+    /// it moved the window.
     bool move(const QMouseEvent* event);
 
     /// Whether @p point lies on the frame or on the one column right of it or row below it.

@@ -6,8 +6,8 @@ class QTranslator;
 namespace Translation {
 
 /// Installs @p translator, once, however often it was installed before, and makes Qt send its
-/// language change events. Qt itself would keep one entry per installation and look every text
-/// up through all of them.
+/// language change events (two to the application: taking it out sends one as well). Qt itself
+/// would keep one entry per installation and look every text up through all of them.
 void install(QTranslator& translator);
 
 /// Loads the file of the panel's bundle for a language value (0 Chinese, otherwise English) into

@@ -222,7 +222,7 @@ void DateTimeDialog::mousePressEvent(QMouseEvent* event)
 
 void DateTimeDialog::mouseMoveEvent(QMouseEvent* event)
 {
-    if (m_drag.move(event)) {
+    if (event->buttons() == Qt::LeftButton && m_drag.move(event)) {
         InputDialog::p_move = true;
     }
     QDialog::mouseMoveEvent(event);

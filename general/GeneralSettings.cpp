@@ -249,8 +249,8 @@ bool GeneralSettings::eventFilter(QObject* watched, QEvent* event)
         const auto* press = static_cast<QMouseEvent*>(event);
         if (press->button() == Qt::LeftButton) {
             jumpSliderTo(press->localPos().x());
+            return QObject::eventFilter(watched, event); // NOLINT(bugprone-parent-virtual-call)
         }
-        return QObject::eventFilter(watched, event); // NOLINT(bugprone-parent-virtual-call)
     }
     if (auto* lineEdit = qobject_cast<QLineEdit*>(watched)) {
         const QPointer<GeneralSettings> page(this);
@@ -460,6 +460,9 @@ void GeneralSettings::onBacklightSwitched()
 
 void GeneralSettings::startBacklightOff(int minutes)
 {
+    if (minutes < 0) {
+        return; // no keypad gives these
+    }
     // A timer ends at 2^31 ms, some 25 days; longer delays are waited for in pieces.
     const int piece = std::min(minutes, longestTimerMinutes);
     const int rest = minutes - piece;

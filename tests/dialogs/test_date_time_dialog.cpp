@@ -227,6 +227,10 @@ void TestDateTimeDialog::looks_areAsDocumented()
                             "background-color: rgba(255, 255, 255, 0);color:white;}"));
     QCOMPARE(dialog()->findChild<QLayout*>(QStringLiteral("dateTimeLayout"))->contentsMargins(),
              QMargins(10, 10, 10, 10));
+    for (const char* name : {"horizontalLayout", "horizontalLayout_2", "horizontalLayout_3",
+                             "horizontalLayout_4", "horizontalLayout_5"}) {
+        QVERIFY2(dialog()->findChild<QLayout*>(QString::fromLatin1(name)), name);
+    }
     const char* const separators[][2] = {
         {"label", "/"}, {"label_2", "/"}, {"label_3", ":"}, {"label_4", ":"}};
     for (const auto& separator : separators) {
@@ -573,7 +577,14 @@ void TestDateTimeDialog::drag_startsOnTheTitleBar()
     QCOMPARE(dialog()->pos(), QPoint(130, 130));
     QVERIFY(InputDialog::p_move);
 
+    // With another button held as well it stays.
     InputDialog::p_move = false;
+    QMouseEvent both(QEvent::MouseMove, QPointF(90, 60), QPointF(90, 60),
+                     dialog()->mapToGlobal(QPoint(90, 60)), Qt::NoButton,
+                     Qt::LeftButton | Qt::RightButton, Qt::NoModifier);
+    QApplication::sendEvent(dialog(), &both);
+    QCOMPARE(dialog()->pos(), QPoint(130, 130));
+
     sendMouse(*dialog(), QEvent::MouseButtonPress, QPointF(50, 100), Qt::LeftButton);
     sendMouse(*dialog(), QEvent::MouseMove, QPointF(80, 50), Qt::NoButton);
     QCOMPARE(dialog()->pos(), QPoint(130, 130));
