@@ -153,6 +153,8 @@ private slots:
     void brighten_fromBelowTheRange();
     void darken_fromAboveTheRange();
     void buttons_repeatWhenHeld();
+    void buttons_darkenRepeatsToTheBottom();
+    void keypad_opensWithALevelOutsideItsRange();
     void buttons_pressBeepsOnceOnly_data();
     void buttons_pressBeepsOnceOnly();
     void slider_setValue_appliesOnceSilently();
@@ -182,6 +184,7 @@ private slots:
     void buzzer_switchingOnBeepsTwiceOffNever();
     void buzzer_writesOneBitAndNotifies();
     void buzzer_strayBits_firstClickWritesZero();
+    void buzzer_unreadableRegister_isOffAndStillSwitches();
     void clock_showsItsFormat();
     void clock_weekdays_data();
     void clock_weekdays();
@@ -545,6 +548,38 @@ void TestGeneral::buttons_repeatWhenHeld()
     QTest::mouseRelease(panel.plus(), Qt::LeftButton);
     QCOMPARE(panel.level()->text(), QStringLiteral("32"));
     QCOMPARE(panel.emitted.last(), qMakePair(200, 1));
+}
+
+void TestGeneral::buttons_darkenRepeatsToTheBottom()
+{
+    setBacklight(88); // level 4
+    Page panel;
+    panel.keyClick("on");
+    QTest::mousePress(panel.minus(), Qt::LeftButton);
+    QTRY_COMPARE(panel.level()->text(), QStringLiteral("01"));
+    QTest::qWait(200);
+    QTest::mouseRelease(panel.minus(), Qt::LeftButton);
+    QCOMPARE(panel.emitted.last(), qMakePair(76, 1));
+    // One beep a step; none at the end of the range, however long it is held.
+    QCOMPARE(PanelWorld::commands().count(longBeep), 3);
+}
+
+void TestGeneral::keypad_opensWithALevelOutsideItsRange()
+{
+    for (const auto& row :
+         {qMakePair(75, QStringLiteral("0")), qMakePair(204, QStringLiteral("33"))}) {
+        setBacklight(row.first);
+        Page panel;
+        panel.keyClick("off");
+        QString shown;
+        QTimer::singleShot(0, qApp, [&shown] {
+            auto* keypad = QApplication::activeModalWidget();
+            shown = keypad->findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
+            keypad->close();
+        });
+        panel.page.doModal(panel.level());
+        QCOMPARE(shown, row.second);
+    }
 }
 
 void TestGeneral::buttons_pressBeepsOnceOnly_data()
@@ -1005,6 +1040,19 @@ void TestGeneral::buzzer_strayBits_firstClickWritesZero()
     QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_on.png")));
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit), true);
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit + 1), true);
+}
+
+void TestGeneral::buzzer_unreadableRegister_isOffAndStillSwitches()
+{
+    const QString away = buzzerArea + QStringLiteral(".away");
+    QVERIFY(QFile::rename(buzzerArea, away));
+    Page panel;
+    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_off.png")));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("off"));
+    panel.page.onBuzzerSwitched(); // the write fails, the page goes on
+    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_on.png")));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("on"));
+    QVERIFY(QFile::rename(away, buzzerArea));
 }
 
 void TestGeneral::clock_showsItsFormat()
