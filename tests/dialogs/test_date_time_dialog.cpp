@@ -15,6 +15,8 @@
 #include <QTimer>
 
 #include <memory>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 namespace {
 
@@ -136,6 +138,7 @@ private slots:
     void press_beepsByTheSwitch();
     void lockRegister_closesTheFields();
     void lockRegister_isReadAtEveryPress();
+    void lockRegister_isReadForEveryEvent();
     void lockRegister_unreadable_locksNothing();
     void filter_consumesNothing();
     void setSystemTime_runsThreeCommandsWithoutPadding();
@@ -482,6 +485,19 @@ void TestDateTimeDialog::lockRegister_isReadAtEveryPress()
     PanelWorld::patchFile(lockArea, 0, QByteArray(1, '\x01')); // below it: not read
     QVERIFY(!enter("hourLineEdit", QString()).isEmpty());
     PanelWorld::writeFile(lockArea, area);
+}
+
+void TestDateTimeDialog::lockRegister_isReadForEveryEvent()
+{
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    QVERIFY(inotify_add_watch(watch, "/hmi_data/sfb.dat", IN_OPEN) >= 0);
+    for (const auto type : {QEvent::MouseMove, QEvent::MouseButtonRelease, QEvent::Paint}) {
+        QEvent event(type);
+        dialog()->eventFilter(field("hourLineEdit"), &event);
+        char buffer[4096];
+        QCOMPARE(int(read(watch, buffer, sizeof buffer)), int(sizeof(inotify_event)));
+    }
+    close(watch);
 }
 
 void TestDateTimeDialog::lockRegister_unreadable_locksNothing()
