@@ -1,14 +1,25 @@
 #include "fileio/DFileStdio.h"
 
+#include <fcntl.h>
 #include <memory>
 
 namespace {
 
 constexpr int copyChunkBytes = 0x40000;
 
+/// Commands run while the stream is open do not inherit it.
+std::FILE* openStream(const char* path, const char* mode)
+{
+    std::FILE* const stream = fopen64(path, mode);
+    if (stream) {
+        (void)fcntl(fileno(stream), F_SETFD, FD_CLOEXEC);
+    }
+    return stream;
+}
+
 } // namespace
 
-DFileStdio::DFileStdio(const char* path, const char* mode) : m_stream(fopen64(path, mode)) {}
+DFileStdio::DFileStdio(const char* path, const char* mode) : m_stream(openStream(path, mode)) {}
 
 DFileStdio::~DFileStdio()
 {
@@ -18,7 +29,7 @@ DFileStdio::~DFileStdio()
 bool DFileStdio::open(const char* path, const char* mode)
 {
     close();
-    m_stream = fopen64(path, mode);
+    m_stream = openStream(path, mode);
     return m_stream != nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "fileio/DFileSystem.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
 #include <unistd.h>
@@ -64,7 +65,11 @@ int DFileSystem::lock(int whence, int offset, int len)
     if (!isOpen() || seek2(offset, whence) < 0) {
         return -1;
     }
-    return m_readOnly ? lockShared(len) : lockf(m_descriptor, F_LOCK, len);
+    int result = 0;
+    do { // a signal of the host's does not end the wait: callers go on to transfer
+        result = m_readOnly ? lockShared(len) : lockf(m_descriptor, F_LOCK, len);
+    } while (result != 0 && errno == EINTR);
+    return result;
 }
 
 int DFileSystem::unlock(int whence, int offset, int len)

@@ -26,10 +26,10 @@ public:
     void* ioDev() const override;
 
     /// Moves to @p offset and takes an exclusive lock on the @p len bytes from there, waiting until
-    /// other processes have let go of them. A descriptor opened for reading only cannot have such
-    /// a lock; it gets a shared one, which waits for writers all the same. 0, or -1 when nothing is
-    /// open or the move or the lock fails. Mind the order: @p whence comes first here, second in
-    /// seek2().
+    /// other processes have let go of them, whatever signals arrive. A descriptor opened for
+    /// reading only cannot have such a lock; it gets a shared one, which waits for writers all the
+    /// same. 0, or -1 when nothing is open or the move or the lock fails. Mind the order: @p whence
+    /// comes first here, second in seek2().
     int lock(int whence, int offset, int len);
     /// Moves to @p offset and frees the @p len bytes from there. Results as for lock().
     int unlock(int whence, int offset, int len);

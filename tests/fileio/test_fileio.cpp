@@ -2,6 +2,7 @@
 #include "fileio/DFileStdio.h"
 #include "fileio/DFileSystem.h"
 #include "fileio/SigPipeGuard.h"
+#include "tests/support/FileLocks.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
 
@@ -80,6 +81,27 @@ void countPipeSignal(int /*number*/)
     pipeSignals = pipeSignals + 1;
 }
 
+/// Runs a function at SIGUSR1, which then ends a wait in the system.
+void interruptWith(void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigaction(SIGUSR1, &action, nullptr);
+}
+
+/// Waits until the process sleeps in a call of the system. False when it ends instead.
+bool sleeps(const OtherProcess& process)
+{
+    const QString status = QStringLiteral("/proc/%1/stat").arg(process.id());
+    while (!process.hasEnded()) {
+        const QByteArray text = PanelWorld::fileContent(status);
+        if (text.mid(text.lastIndexOf(')') + 1).startsWith(" S ")) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool sigPipeIsBlocked()
 {
     sigset_t mask;
@@ -133,6 +155,7 @@ private slots:
     void system_opensReadsWrites();
     void system_missingFile_isClosed();
     void system_createFlag_makesTheFile();
+    void system_createFailsTwice_isClosed();
     void system_createRetriesWithTruncation();
     void system_seeksByWhence_data();
     void system_seeksByWhence();
@@ -141,9 +164,12 @@ private slots:
     void system_locksExactlyItsRange();
     void system_unlockFreesExactlyItsRange();
     void system_readOnlyLockIsShared();
+    void system_lockWaitsForTheOther_data();
     void system_lockWaitsForTheOther();
+    void system_lockOutlastsSignals_data();
+    void system_lockOutlastsSignals();
     void system_sync();
-    void system_commandsDoNotInheritIt();
+    void commands_inheritNoFile();
     void fifo_makesAMissingPipe();
     void fifo_withoutReader_saysSoOnce();
     void fifo_cannotBeMade_saysSo();
@@ -386,7 +412,7 @@ void TestFileIo::system_createFlag_makesTheFile()
     QCOMPARE(int(status.st_mode & 0777), 0644);
 }
 
-void TestFileIo::system_createRetriesWithTruncation()
+void TestFileIo::system_createFailsTwice_isClosed()
 {
     // O_EXCL fails on a file that exists, the first time and the second.
     store("kept");
@@ -395,6 +421,23 @@ void TestFileIo::system_createRetriesWithTruncation()
     QCOMPARE(stored(), QByteArray("kept"));
     const DFileSystem folder("/tmp/nowhere/file", O_RDWR | O_CREAT);
     QVERIFY(!folder.ioDev());
+}
+
+void TestFileIo::system_createRetriesWithTruncation()
+{
+    // The first attempt waits for a reader of the pipe until a signal breaks it off; by then a file
+    // lies in the pipe's place.
+    mkfifo(path, 0600);
+    PanelWorld::writeFile(QString::fromLatin1(other), "what was there before");
+    OtherProcess opener([] {
+        interruptWith([](int /*number*/) { (void)!rename(other, path); });
+        const DFileSystem file(path, O_WRONLY | O_CREAT);
+        return file.ioDev() ? 1 : 0;
+    });
+    QVERIFY(sleeps(opener));
+    kill(opener.id(), SIGUSR1);
+    QCOMPARE(opener.result(), 1);
+    QCOMPARE(stored(), QByteArray());
 }
 
 void TestFileIo::system_seeksByWhence_data()
@@ -480,48 +523,81 @@ void TestFileIo::system_readOnlyLockIsShared()
     DFileSystem file(path, O_RDONLY);
     QCOMPARE(file.lock(SEEK_SET, 3, 4), 0);
     QVERIFY(isFree(0, 3));
-    QCOMPARE(inOtherProcess([] { // a writer has to wait
-                 DFileSystem writer(path, O_RDWR);
-                 alarm(1);
-                 return writer.lock(SEEK_SET, 6, 1);
-             }),
-             -SIGALRM);
     QVERIFY(isFree(7, 100));
-    QCOMPARE(inOtherProcess([] {
-                 DFileSystem other(path, O_RDONLY);
-                 alarm(1); // another reader does not wait
-                 return other.lock(SEEK_SET, 3, 4) == 0 ? 1 : 0;
-             }),
-             1);
+    OtherProcess writer([] {
+        DFileSystem file(path, O_RDWR);
+        return file.lock(SEEK_SET, 6, 1) == 0 ? 1 : 0;
+    });
+    QCOMPARE(FileLocks::awaitedBy(writer), QByteArray("WRITE 6 6"));
+    OtherProcess reader([] {
+        DFileSystem file(path, O_RDONLY);
+        return file.lock(SEEK_SET, 3, 4) == 0 ? 1 : 0;
+    });
+    QCOMPARE(FileLocks::awaitedBy(reader), QByteArray());
+    QCOMPARE(reader.result(), 1);
     QCOMPARE(file.unlock(SEEK_SET, 3, 4), 0);
+    QCOMPARE(writer.result(), 1);
     QVERIFY(isFree(0, 100));
+}
+
+void TestFileIo::system_lockWaitsForTheOther_data()
+{
+    QTest::addColumn<int>("flags");
+    QTest::addColumn<QByteArray>("awaited");
+    QTest::newRow("writer") << O_RDWR << QByteArray("WRITE 0 4");
+    QTest::newRow("reader") << O_RDONLY << QByteArray("READ 0 4");
 }
 
 void TestFileIo::system_lockWaitsForTheOther()
 {
+    QFETCH(int, flags);
+    QFETCH(QByteArray, awaited);
     store("0123456789");
-    int ready[2];
-    QCOMPARE(pipe(ready), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        DFileSystem file(path, O_RDWR);
-        file.lock(SEEK_SET, 0, 10);
-        (void)!write(ready[1], "r", 1);
-        usleep(200000);
-        file.seek2(0, SEEK_SET);
-        file.write("child", 5);
-        _exit(0); // lets go of the lock
-    }
-    char byte = 0;
-    QCOMPARE(read(ready[0], &byte, 1), ssize_t(1));
     DFileSystem file(path, O_RDWR);
-    QCOMPARE(file.lock(SEEK_SET, 0, 5), 0);
-    char buffer[6] = {};
-    file.read(buffer, 5);
-    QCOMPARE(buffer, "child");
-    waitpid(child, nullptr, 0);
-    close(ready[0]);
-    close(ready[1]);
+    file.lock(SEEK_SET, 0, 10);
+    OtherProcess waiting([flags] {
+        DFileSystem file(path, flags);
+        char buffer[6] = {};
+        const bool locked = file.lock(SEEK_SET, 0, 5) == 0;
+        file.read(buffer, 5);
+        return locked && qstrcmp(buffer, "first") == 0 ? 1 : 0;
+    });
+    QCOMPARE(FileLocks::awaitedBy(waiting), awaited);
+    file.write("first", 5);
+    file.unlock(SEEK_SET, 0, 10);
+    QCOMPARE(waiting.result(), 1);
+}
+
+void TestFileIo::system_lockOutlastsSignals_data()
+{
+    system_lockWaitsForTheOther_data();
+}
+
+void TestFileIo::system_lockOutlastsSignals()
+{
+    QFETCH(int, flags);
+    QFETCH(QByteArray, awaited);
+    store("0123456789");
+    DFileSystem file(path, O_RDWR);
+    file.lock(SEEK_SET, 0, 10);
+    static int handled[2];
+    QCOMPARE(pipe(handled), 0);
+    OtherProcess waiting([flags] {
+        interruptWith([](int /*number*/) { (void)!write(handled[1], "h", 1); });
+        DFileSystem file(path, flags);
+        return file.lock(SEEK_SET, 0, 5) == 0 ? 1 : 0;
+    });
+    for (int round = 0; round < 3; ++round) {
+        QCOMPARE(FileLocks::awaitedBy(waiting), awaited);
+        kill(waiting.id(), SIGUSR1);
+        char byte = 0;
+        QCOMPARE(read(handled[0], &byte, 1), ssize_t(1));
+    }
+    QCOMPARE(FileLocks::awaitedBy(waiting), awaited);
+    file.unlock(SEEK_SET, 0, 10);
+    QCOMPARE(waiting.result(), 1);
+    close(handled[0]);
+    close(handled[1]);
 }
 
 void TestFileIo::system_sync()
@@ -535,13 +611,16 @@ void TestFileIo::system_sync()
     QCOMPARE(fifo.sync(), -1);
 }
 
-void TestFileIo::system_commandsDoNotInheritIt()
+void TestFileIo::commands_inheritNoFile()
 {
     store("x");
     const DFileSystem file(path, O_RDWR);
+    DFileStdio stream(path, "rb");
+    stream.open(path, "rb");
     mkfifo(pipePath, 0600);
     const DFifo fifo(pipePath, O_RDWR);
     QVERIFY(fcntl(descriptorOf(file), F_GETFD) & FD_CLOEXEC);
+    QVERIFY(fcntl(fileno(static_cast<FILE*>(stream.ioDev())), F_GETFD) & FD_CLOEXEC);
     QCOMPARE(std::system("ls -l /proc/self/fd | grep -q -e /tmp/file -e /tmp/pipe") >> 8, 1);
 }
 

@@ -1,5 +1,6 @@
 #include "regstore/RegisterArea.h"
 #include "regstore/SysReg.h"
+#include "tests/support/FileLocks.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
@@ -11,6 +12,8 @@
 #include <csignal>
 #include <cstddef>
 #include <fcntl.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace {
@@ -122,6 +125,7 @@ private slots:
     void register_writesToItsPlaceOnly_data();
     void register_writesToItsPlaceOnly();
     void register_unknownId_touchesNothing();
+    void register_unknownId_opensNothing();
     void register_sizeComesFromTheTable();
     void bit_comesBackUnmasked();
     void bit_onlyBitZeroOfTheSourceCounts();
@@ -142,9 +146,8 @@ private slots:
     void area_valueOfTheRuntimeIsSeenAtOnce();
     void lock_isHeldOnExactlyTheBytesTouched_data();
     void lock_isHeldOnExactlyTheBytesTouched();
-    void lock_isWaitedForAndLetGo();
+    void lock_isLetGo();
     void lock_twoProcessesLoseNoBit();
-    void lock_readerWaitsForAWriter();
     void lock_readerSeesNoHalfWrite();
     void notify_area_sendsTwelveBytes();
     void notify_area_withoutReader_isThreeAndWritten();
@@ -284,6 +287,25 @@ void TestRegStore::register_unknownId_touchesNothing()
         QCOMPARE(content(area), pattern());
     }
     QVERIFY2(!QFile::exists(registerPipe), "a pipe was opened for an unknown register");
+}
+
+void TestRegStore::register_unknownId_opensNothing()
+{
+    const int watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    inotify_add_watch(watch, "/tmp", IN_OPEN | IN_CREATE);
+    inotify_add_watch(watch, "/hmi_data", IN_OPEN | IN_CREATE);
+    char buffer[64] = {};
+    char events[4096];
+    for (const unsigned id : {90U, 1000U, 0xFFFFFFFFU}) {
+        SysReg_LoadReg(id);
+        SysReg_Read(id, buffer);
+        SysReg_Write(id, buffer, 1);
+        SysReg_WriteNotify(id, buffer, 1);
+        QVERIFY(read(watch, events, sizeof events) == -1 && errno == EAGAIN);
+    }
+    SysReg_Read(89, buffer);
+    QVERIFY(read(watch, events, sizeof events) > 0); // the watch would have told
+    close(watch);
 }
 
 void TestRegStore::register_sizeComesFromTheTable()
@@ -534,6 +556,7 @@ void TestRegStore::lock_isHeldOnExactlyTheBytesTouched_data()
     QTest::newRow("bytes") << 5U << 751U << 8U << 751 << 8;
     QTest::newRow("one bit") << 8U << 17U << 1U << 2 << 1;
     QTest::newRow("bits of two bytes") << 8U << 6U << 4U << 0 << 2;
+    QTest::newRow("all bits of two bytes") << 2U << 8U << 16U << 1 << 2;
 }
 
 void TestRegStore::lock_isHeldOnExactlyTheBytesTouched()
@@ -543,27 +566,27 @@ void TestRegStore::lock_isHeldOnExactlyTheBytesTouched()
     QFETCH(uint, length);
     QFETCH(int, firstByte);
     QFETCH(int, bytes);
-    const QByteArray source(16, '\0');
-    // Locks beside the range hold nobody up; with one on any byte of it the call waits, which an
-    // alarm ends.
-    const auto finishesWithLockAt = [&](int at, int count) {
-        const int descriptor = open(areaFiles[area], O_RDWR);
-        lseek(descriptor, at, SEEK_SET);
-        lockf(descriptor, F_LOCK, count);
-        const int result = inOtherProcess([&] {
-            alarm(1);
-            return int(writeLocal(area, offset, length, source.constData()));
-        });
-        close(descriptor);
-        return result == 0;
-    };
-    QVERIFY(firstByte == 0 || finishesWithLockAt(0, firstByte));
-    QVERIFY(finishesWithLockAt(firstByte + bytes, 100));
-    QVERIFY(!finishesWithLockAt(firstByte, 1));
-    QVERIFY(!finishesWithLockAt(firstByte + bytes - 1, 1));
+    const int descriptor = open(areaFiles[area], O_RDWR);
+    lockf(descriptor, F_LOCK, 0);
+    OtherProcess writer([=] {
+        const char source[16] = {};
+        return int(writeLocal(area, offset, length, source));
+    });
+    OtherProcess reader([=] {
+        char buffer[16];
+        return int(readLocal(area, offset, length, buffer));
+    });
+    const QByteArray range =
+        QByteArray::number(firstByte) + ' ' + QByteArray::number(firstByte + bytes - 1);
+    QCOMPARE(FileLocks::awaitedBy(writer), "WRITE " + range);
+    QCOMPARE(FileLocks::awaitedBy(reader), "READ " + range);
+    QCOMPARE(content(area), pattern());
+    close(descriptor); // which lets both go on
+    QCOMPARE(writer.result(), 0);
+    QCOMPARE(reader.result(), 0);
 }
 
-void TestRegStore::lock_isWaitedForAndLetGo()
+void TestRegStore::lock_isLetGo()
 {
     unsigned char byte = 7;
     QCOMPARE(SysReg_Write(20, &byte, 1), 0);
@@ -601,24 +624,6 @@ void TestRegStore::lock_twoProcessesLoseNoBit()
         waitpid(child, &status, 0);
         QCOMPARE(status, 0);
     }
-}
-
-void TestRegStore::lock_readerWaitsForAWriter()
-{
-    const int descriptor = open(areaFiles[5], O_RDWR);
-    lseek(descriptor, 751, SEEK_SET);
-    lockf(descriptor, F_LOCK, 1);
-    const auto readsAt = [](unsigned offset) {
-        return inOtherProcess([offset] {
-            char buffer[8];
-            alarm(1); // ends the wait
-            return readLocal(5, offset, 8, buffer) == 0 ? 1 : 0;
-        });
-    };
-    QCOMPARE(readsAt(751), -SIGALRM);
-    QCOMPARE(readsAt(752), 1); // one byte further nobody is in the way
-    close(descriptor);
-    QCOMPARE(readsAt(751), 1);
 }
 
 void TestRegStore::lock_readerSeesNoHalfWrite()
@@ -749,17 +754,54 @@ void TestRegStore::notify_readerComesAndGoes_weLive()
     QCOMPARE(results[0] + results[1], 3000);
 }
 
+namespace {
+
+/// The locks of the system at the moment when a notice arrives.
+char locksAtNotice[4096];
+
+void listLocks(int /*number*/)
+{
+    const int list = open("/proc/locks", O_RDONLY | O_CLOEXEC);
+    const ssize_t size = read(list, locksAtNotice, sizeof locksAtNotice - 1);
+    locksAtNotice[size > 0 ? size : 0] = '\0';
+    close(list);
+}
+
+/// Whether a call that sends a notice holds a lock while it does so. This process reads the pipe
+/// too, and the system interrupts it as soon as a notice is in there. -1 when none arrives.
+template <typename Call>
+int holdsLockAtNotice(const QString& pipe, Call call)
+{
+    const int reader = open(pipe.toLatin1().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    std::signal(SIGIO, listLocks);
+    fcntl(reader, F_SETOWN, getpid());
+    fcntl(reader, F_SETFL, O_NONBLOCK | O_ASYNC);
+    qstrcpy(locksAtNotice, "none arrived");
+    call();
+    close(reader);
+    const QByteArray list(locksAtNotice);
+    return list == "none arrived" ? -1 : list.contains(' ' + QByteArray::number(getpid()) + ' ');
+}
+
+} // namespace
+
 void TestRegStore::notify_sentAfterTheLock()
 {
-    // When the notice is there, another process can lock the register.
-    NoticeListener runtime(registerPipe);
-    const unsigned char value = 1;
-    QCOMPARE(SysReg_WriteNotify(20, &value, 1), 0);
-    QCOMPARE(runtime.takeNumbers(), QList<quint32>({20}));
+    mkfifo("/tmp/fifo_sysreg", 0600);
+    mkfifo("/tmp/fifo_localreg", 0600);
+    static const unsigned char value = 1;
     QCOMPARE(inOtherProcess([] {
-                 const int descriptor = open(areaFiles[7], O_RDWR);
-                 lseek(descriptor, 169, SEEK_SET);
-                 return lockf(descriptor, F_TLOCK, 1) == 0 ? 1 : 0;
+                 return holdsLockAtNotice(registerPipe, [] { SysReg_WriteNotify(20, &value, 1); });
+             }),
+             0);
+    QCOMPARE(inOtherProcess([] {
+                 return holdsLockAtNotice(areaPipe, [] { WriteLocal_Notify(5, 0, 1, &value, ""); });
+             }),
+             0);
+    // Another lock of the process is seen: the check can fail.
+    QCOMPARE(inOtherProcess([] {
+                 lockf(open(areaFiles[1], O_RDWR), F_LOCK, 1);
+                 return holdsLockAtNotice(registerPipe, [] { SysReg_WriteNotify(20, &value, 1); });
              }),
              1);
 }
