@@ -10,8 +10,7 @@
 namespace PanelWorld {
 
 /// Command lines run so far, oldest first, as the tools saw them: "/root/plat-intf/setbright 92",
-/// "ifconfig eth0 up". The platform tools are written down in both modes, the others in recorded
-/// mode only.
+/// "ifconfig eth0 up". Both modes write them down.
 QStringList commands();
 
 /// Forgets the commands written down so far, and their inputs.
