@@ -3,6 +3,7 @@
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 import tempfile
 
@@ -45,6 +46,23 @@ class Panel:
         self._process.send_signal(signal.SIGTERM)
         output, _ = self._process.communicate(timeout=30)
         return output
+
+    def crash(self):
+        """Kills the script that runs the panel, which then can tidy up nothing."""
+        self._process.kill()
+        self._process.communicate(timeout=30)
+
+    def plant(self, verb):
+        """Carries out a verb of the plant, as `plant VERB` would in the panel, and returns what it
+        says."""
+        with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as door:
+            door.connect(str(self._run_folder() / "panel" / "run" / "plant"))
+            door.sendall(verb.encode() + b"\n")
+            answer = door.makefile().read()
+        done, _, text = answer.partition("\n")
+        if done != "done":
+            raise ValueError(f"plant {verb}: {text}")
+        return text
 
     def running(self):
         return self._process.poll() is None

@@ -9,6 +9,7 @@ import sys
 import time
 import unittest
 
+from panel_under_test import Panel
 from sandbox_world import World
 
 BUILD = sys.argv.pop(1)
@@ -40,6 +41,21 @@ def wait_for(condition, what):
         if time.monotonic() > deadline:
             raise AssertionError(f"waited in vain for {what}")
         time.sleep(0.02)
+
+
+def processes_with(folder, name=None):
+    """The machine's processes that have this folder on their command lines, oldest first; only
+    those with this name, if one is given."""
+    found = []
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            line = (process / "cmdline").read_text(errors="replace")
+            own = (process / "comm").read_text().strip()
+        except OSError:
+            continue
+        if str(folder) in line and name in (None, own):
+            found.append(int(process.name))
+    return sorted(found)
 
 
 class PlantTest(unittest.TestCase):
@@ -351,18 +367,7 @@ class Remains(PlantTest):
         return panel
 
     def processes(self, name=None):
-        """The machine's processes that have the scratch folder on their command lines, oldest
-        first; only those with this name, if one is given."""
-        found = []
-        for folder in pathlib.Path("/proc").glob("[0-9]*"):
-            try:
-                line = (folder / "cmdline").read_text(errors="replace")
-                own = (folder / "comm").read_text().strip()
-            except OSError:
-                continue
-            if str(self.world.scratch) in line and name in (None, own):
-                found.append(int(folder.name))
-        return sorted(found)
+        return processes_with(self.world.scratch, name)
 
     def assert_nothing_remains(self):
         wait_for(lambda: not self.processes(), "the processes to end")
@@ -384,6 +389,15 @@ class Remains(PlantTest):
         self.assertEqual((result.returncode, result.stdout, result.stderr),
                          (77, b"\0through\n", b"wrong\n"))
         self.assertEqual(self.live("kill -ABRT $$").returncode, 128 + signal.SIGABRT)
+
+    def test_panel_that_cannot_start_fails_as_a_recorded_one_does(self):
+        results = []
+        for mode in ("recorded", "live"):
+            result = self.world.panel("true", "--mode", mode, "--bind", "/no/such/folder", "/x")
+            results.append((result.returncode, result.stderr))
+        self.assertEqual(results[0], results[1])
+        self.assertIn(b"/no/such/folder", results[1][1])
+        self.assert_nothing_remains()
 
     def test_nothing_remains_after_a_signal(self):
         for number in (signal.SIGTERM, signal.SIGHUP, signal.SIGINT):
@@ -418,6 +432,26 @@ class Remains(PlantTest):
             os.kill(server, signal.SIGKILL)
         output, _ = panel.communicate(b"\n", timeout=20)
         self.assertEqual(re.findall(rb"dhcp . (\w+)", output), [b"ended"] * 2 + [b"on"] * 2)
+
+
+class ShownPanel(unittest.TestCase):
+    """The panel that people start."""
+
+    def setUp(self):
+        self.panel = Panel(BUILD)
+        self.addCleanup(self.panel.clean)
+        self.panel.start()
+
+    def test_plant_is_changed_from_outside(self):
+        self.assertEqual(self.panel.plant("outside down"), "")
+        self.assertIn("outside down", self.panel.plant("status").splitlines())
+        with self.assertRaisesRegex(ValueError, "is no verb"):
+            self.panel.plant("outside away")
+
+    def test_nothing_remains_after_its_script_is_killed(self):
+        self.panel.crash()
+        wait_for(lambda: not self.panel.remains(), "the scratch folder to be emptied")
+        wait_for(lambda: not processes_with(self.panel.folder), "the processes to end")
 
 
 class Neighbours(PlantTest):
