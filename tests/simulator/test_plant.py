@@ -482,8 +482,8 @@ class Neighbours(PlantTest):
         if not self.can_read_all(nobody):
             self.skipTest("nobody but root can read the sources or the build")
         command = ["setpriv", "--reuid", str(nobody), "--regid", str(nobody), "--clear-groups",
-                   *self.world.command(SHORT_WAYS + "udhcpc -i eth1 -q 2>/dev/null; address 1;" + PING,
-                                       *LIVE)]
+                   *self.world.command(
+                       SHORT_WAYS + "udhcpc -i eth1 -q 2>/dev/null; address 1;" + PING, *LIVE)]
         result = subprocess.run(command, env=self.world.environment(), capture_output=True,
                                 timeout=60, check=False)
         self.assertEqual(result.returncode, 0, result.stderr)
