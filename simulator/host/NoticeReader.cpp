@@ -1,14 +1,27 @@
 #include "simulator/host/NoticeReader.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QStringList>
 #include <QtEndian>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+/// As the kernel tells it in whole hundredths: the panel's own clock may be set at any time.
+QByteArray secondsSinceStart()
+{
+    QFile uptime(QStringLiteral("/proc/uptime"));
+    return uptime.open(QIODevice::ReadOnly) ? uptime.readAll().split(' ').first() : "0";
+}
+
+} // namespace
+
 NoticeReader::NoticeReader(const QString& path, int words, QObject* parent)
-    : QObject(parent), m_words(words), m_descriptor(-1)
+    : QObject(parent), m_name(QFileInfo(path).fileName()), m_words(words), m_descriptor(-1)
 {
     const QByteArray name = QFile::encodeName(path);
     mkfifo(name.constData(), 0777); // may be there already
@@ -44,6 +57,20 @@ void NoticeReader::readAll()
             words << qFromLittleEndian<quint32>(m_pending.constData() + at);
         }
         m_pending.remove(0, size);
+        writeDown(words);
         emit notice(words);
     }
+}
+
+void NoticeReader::writeDown(const QList<quint32>& words) const
+{
+    QFile log(QStringLiteral("/panel/log/notices"));
+    if (!log.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+        return;
+    }
+    QByteArray line = secondsSinceStart() + ' ' + m_name.toUtf8();
+    for (const quint32 word : words) {
+        line += ' ' + QByteArray::number(word);
+    }
+    log.write(line + '\n'); // at once, both pipes write here
 }

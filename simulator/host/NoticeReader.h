@@ -5,6 +5,9 @@
 #include <QString>
 
 /// The runtime's end of a notice pipe: messages of a fixed number of 32-bit little-endian words.
+/// A pipe has one reader, so whoever else wants to know finds every message as a line of
+/// /panel/log/notices: when it came, in seconds since the machine started, the name of the pipe,
+/// and the words in decimal.
 class NoticeReader : public QObject
 {
     Q_OBJECT
@@ -19,7 +22,9 @@ signals:
 
 private:
     void readAll();
+    void writeDown(const QList<quint32>& words) const;
 
+    QString m_name; ///< The pipe's, without its folder.
     int m_words;
     int m_descriptor;
     QByteArray m_pending; ///< The start of a message whose rest has not arrived.
