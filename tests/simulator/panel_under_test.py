@@ -64,6 +64,15 @@ class Panel:
             raise ValueError(f"plant {verb}: {text}")
         return text
 
+    def inspector(self):
+        """The address of its inspector; None while there is none."""
+        address = self.run_folder().parent / "inspector"
+        return address.read_text().strip() if address.exists() else None
+
+    def run_folder(self):
+        """Its /panel as seen from outside."""
+        return self._run_folder() / "panel"
+
     def running(self):
         return self._process.poll() is None
 

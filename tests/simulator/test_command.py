@@ -204,11 +204,11 @@ class Packages(Machine):
         self.assertEqual(self.calls()[3], "noninteractive")
 
     def test_each_command_wants_its_own_packages(self):
-        self.without_package("clang-tidy", "novnc")
+        self.without_package("clang-tidy", "tigervnc-viewer")
         self.succeed("test")
         self.assertFalse(any(call.startswith("apt-get") for call in self.calls()))
         self.succeed("run")
-        self.assertIn("apt-get install -q -y --no-install-recommends novnc", self.calls())
+        self.assertIn("apt-get install -q -y --no-install-recommends tigervnc-viewer", self.calls())
         self.succeed("lint")
         self.assertIn("apt-get install -q -y --no-install-recommends clang-tidy", self.calls())
 

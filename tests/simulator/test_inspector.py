@@ -1,0 +1,279 @@
+"""The inspector beside a running panel: it tells what the panel does, and only looks."""
+
+import http.client
+import json
+import os
+import pathlib
+import sys
+import time
+import unittest
+import urllib.error
+import urllib.request
+
+from panel_under_test import Panel
+from vnc_operator import wait_for
+
+BUILD = sys.argv.pop(1)
+
+
+def processes_mentioning(text):
+    """The command lines of all processes that name it."""
+    found = []
+    for name in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            line = pathlib.Path("/proc", name, "cmdline").read_bytes().replace(b"\0", b" ").decode()
+        except OSError:
+            continue
+        if text in line and int(name) != os.getpid():
+            found.append(line)
+    return found
+
+
+def footprint(folder):
+    """What reading may not change of a folder's files: content, and all times."""
+    prints = {}
+    for path in sorted(folder.rglob("*")):
+        status = path.lstat()
+        prints[str(path)] = (status.st_size, status.st_mode, status.st_mtime_ns,
+                             status.st_ctime_ns, status.st_atime_ns if path.is_file() else None)
+    return prints
+
+
+class Inspector(unittest.TestCase):
+    def setUp(self):
+        self.panel = Panel(BUILD, "--inspect")
+        self.addCleanup(self.panel.clean)
+
+    def start(self, *options):
+        """Boots the panel with its inspector and opens the settings."""
+        operator = self.panel.start(*options)
+        self.addCleanup(operator.close)
+        wait_for(lambda: self.panel.inspector(), "the inspector's address")
+        self.address = self.panel.inspector()
+        wait_for(lambda: self.events("start"), "the inspector to see the panel")
+        return operator
+
+    def open_settings(self, operator):
+        operator.press_widget(name="open")
+        operator.find(name="generalSettingsListWidget")
+        wait_for(lambda: self.events("notice"), "the notice of the language")
+
+    def get(self, path):
+        with urllib.request.urlopen(self.address + path, timeout=30) as answer:
+            return json.load(answer)
+
+    def snapshot(self):
+        return self.get("snapshot.json")
+
+    def events(self, kind):
+        return [event for event in self.snapshot()["events"] if event["kind"] == kind]
+
+    def register(self, number):
+        return next(row for row in self.snapshot()["registers"] if row["id"] == number)
+
+    def status(self, path, **headers):
+        """The status of a request that is sent as it is."""
+        host, port = self.address.split("/")[2].split(":")
+        connection = http.client.HTTPConnection(host, int(port), timeout=30)
+        self.addCleanup(connection.close)
+        connection.putrequest("GET", path, skip_host="Host" in headers)
+        for name, value in headers.items():
+            connection.putheader(name, value)
+        connection.endheaders()
+        return connection.getresponse().status
+
+    def enter_brightness(self, operator, digit):
+        operator.press_widget(name="brightnessLineEdit")
+        operator.press_widget(name=f"pushButton{digit}")
+        operator.press_widget(name="pushButtonEnter")
+
+    def test_commands_come_in_their_order_with_the_time_they_were_run(self):
+        before = time.time()
+        operator = self.start()
+        self.open_settings(operator)
+        self.enter_brightness(operator, 5)
+        wait_for(lambda: self.panel.brightness() == 92, "the level in the image")
+        wait_for(lambda: any("writeee" in event["text"] for event in self.events("command")),
+                 "the write to be seen")
+        commands = self.events("command")
+        logged = (self.panel.run_folder() / "log" / "commands").read_text().splitlines()
+        self.assertEqual([event["text"] for event in commands], logged[:len(commands)])
+        times = [event["time"] for event in commands]
+        self.assertEqual(times, sorted(times))
+        # The machine's clock, in which a hundredth of a second is the smallest step.
+        self.assertGreater(times[0], before)
+        self.assertLess(times[-1], time.time() + 0.02)
+        writes = [event for event in commands if "writeee" in event["text"]]
+        self.assertEqual({event["input"] for event in writes}, {1024})
+        self.assertIsNone(commands[0]["input"])
+
+    def test_changed_bytes_are_told_with_their_field(self):
+        operator = self.start()
+        self.open_settings(operator)
+        self.assertEqual(self.snapshot()["changed"], {})
+        self.enter_brightness(operator, 5)
+        wait_for(lambda: self.events("image"), "the changed bytes")
+        change = self.events("image")[0]
+        self.assertEqual((change["record"], change["field"], change["offsets"]),
+                         ("Flash_WR_1", "brightness", [29]))
+        self.assertEqual((change["before"], change["after"]), ("140", "92"))
+        seen = self.snapshot()
+        self.assertEqual(bytes.fromhex(seen["image"]), self.panel.image())
+        self.assertEqual(list(seen["changed"]), ["29"])
+
+    def test_registers_and_notices_are_told_with_their_names(self):
+        operator = self.start()
+        self.open_settings(operator)
+        self.assertEqual(self.register(20)["text"], "Chinese")
+        operator.press_widget(name="English")
+        wait_for(lambda: self.register(20)["text"] == "English", "the language to change")
+        change = self.events("register")[-1]
+        self.assertEqual((change["id"], change["name"], change["before"], change["after"]),
+                         (20, "language", "Chinese", "English"))
+        wait_for(lambda: len(self.events("notice")) == 2, "the second notice")
+        notice = self.events("notice")[-1]
+        self.assertEqual((notice["pipe"], notice["words"], notice["text"]),
+                         ("fifo_sysreg", [20], "register 20 language"))
+        # A bit among others, and one in the panel's own /tmp.
+        self.assertEqual(self.register(79)["text"], "on")
+        operator.press_widget(style="/switch_on.png")
+        wait_for(lambda: self.register(79)["text"] == "off", "the buzzer to be off")
+        self.assertEqual(self.register(86)["text"], "off")
+        self.assertEqual(self.register(60)["hex"], "00 " * 7 + "00")
+
+    def test_the_runtime_hears_every_notice_as_without_an_inspector(self):
+        operator = self.start()
+        self.open_settings(operator)
+        operator.press_widget(style="close.png", window="Settings")
+        wait_for(lambda: [86] in [event["words"] for event in self.events("notice")],
+                 "the notice of the close button")
+        heard = self.panel.stop()
+        self.assertEqual(heard.count("notice: register 20\n"), 1)
+        self.assertEqual(heard.count("notice: register 86\n"), 1)
+
+    def test_looking_changes_no_file(self):
+        operator = self.start()
+        self.open_settings(operator)
+        wait_for(lambda: self.snapshot()["last"] > 0, "events")
+        operator.press_widget(style="close.png", window="Settings")
+        wait_for(lambda: [86] in [event["words"] for event in self.events("notice")],
+                 "the settings to close")
+        # Nobody presses: whatever changed now, the inspector did. It looks ten times a second.
+        folders = [self.panel.state, self.panel.run_folder() / "log",
+                   self.panel.run_folder() / "etc"]
+        before = [footprint(folder) for folder in folders]
+        for _ in range(20):
+            self.snapshot()
+            time.sleep(0.1)
+        self.assertEqual([footprint(folder) for folder in folders], before)
+
+    def test_events_after_a_number_are_those_and_no_others(self):
+        operator = self.start()
+        self.open_settings(operator)
+        seen = self.snapshot()
+        middle = seen["events"][3]["number"]
+        later = self.get(f"events.json?since={middle}")
+        self.assertFalse(later["reset"])
+        self.assertEqual(later["events"][:len(seen["events"]) - 4], seen["events"][4:])
+        # Somebody who waits for the next one gets it when it comes.
+        last = self.snapshot()["last"]
+        operator.press_widget(name="generalPushButton")
+        news = self.get(f"events.json?since={last}")["events"]
+        self.assertEqual(news[0]["number"], last + 1)
+        self.assertIn("setbeep", news[0]["text"])
+        # Who remembers another inspector's numbers has to start anew.
+        self.assertTrue(self.get("events.json?since=999999")["reset"])
+
+    def test_two_browsers_see_the_same_at_once(self):
+        operator = self.start()
+        self.open_settings(operator)
+        last = self.snapshot()["last"]
+        host = self.address.split("/")[2]
+        waiting = [http.client.HTTPConnection(host, timeout=30) for _ in range(2)]
+        for browser in waiting:
+            self.addCleanup(browser.close)
+            browser.request("GET", f"/events.json?since={last}")
+        operator.press_widget(name="generalPushButton")
+        first = [json.load(browser.getresponse())["events"][0] for browser in waiting]
+        self.assertEqual(first[0], first[1])
+        self.assertEqual(first[0]["number"], last + 1)
+
+    def test_a_restart_of_the_panel_is_seen(self):
+        operator = self.start()
+        self.open_settings(operator)
+        operator.press_widget(name="restartPushButton")
+        wait_for(lambda: len(self.events("start")) == 2, "the panel to start again")
+        kinds = [(event["kind"], event["text"]) for event in self.snapshot()["events"]]
+        reboot = kinds.index(("command", "reboot"))
+        self.assertEqual(kinds[-1][0], "start")
+        self.assertGreater(len(kinds) - 1, reboot)
+        # And followed into its new life.
+        wait_for(lambda: self.register(60)["hex"] is not None, "the areas of the new panel")
+        self.open_settings(self.panel.look())
+        wait_for(lambda: self.snapshot()["events"][-1]["kind"] != "start", "what it does then")
+
+    def test_page_is_served_and_nothing_else_on_the_disk(self):
+        self.start()
+        with urllib.request.urlopen(self.address, timeout=30) as answer:
+            self.assertIn("<title>Inspector", answer.read().decode())
+            self.assertIn("frame-ancestors 'none'", answer.headers["Content-Security-Policy"])
+        for path in ("/../simulator/run", "/..%2f..%2fetc/passwd", "/etc/passwd", "//etc/passwd",
+                     "/inspect.html", "/state/image", "/web/"):
+            with self.subTest(path=path):
+                self.assertEqual(self.status(path), 404)
+        for query in ("", "?since=", "?since=-1", "?since=x", "?since=" + "9" * 40):
+            with self.subTest(query=query):
+                self.assertEqual(self.status("/events.json" + query), 400)
+
+    def test_requests_from_elsewhere_are_refused(self):
+        self.start()
+        own = self.address.split("/")[2]
+        self.assertEqual(self.status("/snapshot.json", Host=own), 200)
+        for host in ("panel.example.com", f"panel.example.com:{own.split(':')[1]}", "127.0.0.1",
+                     ""):
+            with self.subTest(host=host):
+                self.assertEqual(self.status("/snapshot.json", Host=host), 403)
+        self.assertEqual(self.status("/snapshot.json", Origin="http://www.example.com"), 403)
+        self.assertEqual(self.status("/snapshot.json", Origin="null"), 403)
+        with self.assertRaises(urllib.error.HTTPError) as refused:
+            urllib.request.urlopen(urllib.request.Request(self.address, data=b"x"), timeout=30)
+        self.assertEqual(refused.exception.code, 501)
+
+    def test_ends_with_the_panel_and_leaves_nothing(self):
+        self.start()
+        folder = str(self.panel.folder)
+        self.assertTrue(any("simulator/inspect" in line for line in processes_mentioning(folder)))
+        output = self.panel.stop()
+        self.assertIn(f"Its inspector is at {self.address}\n", output)
+        wait_for(lambda: not processes_mentioning(folder), "every process to end")
+        self.assertEqual(self.panel.remains(), [])
+        with self.assertRaises(OSError):
+            urllib.request.urlopen(self.address, timeout=30)
+
+    def test_ends_when_the_script_that_runs_the_panel_is_killed(self):
+        self.start()
+        self.panel.crash()
+        wait_for(lambda: not processes_mentioning(str(self.panel.folder)), "every process to end")
+        wait_for(lambda: not self.panel.remains(), "the scratch folder to go")
+
+    def test_page_beside_a_browser_panel_shows_its_screen(self):
+        self.start("--display", "browser")
+        with urllib.request.urlopen(self.address, timeout=30) as answer:
+            page = answer.read().decode()
+        screen = page.split('<body data-screen="')[1].split('"')[0]
+        with urllib.request.urlopen(screen, timeout=30) as answer:
+            self.assertIn("Simulated panel", answer.read().decode())
+
+
+class WithoutInspector(unittest.TestCase):
+    def test_nothing_listens_unless_asked_for(self):
+        panel = Panel(BUILD)
+        self.addCleanup(panel.clean)
+        panel.start().close()
+        self.assertIsNone(panel.inspector())
+        self.assertFalse([line for line in processes_mentioning(str(panel.folder))
+                          if "simulator/inspect" in line])
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
