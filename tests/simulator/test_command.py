@@ -117,7 +117,7 @@ class Words(Machine):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
             for word in ("run", "test", "shots", "lint", "--size", "--adapters", "--fresh",
-                         "--state"):
+                         "--state", "--inspect"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
 
@@ -152,6 +152,9 @@ class Run(Machine):
                               str(self.folder / "my device")),
             f"simulator-run --build {self.project}/build/release "
             f"--state {self.folder}/my device --size 800x480 --adapters 2 --fresh")
+
+    def test_asks_for_the_inspector(self):
+        self.assertTrue(self.started_with("--inspect").endswith(" --inspect"))
 
     def test_keeps_the_device_where_the_user_keeps_state(self):
         self.assertIn(f"--state {self.folder}/kept/panel-settings ",

@@ -4,6 +4,7 @@ import http.client
 import json
 import os
 import pathlib
+import signal
 import sys
 import time
 import unittest
@@ -17,25 +18,25 @@ BUILD = sys.argv.pop(1)
 
 
 def processes_mentioning(text):
-    """The command lines of all processes that name it."""
-    found = []
+    """The command lines of all processes that name it, by process id."""
+    found = {}
     for name in filter(str.isdigit, os.listdir("/proc")):
         try:
             line = pathlib.Path("/proc", name, "cmdline").read_bytes().replace(b"\0", b" ").decode()
         except OSError:
             continue
         if text in line and int(name) != os.getpid():
-            found.append(line)
+            found[int(name)] = line
     return found
 
 
-def footprint(folder):
-    """What reading may not change of a folder's files: content, and all times."""
+def footprint(files):
+    """What reading may not change of files: content, and all times."""
     prints = {}
-    for path in sorted(folder.rglob("*")):
+    for path in files:
         status = path.lstat()
-        prints[str(path)] = (status.st_size, status.st_mode, status.st_mtime_ns,
-                             status.st_ctime_ns, status.st_atime_ns if path.is_file() else None)
+        prints[str(path)] = (status.st_size, status.st_mtime_ns, status.st_ctime_ns,
+                             status.st_atime_ns)
     return prints
 
 
@@ -158,14 +159,20 @@ class Inspector(unittest.TestCase):
         operator.press_widget(style="close.png", window="Settings")
         wait_for(lambda: [86] in [event["words"] for event in self.events("notice")],
                  "the settings to close")
-        # Nobody presses: whatever changed now, the inspector did. It looks ten times a second.
-        folders = [self.panel.state, self.panel.run_folder() / "log",
-                   self.panel.run_folder() / "etc"]
-        before = [footprint(folder) for folder in folders]
+        # Nobody presses and no program of the panel reads these: whatever happens to them now, the
+        # inspector did. It looks ten times a second. A time of access so old is renewed by any
+        # reader that does not take care.
+        files = [self.panel.state / "state" / "image",
+                 *sorted((self.panel.state / "hmi_data").iterdir()),
+                 *(self.panel.run_folder() / "log" / name
+                   for name in ("commands", "times", "notices"))]
+        for path in files:
+            os.utime(path, ns=(0, path.stat().st_mtime_ns))
+        before = footprint(files)
         for _ in range(20):
             self.snapshot()
             time.sleep(0.1)
-        self.assertEqual([footprint(folder) for folder in folders], before)
+        self.assertEqual(footprint(files), before)
 
     def test_events_after_a_number_are_those_and_no_others(self):
         operator = self.start()
@@ -199,18 +206,37 @@ class Inspector(unittest.TestCase):
         self.assertEqual(first[0], first[1])
         self.assertEqual(first[0]["number"], last + 1)
 
+    def boot(self):
+        """When the panel as it runs now was up; None while there is none."""
+        try:
+            return (self.panel.run_folder() / "run" / "main").stat().st_mtime_ns
+        except FileNotFoundError:
+            return None
+
     def test_a_restart_of_the_panel_is_seen(self):
         operator = self.start()
         self.open_settings(operator)
-        operator.press_widget(name="restartPushButton")
-        wait_for(lambda: len(self.events("start")) == 2, "the panel to start again")
+        # Even an inspector that sees nothing meanwhile tells the last command of the old panel.
+        inspector = next(number for number, line in
+                         processes_mentioning(str(self.panel.folder)).items()
+                         if "simulator/inspect" in line)
+        first = self.boot()
+        os.kill(inspector, signal.SIGSTOP)
+        try:
+            operator.press_widget(name="restartPushButton")
+            wait_for(lambda: self.boot() not in (None, first), "a new panel")
+        finally:
+            os.kill(inspector, signal.SIGCONT)
+        wait_for(lambda: len(self.events("start")) == 2, "the inspector to see it")
         kinds = [(event["kind"], event["text"]) for event in self.snapshot()["events"]]
-        reboot = kinds.index(("command", "reboot"))
-        self.assertEqual(kinds[-1][0], "start")
-        self.assertGreater(len(kinds) - 1, reboot)
+        self.assertIn(("command", "reboot"), kinds)
+        self.assertLess(kinds.index(("command", "reboot")),
+                        kinds.index(("start", "the panel started"), 1))
         # And followed into its new life.
         wait_for(lambda: self.register(60)["hex"] is not None, "the areas of the new panel")
-        self.open_settings(self.panel.look())
+        operator = self.panel.look()
+        self.addCleanup(operator.close)
+        self.open_settings(operator)
         wait_for(lambda: self.snapshot()["events"][-1]["kind"] != "start", "what it does then")
 
     def test_page_is_served_and_nothing_else_on_the_disk(self):
@@ -243,7 +269,8 @@ class Inspector(unittest.TestCase):
     def test_ends_with_the_panel_and_leaves_nothing(self):
         self.start()
         folder = str(self.panel.folder)
-        self.assertTrue(any("simulator/inspect" in line for line in processes_mentioning(folder)))
+        running = processes_mentioning(folder).values()
+        self.assertTrue([line for line in running if "simulator/inspect" in line])
         output = self.panel.stop()
         self.assertIn(f"Its inspector is at {self.address}\n", output)
         wait_for(lambda: not processes_mentioning(folder), "every process to end")
@@ -272,7 +299,7 @@ class WithoutInspector(unittest.TestCase):
         self.addCleanup(panel.clean)
         panel.start().close()
         self.assertIsNone(panel.inspector())
-        self.assertFalse([line for line in processes_mentioning(str(panel.folder))
+        self.assertFalse([line for line in processes_mentioning(str(panel.folder)).values()
                           if "simulator/inspect" in line])
 
 
