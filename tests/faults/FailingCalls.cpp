@@ -1,0 +1,315 @@
+#include "tests/faults/FailingCalls.h"
+
+#include <QHash>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <initializer_list>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// How a call ends: with an error of the system, or as one of these.
+constexpr int asAlways = -1;
+constexpr int tooShort = 0;
+
+/// Only the thread of the function under test is meant.
+thread_local bool watching = false;
+bool happened = false;
+
+// Made at first use: the libraries open files before the objects of this file exist.
+
+FailingCalls::Fault& wanted()
+{
+    static FailingCalls::Fault fault;
+    return fault;
+}
+
+QList<FailingCalls::Fault>& possible()
+{
+    static QList<FailingCalls::Fault> faults;
+    return faults;
+}
+
+QHash<QByteArray, int>& counts()
+{
+    static QHash<QByteArray, int> perCall;
+    return perCall;
+}
+
+QByteArray nameOf(int way)
+{
+    return way == tooShort ? QByteArray("short") : QByteArray(strerrorname_np(way));
+}
+
+/// Writes a call down with the ways in which it can end badly. The one that it shall take, with
+/// errno set, or asAlways.
+int endOf(const char* call, std::initializer_list<int> ways)
+{
+    if (!watching) {
+        return asAlways;
+    }
+    watching = false; // the calls of this function are no business of anybody
+    int end = asAlways;
+    const QByteArray occurrence = QByteArray(call) + ' ' + QByteArray::number(++counts()[call]);
+    for (const int way : ways) {
+        const FailingCalls::Fault fault = occurrence + ' ' + nameOf(way);
+        possible() << fault;
+        end = fault == wanted() ? way : end;
+    }
+    watching = true;
+    happened = happened || end != asAlways;
+    if (end > tooShort) {
+        errno = end;
+    }
+    return end;
+}
+
+bool fails(const char* call, int error)
+{
+    return endOf(call, {error}) != asAlways;
+}
+
+/// For calls that transfer: how many of @p size are left to the library, -1 when it fails.
+template <typename Size>
+long long allowed(const char* call, int error, Size size)
+{
+    const int end = endOf(call, {error, tooShort});
+    const auto all = static_cast<long long>(size);
+    return end == asAlways ? all : end == tooShort ? all / 2 : -1;
+}
+
+/// The C library's own.
+template <typename Function>
+Function* original(Function* /*ours*/, const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+} // namespace
+
+namespace FailingCalls {
+
+void start(const Fault& fault)
+{
+    wanted() = fault;
+    possible().clear();
+    counts().clear();
+    happened = false;
+    watching = true;
+}
+
+QList<Fault> stop()
+{
+    watching = false;
+    return possible();
+}
+
+bool hasHappened()
+{
+    return happened;
+}
+
+} // namespace FailingCalls
+
+#define ORIGINAL(name)                                                                             \
+    static const auto real = original(&(name), #name) // NOLINT(cppcoreguidelines-macro-usage)
+
+extern "C" {
+
+int open(const char* path, int flags, ...)
+{
+    ORIGINAL(open);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return fails("open", EMFILE) ? -1 : real(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    ORIGINAL(open64);
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return fails("open", EMFILE) ? -1 : real(path, flags, mode);
+}
+
+off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
+{
+    ORIGINAL(lseek64);
+    return fails("lseek", EINVAL) ? -1 : real(descriptor, offset, whence);
+}
+
+int lockf(int descriptor, int command, off_t length)
+{
+    ORIGINAL(lockf);
+    return endOf("lockf", {ENOLCK, EINTR}) != asAlways ? -1 : real(descriptor, command, length);
+}
+
+int fcntl(int descriptor, int command, ...)
+{
+    ORIGINAL(fcntl);
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*); // numbers come as well as pointers
+    va_end(arguments);
+    const int end = command == F_SETLKW ? endOf("fcntl", {ENOLCK, EINTR}) : endOf("fcntl", {EBADF});
+    return end != asAlways ? -1 : real(descriptor, command, argument);
+}
+
+ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    ORIGINAL(read);
+    const long long count = allowed("read", EIO, size);
+    return count < 0 ? -1 : real(descriptor, buffer, static_cast<size_t>(count));
+}
+
+ssize_t write(int descriptor, const void* buffer, size_t size)
+{
+    ORIGINAL(write);
+    const long long count = allowed("write", ENOSPC, size);
+    return count < 0 ? -1 : real(descriptor, buffer, static_cast<size_t>(count));
+}
+
+int close(int descriptor)
+{
+    ORIGINAL(close);
+    const bool failed = fails("close", EIO);
+    const int result = real(descriptor);
+    errno = failed ? EIO : errno;
+    return failed ? -1 : result;
+}
+
+int fdatasync(int descriptor)
+{
+    ORIGINAL(fdatasync);
+    return fails("fdatasync", EIO) ? -1 : real(descriptor);
+}
+
+int access(const char* path, int mode) noexcept
+{
+    ORIGINAL(access);
+    return fails("access", EACCES) ? -1 : real(path, mode);
+}
+
+int mkfifo(const char* path, mode_t mode) noexcept
+{
+    ORIGINAL(mkfifo);
+    return fails("mkfifo", EACCES) ? -1 : real(path, mode);
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept
+{
+    ORIGINAL(ioctl);
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return fails("ioctl", ENOTTY) ? -1 : real(descriptor, request, argument);
+}
+
+int ftruncate64(int descriptor, off64_t length) noexcept
+{
+    ORIGINAL(ftruncate64);
+    return fails("ftruncate", EIO) ? -1 : real(descriptor, length);
+}
+
+FILE* fopen(const char* path, const char* mode)
+{
+    ORIGINAL(fopen);
+    return fails("fopen", EMFILE) ? nullptr : real(path, mode);
+}
+
+FILE* fopen64(const char* path, const char* mode)
+{
+    ORIGINAL(fopen64);
+    return fails("fopen", EMFILE) ? nullptr : real(path, mode);
+}
+
+int fclose(FILE* stream)
+{
+    ORIGINAL(fclose);
+    const bool failed = fails("fclose", ENOSPC);
+    const int result = real(stream);
+    errno = failed ? ENOSPC : errno;
+    return failed ? EOF : result;
+}
+
+size_t fread(void* buffer, size_t size, size_t count, FILE* stream)
+{
+    ORIGINAL(fread);
+    const long long some = allowed("fread", EIO, count);
+    return some < 0 ? 0 : real(buffer, size, static_cast<size_t>(some), stream);
+}
+
+size_t fwrite(const void* buffer, size_t size, size_t count, FILE* stream)
+{
+    ORIGINAL(fwrite);
+    const long long some = allowed("fwrite", ENOSPC, count);
+    return some < 0 ? 0 : real(buffer, size, static_cast<size_t>(some), stream);
+}
+
+int fflush(FILE* stream)
+{
+    ORIGINAL(fflush);
+    return fails("fflush", EPIPE) ? EOF : real(stream);
+}
+
+char* fgets(char* buffer, int size, FILE* stream)
+{
+    ORIGINAL(fgets);
+    return fails("fgets", EIO) ? nullptr : real(buffer, size, stream);
+}
+
+int fseek(FILE* stream, long offset, int whence)
+{
+    ORIGINAL(fseek);
+    return fails("fseek", EINVAL) ? -1 : real(stream, offset, whence);
+}
+
+long ftell(FILE* stream)
+{
+    ORIGINAL(ftell);
+    return fails("ftell", EINVAL) ? -1 : real(stream);
+}
+
+void rewind(FILE* stream)
+{
+    ORIGINAL(rewind);
+    if (!fails("rewind", EINVAL)) { // it cannot say so
+        real(stream);
+    }
+}
+
+FILE* popen(const char* command, const char* mode)
+{
+    ORIGINAL(popen);
+    return fails("popen", EMFILE) ? nullptr : real(command, mode);
+}
+
+int pclose(FILE* pipe)
+{
+    ORIGINAL(pclose);
+    const bool failed = fails("pclose", ECHILD);
+    const int status = real(pipe);
+    errno = failed ? ECHILD : errno;
+    return failed ? -1 : status;
+}
+
+int system(const char* line)
+{
+    ORIGINAL(system);
+    return fails("system", EAGAIN) ? -1 : real(line);
+}
+
+} // extern "C"

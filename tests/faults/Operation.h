@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QList>
+
+#include <functional>
+
+/// Bits of a file that an operation may change, counted from the least significant of byte 0.
+struct OwnRange
+{
+    const char* file;
+    int firstBit;
+    int bits;
+};
+
+constexpr int bitsPerByte = 8;
+
+constexpr OwnRange bytesOf(const char* file, int first, int count)
+{
+    return {file, first * bitsPerByte, count * bitsPerByte};
+}
+
+constexpr OwnRange wholeFile(const char* file)
+{
+    return bytesOf(file, 0, 0x1000000);
+}
+
+/// What is documented to come of a fault; see FailingCalls for how faults are written.
+struct Outcome
+{
+    const char* fault;
+    int result;
+    /// What it prints to standard error, up to the system's own text. Empty: nothing at all.
+    const char* message = "";
+};
+
+/// An operation of a room, called as its users call it.
+struct Operation
+{
+    const char* name;
+    std::function<int()> run;
+    int result; ///< When nothing fails.
+    QList<OwnRange> own;
+    /// Every way in which each of its calls can fail, in the order of the calls.
+    QList<Outcome> outcomes;
+    /// Puts into place what this operation needs besides what every one finds.
+    std::function<void()> prepare = {};
+};
+
+/// A file of 64 bytes that every operation finds, and one that is not there.
+inline constexpr const char* plainFile = "/tmp/plain.dat";
+inline constexpr const char* newFile = "/tmp/new.dat";
+
+QList<Operation> fileOperations();
+QList<Operation> registerOperations();
+QList<Operation> deviceOperations();
