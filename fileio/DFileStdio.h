@@ -32,7 +32,9 @@ public:
     void unlock();
 
     /// Copies what lies behind the position into a new file @p dest. False when @p dest takes less
-    /// than it is given; a source that is not open gives an empty @p dest and true.
+    /// than it is given; a source that is not open gives an empty @p dest and true. Two failures
+    /// go unnoticed: a source that breaks off, and the stream's last bytes that @p dest refuses
+    /// when it is closed.
     bool copy2(const char* dest);
 
 private:

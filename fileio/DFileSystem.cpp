@@ -62,7 +62,12 @@ void* DFileSystem::ioDev() const
 
 int DFileSystem::lock(int whence, int offset, int len)
 {
-    if (!isOpen() || seek2(offset, whence) < 0) {
+    return seek2(offset, whence) < 0 ? -1 : lockHere(len);
+}
+
+int DFileSystem::lockHere(int len)
+{
+    if (!isOpen()) {
         return -1;
     }
     int result = 0;
@@ -74,10 +79,7 @@ int DFileSystem::lock(int whence, int offset, int len)
 
 int DFileSystem::unlock(int whence, int offset, int len)
 {
-    if (!isOpen() || seek2(offset, whence) < 0) {
-        return -1;
-    }
-    return lockf(m_descriptor, F_ULOCK, len);
+    return seek2(offset, whence) < 0 ? -1 : lockf(m_descriptor, F_ULOCK, len);
 }
 
 int DFileSystem::sync()

@@ -31,6 +31,9 @@ public:
     /// same. 0, or -1 when nothing is open or the move or the lock fails. Mind the order: @p whence
     /// comes first here, second in seek2().
     int lock(int whence, int offset, int len);
+    /// The same lock on the @p len bytes from the position on, for callers who have moved there and
+    /// must know that they did: lock() returns -1 for either failure.
+    int lockHere(int len);
     /// Moves to @p offset and frees the @p len bytes from there. Results as for lock().
     int unlock(int whence, int offset, int len);
     /// Brings the data to the medium. 0 when nothing is open, otherwise the result of fdatasync.

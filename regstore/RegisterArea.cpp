@@ -71,21 +71,34 @@ bool isOpen(const DFileSystem& file)
     return file.ioDev() != nullptr;
 }
 
-/// Holds the lock on a range of bytes; the position stands at its start.
+bool moveTo(DFileSystem& file, const ByteRange& range)
+{
+    return file.seek2(range.offset, SEEK_SET) == range.offset;
+}
+
+/// Moves to a range of bytes and holds the lock on it.
 class RangeLock
 {
 public:
-    RangeLock(DFileSystem& file, const ByteRange& range) : m_file(file), m_range(range)
+    RangeLock(DFileSystem& file, const ByteRange& range)
+        : m_file(file), m_range(range), m_isInPlace(moveTo(file, range))
     {
-        m_file.lock(SEEK_SET, m_range.offset, m_range.length);
+        if (m_isInPlace) {
+            m_file.lockHere(m_range.length);
+        }
     }
     ~RangeLock() { m_file.unlock(SEEK_SET, m_range.offset, m_range.length); }
     RangeLock(const RangeLock&) = delete;
     RangeLock& operator=(const RangeLock&) = delete;
 
+    /// Whether the position stands at the start of the range. Elsewhere lie other registers: no
+    /// transfer may be made then. Without the lock it may.
+    bool isInPlace() const { return m_isInPlace; }
+
 private:
     DFileSystem& m_file;
     const ByteRange m_range;
+    const bool m_isInPlace;
 };
 
 void shiftDown(unsigned char* bytes, int count, unsigned shift)
@@ -120,7 +133,7 @@ unsigned writeBytes(unsigned area, const ByteRange& range, const unsigned char* 
         return areaFailed;
     }
     const RangeLock lock(file, range);
-    return statusOf(file.write(buf, range.length) == range.length);
+    return statusOf(lock.isInPlace() && file.write(buf, range.length) == range.length);
 }
 
 unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsigned len,
@@ -135,12 +148,12 @@ unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsign
     }
     std::array<unsigned char, scratchBytes> scratch;
     const RangeLock lock(file, range);
-    if (file.read(scratch.data(), range.length) != range.length) {
+    if (!lock.isInPlace() || file.read(scratch.data(), range.length) != range.length) {
         return areaFailed;
     }
     copyBits(buf, len, scratch.data(), shift);
-    file.seek2(range.offset, SEEK_SET);
-    return statusOf(file.write(scratch.data(), range.length) == range.length);
+    return statusOf(moveTo(file, range) &&
+                    file.write(scratch.data(), range.length) == range.length);
 }
 
 } // namespace
@@ -160,7 +173,7 @@ unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* 
         return areaFailed;
     }
     const RangeLock lock(file, range);
-    if (file.read(buf, range.length) != range.length) {
+    if (!lock.isInPlace() || file.read(buf, range.length) != range.length) {
         return areaFailed;
     }
     if (isBitArea(area)) {

@@ -15,7 +15,7 @@
 enum AreaStatus : unsigned {
     areaDone = 0,
     areaNotNotified = 3, ///< Written, but the notice could not be sent.
-    areaFailed = 15      ///< A bad argument, no such file, or a short transfer.
+    areaFailed = 15      ///< A bad argument, no such file, a failed move or a short transfer.
 };
 
 /// Reads @p len bytes or bits from @p offset on. Bits arrive shifted down to bit 0 of @p buf and

@@ -25,7 +25,7 @@ const QStringList areaFiles = {
 
 const QList<Operation>& operations()
 {
-    static const QList<Operation> all = fileOperations();
+    static const QList<Operation> all = fileOperations() + registerOperations();
     return all;
 }
 
