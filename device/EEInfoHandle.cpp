@@ -1,7 +1,6 @@
 #include "device/EEInfoHandle.h"
 
 #include "device/ResolverFile.h"
-#include "device/ResolverText.h"
 #include "device/ShellLine.h"
 #include "fileio/SigPipeGuard.h"
 
@@ -87,7 +86,9 @@ int EEInfoHandle::writeRecord(const Record* rec, std::size_t offset)
     if (!rec) {
         return -1;
     }
-    readImage();
+    if (readImage() != 0) {
+        return -1; // the bytes of others would go back as old as the last read
+    }
     std::memcpy(image + offset, rec, sizeof *rec);
     return m_interface.writecmd("/root/plat-intf/writeee count=16", image, sizeof image);
 }
@@ -197,15 +198,21 @@ int EEInfoHandle::reboot()
 
 namespace {
 
+/// Null, with the message.
+std::unique_ptr<char[]> refuseLogo()
+{
+    std::printf("pic size is out of 6M");
+    std::fflush(stdout);
+    return nullptr;
+}
+
 /// The whole of a logo file, or nothing (with the message) when it is too large or unreadable.
 std::unique_ptr<char[]> loadLogo(const std::string& path, std::size_t& size)
 {
     const Stream file(std::fopen(path.c_str(), "rb"));
     const long length = file ? lengthOf(file.get()) : -1;
     if (length < 0 || length > largestLogoBytes) {
-        std::printf("pic size is out of 6M");
-        std::fflush(stdout);
-        return nullptr;
+        return refuseLogo();
     }
     size = static_cast<std::size_t>(length);
     if (size == 0) {
@@ -213,8 +220,8 @@ std::unique_ptr<char[]> loadLogo(const std::string& path, std::size_t& size)
     }
     auto content = std::make_unique<char[]>(size);
     std::rewind(file.get());
-    size = std::fread(content.get(), 1, size, file.get());
-    return content;
+    return std::fread(content.get(), 1, size, file.get()) == size ? std::move(content)
+                                                                  : refuseLogo();
 }
 
 /// Closes the pipe on every path, as closing may write too.
@@ -278,12 +285,9 @@ void EEInfoHandle::readLogo(const std::string& path)
 
 void EEInfoHandle::replaceDns(QFile& file, int n, int index, QString dns)
 {
-    QString text;
-    if (!ResolverFile::load(file, text)) {
-        return;
+    if (ResolverFile::replaceServer(file, n, index, dns)) {
+        ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
     }
-    ResolverFile::store(file, ResolverText::replaceServer(text, n, index, dns));
-    ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
 }
 
 void EEInfoHandle::setDNSToSys(int n, int index, QString dns)

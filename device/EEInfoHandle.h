@@ -29,7 +29,9 @@ public:
     void read_flash_wr2_info(EEInfoDetail::Flash_WR_2* rec);
 
     /// Reads the image, replaces the record's bytes and writes the image back; all other bytes go
-    /// back as they were read. Returns the result of the write, 0 or -1; -1 for a null record.
+    /// back as they were read. Returns the result of the write, 0 or -1; -1 for a null record, and
+    /// when the reading tool cannot be started: nothing is written then. An image that the tool
+    /// delivers in part is not noticed.
     int write_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec);
     int write_flash_wr2_info(EEInfoDetail::Flash_WR_2* rec);
 
@@ -67,7 +69,7 @@ public:
     /// with a real tool the file stays empty.
     void readLogo(const std::string& path);
     /// Hands a picture file of 1 byte to 6 MiB to the logo tool. Larger ones, and files that cannot
-    /// be read, give the message "pic size is out of 6M" and send nothing.
+    /// be read whole, give the message "pic size is out of 6M" and send nothing.
     void setLogo(const std::string& path);
 
     /// Rewrites the resolver file: server @p index (0 first, 1 backup) of adapter @p n becomes

@@ -15,7 +15,7 @@ public:
     int readcmd(const char* command, char* buf, int n);
 
     /// Runs @p command and writes @p n bytes of @p buf to its input. Returns 0, or -1 when the tool
-    /// cannot be started (with a message on standard error) or ends without taking a byte. Its exit
-    /// status is not looked at otherwise.
+    /// cannot be started (with a message on standard error), the pipe refuses a byte, or the tool
+    /// ends without taking one. Its exit status is not looked at otherwise.
     int writecmd(const char* command, char* buf, int n);
 };

@@ -1,5 +1,7 @@
 #include "device/ResolverFile.h"
 
+#include "device/ResolverText.h"
+
 #include <QFile>
 #include <QString>
 
@@ -10,7 +12,7 @@ bool load(QFile& file, QString& text)
     if (!file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return false;
     }
-    text = QString::fromUtf8(file.readAll());
+    text = QString::fromLatin1(file.readAll());
     file.close();
     return true;
 }
@@ -20,10 +22,17 @@ bool store(QFile& file, const QString& text)
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
         return false;
     }
-    const QByteArray bytes = text.toUtf8();
+    const QByteArray bytes = text.toLatin1();
     const bool written = file.write(bytes) == bytes.size();
     file.close();
     return written;
+}
+
+bool replaceServer(QFile& file, int adapter, int index, const QString& address)
+{
+    QString text;
+    return load(file, text) &&
+           store(file, ResolverText::replaceServer(text, adapter, index, address));
 }
 
 } // namespace ResolverFile

@@ -3,7 +3,8 @@
 class QFile;
 class QString;
 
-/// The resolver file on the device, UTF-8 text.
+/// The resolver file on the device. Its bytes are handled as Latin-1 characters, so that whatever
+/// somebody else wrote into it goes back as it was read.
 namespace ResolverFile {
 
 /// Reads the whole file. False, with @p text untouched, when it cannot be opened for reading and
@@ -13,5 +14,9 @@ bool load(QFile& file, QString& text);
 
 /// Replaces the content of the file. False when it cannot be opened or takes less than the whole.
 bool store(QFile& file, const QString& text);
+
+/// Sets server @p index of adapter @p adapter in the file; see ResolverText::replaceServer(). False
+/// when the file cannot be opened, which is then left alone, or takes less than the whole.
+bool replaceServer(QFile& file, int adapter, int index, const QString& address);
 
 } // namespace ResolverFile

@@ -23,6 +23,11 @@ int lineOf(const QStringList& lines, int adapter, int index)
 
 namespace ResolverText {
 
+bool hasServer(const QString& text, int adapter, int index)
+{
+    return lineOf(text.split(lineEnd), adapter, index) >= 0;
+}
+
 QString server(const QString& text, int adapter, int index)
 {
     const QStringList lines = text.split(lineEnd);

@@ -9,6 +9,9 @@
 /// further ones are ignored. All other lines are somebody else's and kept as they are.
 namespace ResolverText {
 
+/// Whether there is a line for server @p index (0 first, 1 backup) of adapter @p adapter.
+bool hasServer(const QString& text, int adapter, int index);
+
 /// Address of server @p index (0 first, 1 backup) of adapter @p adapter: the second word of its
 /// line, split at single blanks. Empty when there is no such line or the line has one word only.
 QString server(const QString& text, int adapter, int index);

@@ -1,16 +1,827 @@
 #include "network/NetworkSettings.h"
 
+#include "common/KeyBeep.h"
+#include "common/Latin1.h"
+#include "common/PanelFont.h"
 #include "common/Translation.h"
+#include "device/DeviceScreen.h"
+#include "device/EEInfoHandle.h"
+#include "device/ResolverFile.h"
+#include "device/ResolverText.h"
+#include "device/ShellLine.h"
+#include "dialogs/InputDialog.h"
+#include "network/AdapterPane.h"
+#include "network/DefaultRoutes.h"
+#include "network/DhcpClient.h"
+#include "network/DottedQuad.h"
+#include "network/PingTest.h"
+#include "regstore/SysReg.h"
 
-NetworkSettings::NetworkSettings(QWidget* parent) : QTableView(parent) {}
+#include <QEvent>
+#include <QFile>
+#include <QMessageBox>
+#include <QNetworkInterface>
+#include <QTabBar>
+#include <QVBoxLayout>
 
-void NetworkSettings::init(int /*fontId*/, EEInfoDetail::Flash_WR_1& /*record*/,
-                           EEInfoDetail::Flash_ROnly& /*hardware*/, QSettings* /*settings*/)
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr int pointSize = 13;
+constexpr int dhcpPollMs = 100;
+constexpr int highestOctet = 255;
+
+constexpr QLatin1String resolverPath = "/etc/resolv.conf"_l1;
+constexpr QLatin1String resolverBackupPath = "/etc/resolvbak.conf"_l1;
+constexpr QLatin1String unknownAddress = "0.0.0.0"_l1;
+
+constexpr QLatin1String boxStyle =
+    "QMessageBox{background-color:rgb(255, 255, 255);border:2px solid #000000;"
+    "border-radius:3px;}"_l1;
+/// "%1" is the height of a tab in pixels.
+constexpr QLatin1String tabStyle =
+    "QTabBar::tab{width:173px;height:%1px;background:rgb(210, 210, 210);"
+    "border-top-left-radius:8px;border-top-right-radius:8px;}"
+    "QTabBar::tab:selected{background:rgb(246, 246, 246);}"
+    "QTabWidget::pane{background:rgb(246, 246, 246);border:0px;}"_l1;
+
+constexpr NetworkSizes knownScreens[] = {
+    {800, 40, 300, 25, 25, 26},
+    {1024, 50, 400, 42, 45, 38},
+    {1280, 50, 400, 42, 45, 38},
+    {1920, 70, 500, 60, 45, 56},
+};
+constexpr NetworkSizes otherScreen = {0, 50, 300, 30, 45, 30};
+
+const NetworkSizes& sizesOfScreen(int width)
 {
+    const auto* known =
+        std::find_if(std::begin(knownScreens), std::end(knownScreens),
+                     [width](const NetworkSizes& sizes) { return sizes.screenWidth == width; });
+    return known == std::end(knownScreens) ? otherScreen : *known;
+}
+
+QString enableKey(int adapter)
+{
+    return QString::fromLatin1("Network%1/enable").arg(adapter);
+}
+
+} // namespace
+
+NetworkSettings::NetworkSettings(QWidget* parent)
+    : QTableView(parent), m_panes{}, m_defaultGateway(DottedQuad::zero()), m_record{}, m_hardware{}
+{
+    for (AdapterPane*& pane : m_panes) {
+        pane = new AdapterPane(this);
+        pane->hide();
+        QList<QWidget*> watched = {&pane->disableSwitch(), &pane->defaultButton(),
+                                   &pane->testButton()};
+        for (QLineEdit* field : pane->fields()) {
+            watched << field;
+        }
+        for (QWidget* widget : qAsConst(watched)) {
+            widget->installEventFilter(this);
+        }
+    }
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(&m_tabs);
+    SysReg_LoadReg(DefaultRoutes::preferenceRegister);
+}
+
+// Construction.
+
+void NetworkSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record,
+                           EEInfoDetail::Flash_ROnly& hardware, QSettings* settings)
+{
+    m_fontId = fontId;
+    m_record = record;
+    m_hardware = hardware;
+    m_settings = settings;
+    buildTabs();
+    for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
+        restoreSwitch(networkIndexType(adapter));
+    }
+    // Of both adapters: the routes are built from the fields, also of the one without a tab.
+    for (const networkIndexType adapter : {Eth0, Eth1}) {
+        fill(adapter);
+    }
+    updateDefaultGateway(Eth0);
+    updateDefaultGateway(Eth1);
+    connectSlots();
+}
+
+int NetworkSettings::supportEth2() const
+{
+    return EEInfoDetail::hasSecondAdapter(m_hardware) ? 1 : 0;
+}
+
+void NetworkSettings::buildTabs()
+{
+    const NetworkSizes& sizes = sizesOfScreen(deviceScreenWidth());
+    const QFont font = PanelFont::font(m_fontId, pointSize, QFont::Normal);
+    m_adapterCount = supportEth2() + 1;
+    m_tabs.clear();
+    m_tabs.setStyleSheet(QString(tabStyle).arg(sizes.tabHeight));
+    m_tabs.tabBar()->setFont(font);
+    m_tabs.tabBar()->setUsesScrollButtons(false);
+    for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
+        m_tabs.insertTab(adapter, m_panes.at(std::size_t(adapter)), adapterName(adapter));
+    }
+    for (AdapterPane* pane : m_panes) {
+        pane->setLook(font, sizes);
+    }
+    showTexts();
+}
+
+void NetworkSettings::restoreSwitch(networkIndexType adapter)
+{
+    const bool off = isSwitchedOff(adapter);
+    state(adapter).disabled = off;
+    pane(adapter).showDisabled(off);
+    if (off) {
+        disableNetworkConfig(adapter, 0);
+    } else {
+        enableNetworkConfig(adapter);
+    }
+}
+
+void NetworkSettings::fill(networkIndexType adapter)
+{
+    updateIPData(adapter);
+    updateMaskData(adapter);
+    updateGatewayData(adapter);
+    pane(adapter).macField().setText(getMacFromEE(adapter).join(QLatin1Char(':')));
+}
+
+void NetworkSettings::connectSlots()
+{
+    connect(&m_pingTimer, SIGNAL(timeout()), this, SLOT(ping_test()));
+    connect(&state(Eth0).dhcpPoll, SIGNAL(timeout()), this, SLOT(slotdhcp()));
+    connect(&state(Eth1).dhcpPoll, SIGNAL(timeout()), this, SLOT(slotdhcp1()));
+    for (AdapterPane* pane : m_panes) {
+        connect(&pane->disableSwitch(), SIGNAL(clicked()), this, SLOT(onDisableNetworkSwitched()));
+        connect(&pane->defaultButton(), SIGNAL(clicked()), this, SLOT(onSetDefaultGateway()));
+        connect(&pane->modeBox(), SIGNAL(currentIndexChanged(int)), this, SLOT(onSetCombobox(int)));
+        connect(&pane->defaultBox(), SIGNAL(currentIndexChanged(int)), this,
+                SLOT(onSetAdapterCombobox(int)));
+        connect(&pane->testButton(), SIGNAL(clicked()), this, SLOT(onSetTest()));
+    }
+    connect(&m_tabs, SIGNAL(tabBarClicked(int)), this, SLOT(onTabBarSwitched(int)));
+}
+
+void NetworkSettings::refresh()
+{
+    showTexts();
+    for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
+        const auto index = networkIndexType(adapter);
+        pane(index).modeBox().setCurrentIndex(isDynamic(index) ? 1 : 0);
+        const int preference = DefaultRoutes::storedPreference();
+        for (AdapterPane* pane : m_panes) {
+            pane->defaultBox().setCurrentIndex(preference);
+        }
+    }
 }
 
 void NetworkSettings::onChangeLanguage(Settings::Language language)
 {
     Translation::load(m_translator, language);
     Translation::install(m_translator);
+    refresh();
+}
+
+QString NetworkSettings::adapterName(int adapter) const
+{
+    return tr("wired network") + QString::number(adapter);
+}
+
+void NetworkSettings::showTexts()
+{
+    PaneTexts texts;
+    texts.disableNetwork = tr("Disable Network");
+    texts.defaultGatewayInfo = tr("Default gateway info");
+    texts.setting = tr("Setting:");
+    texts.staticIp = tr("Static IP");
+    texts.dynamicIp = tr("Dynamic IP");
+    texts.rows = QStringList{tr("IP Address:"), tr("Subnet Mask:"), tr("Gateway:"),
+                             tr("First DNS Server:"), tr("Backup DNS Server:")};
+    texts.setAsDefaultGateway = tr("Set as default gateway");
+    texts.outerNetState = tr("OuterNet State:");
+    texts.test = tr("test");
+    texts.macAddress = tr("MAC Address:");
+    texts.defaultAdapters << tr("Auto");
+    for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
+        texts.defaultAdapters << adapterName(adapter);
+        m_tabs.setTabText(adapter, adapterName(adapter));
+    }
+    for (const networkIndexType adapter : {Eth0, Eth1}) {
+        pane(adapter).setTexts(texts);
+        updateDefaultNetwork(adapter);
+        updateDefaultGateway(adapter);
+    }
+}
+
+// Entries.
+
+bool NetworkSettings::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress) {
+        const QPointer<NetworkSettings> page(this);
+        auto* edit = qobject_cast<QLineEdit*>(watched);
+        if (edit && edit->isEnabled()) {
+            doModal(edit);
+        } else if (qobject_cast<QPushButton*>(watched)) {
+            KeyBeep::soundIfOn(m_settings);
+        }
+        if (!page) {
+            return true; // the host has deleted the window while the keypad was open
+        }
+    }
+    return QTableView::eventFilter(watched, event);
+}
+
+void NetworkSettings::doModal(QLineEdit* edit)
+{
+    KeyBeep::soundIfOn(m_settings);
+    const QPointer<NetworkSettings> page(this);
+    const int result =
+        InputDialog::Instance(m_fontId, 0, highestOctet, edit->text().toInt(), m_settings, nullptr)
+            ->exec();
+    if (result < 1 || !page) {
+        return;
+    }
+    edit->setText(QString::number(result - 1));
+    updateSystemAndSaveToEE(networkIndexType(m_tabs.currentIndex()), edit);
+}
+
+bool NetworkSettings::isAdapter(networkIndexType adapter)
+{
+    return adapter < adapterTable.size();
+}
+
+NetworkSettings::networkIndexType NetworkSettings::senderAdapter(const QObject& widgetOfEth0) const
+{
+    return sender() == &widgetOfEth0 ? Eth0 : Eth1;
+}
+
+bool NetworkSettings::isConfigIp(networkIndexType adapter, QLineEdit* edit) const
+{
+    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Ip).contains(edit);
+}
+
+bool NetworkSettings::isConfigMask(networkIndexType adapter, QLineEdit* edit) const
+{
+    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Mask).contains(edit);
+}
+
+bool NetworkSettings::isConfigGateway(networkIndexType adapter, QLineEdit* edit) const
+{
+    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Gateway).contains(edit);
+}
+
+bool NetworkSettings::isConfigFirstDns(networkIndexType adapter, QLineEdit* edit) const
+{
+    return isAdapter(adapter) && pane(adapter).row(AdapterPane::FirstDns).contains(edit);
+}
+
+bool NetworkSettings::isConfigBackupDns(networkIndexType adapter, QLineEdit* edit) const
+{
+    return isAdapter(adapter) && pane(adapter).row(AdapterPane::BackupDns).contains(edit);
+}
+
+void NetworkSettings::updateSystemAndSaveToEE(networkIndexType adapter, QLineEdit* edit)
+{
+    if (isConfigIp(adapter, edit)) {
+        const OctetRow& row = pane(adapter).row(AdapterPane::Ip);
+        setIP(adapter, row.text());
+        setIPToEE(adapter, row.value());
+    } else if (isConfigMask(adapter, edit)) {
+        const OctetRow& row = pane(adapter).row(AdapterPane::Mask);
+        setMask(adapter, row.text());
+        setMaskToEE(adapter, row.value());
+    } else if (isConfigGateway(adapter, edit)) {
+        setGateway(DefaultRoutes::preferenceOfRegister);
+        setGatewayToEE(adapter, pane(adapter).row(AdapterPane::Gateway).value());
+    } else if (isConfigFirstDns(adapter, edit)) {
+        setDNSToSys(adapter, FirstDns, pane(adapter).row(AdapterPane::FirstDns).text());
+    } else if (isConfigBackupDns(adapter, edit)) {
+        setDNSToSys(adapter, BackupDns, pane(adapter).row(AdapterPane::BackupDns).text());
+    }
+    updateDefaultGatewayFromReg();
+}
+
+// Addresses.
+
+void NetworkSettings::setIP(networkIndexType adapter, QString address)
+{
+    EEInfoHandle::instance()->setIP(int(adapter), address.toStdString());
+}
+
+void NetworkSettings::setMask(networkIndexType adapter, QString mask)
+{
+    EEInfoHandle::instance()->setMask(int(adapter), mask.toStdString());
+}
+
+void NetworkSettings::setIPToEE(networkIndexType adapter, unsigned int value)
+{
+    if (isAdapter(adapter)) {
+        store(adapterTable.at(adapter).ip, value);
+    }
+}
+
+void NetworkSettings::setMaskToEE(networkIndexType adapter, unsigned int value)
+{
+    if (isAdapter(adapter)) {
+        store(adapterTable.at(adapter).mask, value);
+    }
+}
+
+void NetworkSettings::setGatewayToEE(networkIndexType adapter, unsigned int value)
+{
+    if (isAdapter(adapter)) {
+        store(adapterTable.at(adapter).gateway, value);
+    }
+}
+
+void NetworkSettings::store(const StoredQuad& place, quint32 value)
+{
+    std::memcpy(reinterpret_cast<char*>(&m_record) + place.recordOffset, &value, sizeof value);
+    emit updateEEData(m_record, place.dataType);
+    // The register is longer than the value, and always written whole.
+    const quint32 mirror[2] = {value, 0};
+    SysReg_Write(place.registerId, mirror, sizeof value);
+}
+
+QStringList NetworkSettings::stored(const StoredQuad& place) const
+{
+    quint32 value = 0;
+    std::memcpy(&value, reinterpret_cast<const char*>(&m_record) + place.recordOffset,
+                sizeof value);
+    return DottedQuad::toOctets(value);
+}
+
+QStringList NetworkSettings::getIPFromEE(networkIndexType adapter)
+{
+    return isAdapter(adapter) ? state(adapter).ip = stored(adapterTable.at(adapter).ip)
+                              : QStringList();
+}
+
+QStringList NetworkSettings::getMaskFromEE(networkIndexType adapter)
+{
+    return isAdapter(adapter) ? state(adapter).mask = stored(adapterTable.at(adapter).mask)
+                              : QStringList();
+}
+
+QStringList NetworkSettings::getGatewayFromEE(networkIndexType adapter)
+{
+    return isAdapter(adapter) ? state(adapter).gateway = stored(adapterTable.at(adapter).gateway)
+                              : QStringList();
+}
+
+QStringList NetworkSettings::getMacFromEE(networkIndexType adapter)
+{
+    constexpr int macBytes = 6;
+    if (!isAdapter(adapter)) {
+        return {};
+    }
+    const char* mac = reinterpret_cast<const char*>(&m_record) + adapterTable.at(adapter).macOffset;
+    QStringList& texts = state(adapter).mac;
+    texts.clear();
+    for (int at = 0; at < macBytes; ++at) {
+        texts << QString::fromLatin1("%1").arg(quint8(mac[at]), 2, 16, QLatin1Char('0'));
+    }
+    return texts;
+}
+
+void NetworkSettings::updateIPData(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).row(AdapterPane::Ip).setOctets(getIPFromEE(adapter));
+    }
+}
+
+void NetworkSettings::updateMaskData(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).row(AdapterPane::Mask).setOctets(getMaskFromEE(adapter));
+    }
+}
+
+void NetworkSettings::updateGatewayData(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).row(AdapterPane::Gateway).setOctets(getGatewayFromEE(adapter));
+    }
+}
+
+QStringList NetworkSettings::getipAddress(QString interfaceName) const
+{
+    const QNetworkInterface interface = QNetworkInterface::interfaceFromName(interfaceName);
+    const auto ready = QNetworkInterface::IsUp | QNetworkInterface::IsRunning;
+    if ((interface.flags() & ready) != ready) {
+        return {};
+    }
+    const QList<QNetworkAddressEntry> entries = interface.addressEntries();
+    for (const QNetworkAddressEntry& entry : entries) {
+        if (entry.ip().protocol() == QAbstractSocket::IPv4Protocol) {
+            return {entry.ip().toString(), entry.netmask().toString()};
+        }
+    }
+    return {};
+}
+
+bool NetworkSettings::isConflictIp(QString a1, QString a2, QString a3, QString a4, QString b1,
+                                   QString b2, QString b3, QString b4) const
+{
+    return a1 == b1 && a2 == b2 && a3 == b3 && a4 == b4;
+}
+
+void NetworkSettings::checkConflictIp(QLineEdit* edit, int value)
+{
+    const bool ofEth0 = isConfigIp(Eth0, edit);
+    if (!ofEth0 && !isConfigIp(Eth1, edit)) {
+        return;
+    }
+    const auto octets = [&](networkIndexType adapter) {
+        QStringList texts;
+        for (const QLineEdit* field : pane(adapter).row(AdapterPane::Ip).fields()) {
+            texts << (field == edit ? QString::number(value) : field->text());
+        }
+        return texts;
+    };
+    const QStringList a = octets(Eth0);
+    const QStringList b = octets(Eth1);
+    if (isConflictIp(a.at(0), a.at(1), a.at(2), a.at(3), b.at(0), b.at(1), b.at(2), b.at(3))) {
+        QMessageBox::information(nullptr, tr("Tips"),
+                                 ofEth0 ? tr("IP is conflict with eth1!")
+                                        : tr("IP is conflict with eth0!"),
+                                 QMessageBox::Ok);
+    }
+}
+
+// DHCP.
+
+void NetworkSettings::udhcpc(networkIndexType adapter)
+{
+    DhcpClient::start(int(adapter));
+}
+
+void NetworkSettings::killudhcpc(networkIndexType adapter)
+{
+    DhcpClient::stop(int(adapter));
+}
+
+bool NetworkSettings::isDynamic(networkIndexType adapter) const
+{
+    quint8 flag = 0;
+    SysReg_Read(adapterTable.at(adapter).dhcpRegister, &flag);
+    return (flag & 1U) != 0;
+}
+
+void NetworkSettings::startClient(networkIndexType adapter)
+{
+    udhcpc(adapter);
+    state(adapter).dhcpPoll.start(dhcpPollMs);
+}
+
+void NetworkSettings::onSetCombobox(int index)
+{
+    if (index < 0) {
+        return;
+    }
+    KeyBeep::soundIfOn(m_settings);
+    const networkIndexType adapter = senderAdapter(pane(Eth0).modeBox());
+    pane(adapter).modeBox().setCurrentIndex(index != 0 ? 1 : 0);
+    updateDHCPConfig(adapter, index != 0);
+}
+
+void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
+{
+    const bool switchedOff = isSwitchedOff(adapter);
+    for (const networkIndexType candidate : {Eth0, Eth1}) {
+        adapter = sender() == &pane(candidate).modeBox() ? candidate : adapter;
+    }
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    if (dynamic) {
+        disableNetwork(adapter);
+        // eth1 asks for an address even while it is switched off.
+        if (adapter == Eth1 || !switchedOff) {
+            startClient(adapter);
+        }
+    } else {
+        killudhcpc(adapter);
+        enableNetwork(adapter);
+        state(adapter).dhcpPoll.stop();
+    }
+    const quint8 mode = dynamic ? 1 : 0;
+    SysReg_WriteNotify(adapterTable.at(adapter).dhcpRegister, &mode, sizeof mode);
+}
+
+void NetworkSettings::slotdhcp()
+{
+    takeLease(Eth0);
+}
+
+void NetworkSettings::slotdhcp1()
+{
+    takeLease(Eth1);
+}
+
+void NetworkSettings::takeLease(networkIndexType adapter)
+{
+    const QStringList lease =
+        getipAddress(QString::fromLatin1(adapterTable.at(adapter).interfaceName));
+    if (lease.isEmpty()) {
+        return;
+    }
+    QStringList octets = DottedQuad::split(lease.at(0));
+    setIPToEE(adapter, DottedQuad::fromOctets(octets));
+    updateIPData(adapter);
+    setMaskToEE(adapter, DottedQuad::fromOctets(DottedQuad::split(lease.at(1))));
+    updateMaskData(adapter);
+    // The plant's rule: the gateway is the first host of the segment, whatever the lease says.
+    octets[DottedQuad::octetCount - 1] = QLatin1Char('1');
+    setGatewayToEE(adapter, DottedQuad::fromOctets(octets));
+    updateGatewayData(adapter);
+    updateDNSData(adapter, FirstDns);
+    updateDNSData(adapter, BackupDns);
+    updateDefaultGatewayFromReg();
+    state(adapter).dhcpPoll.stop();
+}
+
+// DNS servers.
+
+void NetworkSettings::getDns(QFile& file, networkIndexType adapter, dnsType type, QString& out)
+{
+    const QString text = QString::fromUtf8(file.readAll());
+    out = ResolverText::hasServer(text, int(adapter), int(type))
+              ? ResolverText::server(text, int(adapter), int(type))
+              : QString(unknownAddress);
+}
+
+void NetworkSettings::replaceDns(QFile& file, networkIndexType adapter, dnsType type,
+                                 QString address)
+{
+    ResolverFile::replaceServer(file, int(adapter), int(type), address);
+}
+
+QStringList NetworkSettings::getDNSFromSys(networkIndexType adapter, dnsType type)
+{
+    if (!isAdapter(adapter) || type > BackupDns) {
+        return {};
+    }
+    if (!QFile::exists(resolverBackupPath)) {
+        ShellLine::run("touch /etc/resolvbak.conf");
+    }
+    if (!QFile::exists(resolverPath)) {
+        ShellLine::run("cp /etc/resolvbak.conf /etc/resolv.conf");
+    }
+    return state(adapter).dns.at(type) = readServer(adapter, type);
+}
+
+QStringList NetworkSettings::readServer(networkIndexType adapter, dnsType type)
+{
+    QFile file(resolverPath);
+    QString address;
+    if (file.exists()) {
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+            return {};
+        }
+        getDns(file, adapter, type, address);
+    }
+    return DottedQuad::split(address.isEmpty() ? QString(unknownAddress) : address);
+}
+
+void NetworkSettings::setDNSToSys(networkIndexType adapter, dnsType type, QString address)
+{
+    QFile file(resolverPath);
+    replaceDns(file, adapter, type, address);
+}
+
+void NetworkSettings::updateDNSData(networkIndexType adapter, dnsType type)
+{
+    if (isAdapter(adapter) && type <= BackupDns) {
+        pane(adapter)
+            .row(type == FirstDns ? AdapterPane::FirstDns : AdapterPane::BackupDns)
+            .setOctets(getDNSFromSys(adapter, type));
+    }
+}
+
+// Default routes.
+
+void NetworkSettings::setGateway(int preference)
+{
+    DefaultRoutes::rebuild(preference, {pane(Eth0).row(AdapterPane::Gateway).text(),
+                                        pane(Eth1).row(AdapterPane::Gateway).text()});
+}
+
+void NetworkSettings::updateDefaultGatewayFromReg()
+{
+    setGateway(DefaultRoutes::preferenceOfRegister);
+}
+
+void NetworkSettings::onSetAdapterCombobox(int index)
+{
+    if (index < 0) {
+        return; // the register names an adapter that this panel does not have
+    }
+    if (sender() == &pane(Eth0).defaultBox()) {
+        KeyBeep::soundIfOn(m_settings);
+    }
+    for (AdapterPane* pane : m_panes) {
+        pane->defaultBox().setCurrentIndex(index);
+    }
+    setGateway(index);
+    const auto preference = quint8(index);
+    SysReg_WriteNotify(DefaultRoutes::preferenceRegister, &preference, sizeof preference);
+}
+
+void NetworkSettings::onSetDefaultGateway()
+{
+    const networkIndexType adapter = senderAdapter(pane(Eth0).defaultButton());
+    m_defaultGateway = pane(adapter).row(AdapterPane::Gateway).octets();
+    for (const networkIndexType shown : {Eth0, Eth1}) {
+        updateDefaultNetwork(shown);
+        updateDefaultGateway(shown);
+    }
+    updateDefaultGateway(adapter);
+    // The adapter's number, not the combo box's number plus one: the runtime knows both.
+    const quint32 preference = adapter;
+    SysReg_WriteNotify(DefaultRoutes::preferenceRegister, &preference, sizeof preference);
+    setGateway(DefaultRoutes::preferenceOfRegister);
+}
+
+void NetworkSettings::updateDefaultGateway(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).gatewayLabel().setText(tr("Gateway:") + DottedQuad::join(m_defaultGateway));
+    }
+}
+
+void NetworkSettings::updateDefaultNetwork(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).networkLabel().setText(tr("Network:"));
+    }
+}
+
+// Switching adapters off and on.
+
+bool NetworkSettings::isSwitchedOff(networkIndexType adapter) const
+{
+    const QString key = enableKey(int(adapter));
+    return m_settings && m_settings->contains(key) && !m_settings->value(key).toBool();
+}
+
+void NetworkSettings::noteSwitch(networkIndexType adapter, bool on)
+{
+    if (m_settings) {
+        m_settings->setValue(enableKey(int(adapter)), on);
+        m_settings->sync();
+    }
+    const quint8 off = on ? 0 : 1;
+    SysReg_Write(adapterTable.at(adapter).disabledRegister, &off, sizeof off);
+}
+
+void NetworkSettings::onDisableNetworkSwitched()
+{
+    const networkIndexType adapter = senderAdapter(pane(Eth0).disableSwitch());
+    bool& disabled = state(adapter).disabled;
+    disabled = !disabled;
+    pane(adapter).showDisabled(disabled);
+    if (disabled) {
+        disableNetworkConfig(adapter, 1);
+    } else {
+        enableNetworkConfig(adapter);
+    }
+}
+
+void NetworkSettings::disableNetworkConfig(networkIndexType adapter, int applies)
+{
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    state(adapter).dhcpPoll.stop();
+    disableNetwork(adapter);
+    pane(adapter).modeBox().setEnabled(false);
+    for (AdapterPane* pane : m_panes) {
+        pane->setDefaultOffered(int(adapter), false);
+    }
+    if (applies == 1) {
+        EEInfoHandle::instance()->disableNetwork(int(adapter));
+    }
+    noteSwitch(adapter, false);
+}
+
+void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
+{
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    const bool dynamic = isDynamic(adapter);
+    updateDNSData(adapter, FirstDns);
+    updateDNSData(adapter, BackupDns);
+    if (dynamic) {
+        udhcpc(adapter);
+        pane(adapter).modeBox().setCurrentIndex(1);
+        disableNetwork(adapter);
+        state(adapter).dhcpPoll.start(dhcpPollMs);
+    } else {
+        killudhcpc(adapter);
+        pane(adapter).modeBox().setCurrentIndex(0);
+        updateIPData(adapter);
+        updateMaskData(adapter);
+        updateGatewayData(adapter);
+        pane(adapter).setEditable(true);
+        enableNetwork(adapter);
+        setGateway(DefaultRoutes::preferenceOfRegister);
+    }
+    pane(adapter).modeBox().setEnabled(true);
+    for (AdapterPane* pane : m_panes) {
+        pane->setDefaultOffered(int(adapter), true);
+    }
+    noteSwitch(adapter, true);
+}
+
+void NetworkSettings::disableNetwork(networkIndexType adapter)
+{
+    if (isAdapter(adapter)) {
+        pane(adapter).blank();
+        pane(adapter).setEditable(false);
+    }
+}
+
+void NetworkSettings::enableNetwork(networkIndexType adapter)
+{
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    pane(adapter).setEditable(true);
+    updateIPData(adapter);
+    updateMaskData(adapter);
+    updateGatewayData(adapter);
+    updateDNSData(adapter, FirstDns);
+    updateDNSData(adapter, BackupDns);
+    const QStringList& ip = state(adapter).ip;
+    ShellLine::run("ifconfig eth%d %d.%d.%d.%d up\n", int(adapter), ip.value(0).toInt(),
+                   ip.value(1).toInt(), ip.value(2).toInt(), ip.value(3).toInt());
+}
+
+// Connectivity test.
+
+void NetworkSettings::onSetTest()
+{
+    KeyBeep::soundIfOn(m_settings);
+    PingTest::start();
+    ++m_pingRuns;
+    for (AdapterPane* pane : m_panes) {
+        pane->showLamp(AdapterPane::Lamp::Running);
+        pane->showTestButton(AdapterPane::PingState::Running);
+    }
+    m_pingTimer.start(PingTest::replyWaitMs);
+}
+
+void NetworkSettings::ping_test()
+{
+    if (m_pingBoxOpen) {
+        return; // the timer goes on under an open box; the next result waits until it is closed
+    }
+    const int run = m_pingRuns;
+    const bool success = PingTest::replyArrived();
+    for (AdapterPane* pane : m_panes) {
+        pane->showLamp(success ? AdapterPane::Lamp::Success : AdapterPane::Lamp::Idle);
+    }
+    const QPointer<NetworkSettings> page(this);
+    m_pingBoxOpen = true;
+    showPingResult(success);
+    if (!page) {
+        return;
+    }
+    m_pingBoxOpen = false;
+    if (run == m_pingRuns) { // no newer test was started under the box
+        m_pingTimer.stop();
+        for (AdapterPane* pane : m_panes) {
+            pane->showTestButton(AdapterPane::PingState::Idle);
+        }
+    }
+}
+
+void NetworkSettings::showPingResult(bool success)
+{
+    QMessageBox box(success ? QMessageBox::Information : QMessageBox::Critical,
+                    QString::fromUtf8("设备详细信息"), // in every language
+                    success ? tr("test successful") : tr("test failed"), QMessageBox::Ok, nullptr,
+                    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+    box.setStyleSheet(boxStyle);
+    box.setFont(PanelFont::font(m_fontId, pointSize, QFont::Normal));
+    box.exec();
+}
+
+void NetworkSettings::onTabBarSwitched(int /*index*/)
+{
+    KeyBeep::soundIfOn(m_settings);
 }

@@ -1,0 +1,265 @@
+#include "network/AdapterPane.h"
+
+#include "common/Latin1.h"
+#include "network/DottedQuad.h"
+
+#include <QFont>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QListView>
+#include <QPixmap>
+#include <QScrollBar>
+#include <QStandardItemModel>
+#include <QStyledItemDelegate>
+
+namespace {
+
+constexpr int lampSide = 30;     ///< Pixels.
+constexpr int switchWidth = 70;  ///< Pixels.
+constexpr int switchHeight = 30; ///< Pixels.
+
+/// Places in the grid: captions and contents of the left half, a gap, those of the right half.
+enum Column { LeftCaption, LeftContent, Gap, RightCaption, RightContent };
+
+constexpr QLatin1String contentStyle =
+    "QWidget#content{background-color:rgb(246,246,246);}"
+    "QFrame#octets{background-color:white;border:1px solid rgb(163,198,218);border-radius:6px;}"
+    "QFrame#octets:disabled{background-color:rgb(236,236,236);}"
+    "QGroupBox{border:1px solid rgb(163,198,218);border-radius:6px;margin-top:9px;padding-top:6px;}"
+    "QGroupBox::title{subcontrol-origin:margin;left:12px;padding:0px 4px;}"_l1;
+constexpr QLatin1String scrollBarStyle =
+    "QScrollBar:vertical{background:rgb(230,230,230);border:0px;width:28px;}"
+    "QScrollBar::handle:vertical{background:rgb(96,157,191);border-radius:10px;margin:2px 4px;"
+    "min-height:48px;}"
+    "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0px;}"
+    "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:none;}"_l1;
+constexpr QLatin1String choicesStyle = "QAbstractItemView::item{min-height:40px;}"_l1;
+constexpr QLatin1String macStyle =
+    "QLineEdit{border-width:0;border-style:outset;background:transparent;}"_l1;
+constexpr QLatin1String defaultButtonStyle =
+    "QPushButton#BlueButton{border-radius:8px;border:2px solid #008cba;color:black;"
+    "background-color:rgba(163, 198, 218, 200);}"
+    "QPushButton#BlueButton:pressed{background-color:#008cba;color:white;}"_l1;
+constexpr QLatin1String switchOffStyle = "border-image:url(:/Resources/switch_off.png);"_l1;
+constexpr QLatin1String switchOnStyle = "border-image:url(:/Resources/switch_on.png);"_l1;
+constexpr QLatin1String testIdleStyle =
+    "QPushButton#TestButton{border-radius:8px;margin:4px 2px;"
+    "background-color:rgba(163, 198, 218, 200);color:black;border:2px solid #008cba;}"
+    "QPushButton#TestButton:pressed{background-color:#008cba;color:white;}"_l1;
+constexpr QLatin1String testRunningStyle =
+    "QPushButton#TestButton{border-radius:8px;margin:4px 2px;"
+    "background-color:rgba(255,170,0,150);color:black;border:2px solid rgba(255,170,0,255);}"
+    "QPushButton#TestButton:pressed{background-color:rgba(255,170,0,255);color:white;}"_l1;
+
+QLatin1String lampPicture(AdapterPane::Lamp lamp)
+{
+    switch (lamp) {
+    case AdapterPane::Lamp::Success:
+        return ":/Resources/k.lamp0_01.png"_l1;
+    case AdapterPane::Lamp::Running:
+        return ":/Resources/k.lamp0_02.png"_l1;
+    case AdapterPane::Lamp::Idle:
+        break;
+    }
+    return ":/Resources/k.lamp0_00.png"_l1;
+}
+
+/// A list of choices that a finger can hit.
+QComboBox* makeChoice(QWidget* parent)
+{
+    auto* box = new QComboBox(parent);
+    box->setItemDelegate(new QStyledItemDelegate(box));
+    box->view()->setStyleSheet(choicesStyle);
+    box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    return box;
+}
+
+void setChoices(QComboBox* box, const QStringList& texts)
+{
+    for (int at = 0; at < texts.size(); ++at) {
+        if (at < box->count()) {
+            box->setItemText(at, texts.at(at));
+        } else {
+            box->addItem(texts.at(at));
+        }
+    }
+}
+
+} // namespace
+
+AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent), m_rows{}, m_rowCaptions{}
+{
+    auto* content = new QWidget(this);
+    content->setObjectName(QLatin1String("content"));
+    content->setStyleSheet(contentStyle);
+    auto* grid = new QGridLayout(content);
+    grid->setContentsMargins(16, 4, 16, 4);
+    grid->setVerticalSpacing(4);
+    grid->setColumnStretch(LeftContent, 1);
+    grid->setColumnMinimumWidth(Gap, 16);
+    grid->setColumnStretch(RightContent, 1);
+    buildLeft(grid);
+    buildRight(grid);
+
+    setWidget(content);
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    verticalScrollBar()->setStyleSheet(scrollBarStyle);
+}
+
+void AdapterPane::addRow(QGridLayout* grid, int row, int column, QLabel*& caption, QWidget* content)
+{
+    caption = new QLabel(widget());
+    grid->addWidget(caption, row, column);
+    // Fields share what room there is; a button keeps its size.
+    const bool fillsRow = qobject_cast<QFrame*>(content) || qobject_cast<QComboBox*>(content);
+    grid->addWidget(content, row, column + 1,
+                    fillsRow ? Qt::Alignment() : Qt::AlignLeft | Qt::AlignVCenter);
+}
+
+void AdapterPane::buildLeft(QGridLayout* grid)
+{
+    m_disableSwitch = new QPushButton(widget());
+    m_disableSwitch->setFixedSize(switchWidth, switchHeight);
+    addRow(grid, 0, LeftCaption, m_disableCaption, m_disableSwitch);
+
+    m_infoGroup = new QGroupBox(widget());
+    auto* info = new QHBoxLayout(m_infoGroup);
+    info->setContentsMargins(12, 2, 12, 4);
+    m_networkLabel = new QLabel(m_infoGroup);
+    m_gatewayLabel = new QLabel(m_infoGroup);
+    info->addWidget(m_networkLabel);
+    info->addWidget(m_gatewayLabel, 1);
+    grid->addWidget(m_infoGroup, 1, LeftCaption, 1, 2);
+
+    m_modeBox = makeChoice(widget());
+    addRow(grid, 2, LeftCaption, m_modeCaption, m_modeBox);
+    m_defaultBox = makeChoice(widget());
+    grid->addWidget(m_defaultBox, 3, LeftContent);
+
+    m_defaultButton = new QPushButton(widget());
+    m_defaultButton->setObjectName(QLatin1String("BlueButton"));
+    m_defaultButton->setStyleSheet(defaultButtonStyle);
+    grid->addWidget(m_defaultButton, 4, LeftCaption, 1, 2, Qt::AlignLeft | Qt::AlignVCenter);
+
+    addRow(grid, 5, LeftCaption, m_pingCaption, makePingRow());
+}
+
+QWidget* AdapterPane::makePingRow()
+{
+    auto* row = new QWidget(widget());
+    auto* layout = new QHBoxLayout(row);
+    layout->setContentsMargins(0, 0, 0, 0);
+    m_lamp = new QLabel(row);
+    m_lamp->setFixedSize(lampSide, lampSide);
+    m_testButton = new QPushButton(row);
+    m_testButton->setObjectName(QLatin1String("TestButton"));
+    layout->addWidget(m_lamp);
+    layout->addWidget(m_testButton);
+    showLamp(Lamp::Idle);
+    showTestButton(PingState::Idle);
+    return row;
+}
+
+void AdapterPane::buildRight(QGridLayout* grid)
+{
+    int place = 0;
+    for (OctetRow*& row : m_rows) {
+        row = new OctetRow(widget());
+        addRow(grid, place, RightCaption, m_rowCaptions.at(std::size_t(place)), row);
+        ++place;
+    }
+    m_macField = new QLineEdit(widget());
+    m_macField->setStyleSheet(macStyle);
+    m_macField->setReadOnly(true);
+    m_macField->setFocusPolicy(Qt::NoFocus);
+    m_macField->setContextMenuPolicy(Qt::NoContextMenu);
+    addRow(grid, place, RightCaption, m_macCaption, m_macField);
+}
+
+QList<QLineEdit*> AdapterPane::fields() const
+{
+    QList<QLineEdit*> all;
+    for (const OctetRow* row : m_rows) {
+        all.append(QList<QLineEdit*>(row->fields().begin(), row->fields().end()));
+    }
+    return all;
+}
+
+void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
+{
+    for (QWidget* child : widget()->findChildren<QWidget*>()) {
+        child->setFont(font);
+    }
+    for (OctetRow* row : m_rows) {
+        row->setFieldHeight(sizes.fieldHeight);
+    }
+    for (QComboBox* box : {m_modeBox, m_defaultBox}) {
+        box->setFixedHeight(sizes.comboBoxHeight);
+    }
+    m_defaultButton->setFixedSize(sizes.defaultButtonWidth, sizes.buttonHeight);
+    m_testButton->setFixedSize(testButtonWidth, sizes.buttonHeight);
+}
+
+void AdapterPane::setTexts(const PaneTexts& texts)
+{
+    m_disableCaption->setText(texts.disableNetwork);
+    m_infoGroup->setTitle(texts.defaultGatewayInfo);
+    m_modeCaption->setText(texts.setting);
+    setChoices(m_modeBox, {texts.staticIp, texts.dynamicIp});
+    setChoices(m_defaultBox, texts.defaultAdapters);
+    for (std::size_t row = 0; row < m_rowCaptions.size(); ++row) {
+        m_rowCaptions.at(row)->setText(texts.rows.value(int(row)));
+    }
+    m_defaultButton->setText(texts.setAsDefaultGateway);
+    m_pingCaption->setText(texts.outerNetState);
+    m_testButton->setText(texts.test);
+    m_macCaption->setText(texts.macAddress);
+}
+
+void AdapterPane::setEditable(bool editable)
+{
+    for (OctetRow* row : m_rows) {
+        row->setEnabled(editable);
+    }
+    m_macField->setEnabled(editable);
+}
+
+void AdapterPane::blank()
+{
+    for (OctetRow* row : m_rows) {
+        row->setOctets(DottedQuad::zero());
+    }
+}
+
+void AdapterPane::showDisabled(bool disabled)
+{
+    m_disableSwitch->setStyleSheet(disabled ? switchOnStyle : switchOffStyle);
+}
+
+void AdapterPane::showLamp(Lamp lamp)
+{
+    m_lamp->setPixmap(QPixmap(lampPicture(lamp)).scaled(lampSide, lampSide));
+}
+
+void AdapterPane::showTestButton(PingState state)
+{
+    m_testButton->setStyleSheet(state == PingState::Running ? testRunningStyle : testIdleStyle);
+}
+
+void AdapterPane::setDefaultOffered(int adapter, bool offered)
+{
+    const int row = adapter + 1;
+    auto* list = qobject_cast<QListView*>(m_defaultBox->view());
+    auto* model = qobject_cast<QStandardItemModel*>(m_defaultBox->model());
+    if (row >= m_defaultBox->count() || !list || !model) {
+        return;
+    }
+    list->setRowHidden(row, !offered);
+    // A hidden row could still be reached with keys or a wheel.
+    model->item(row)->setEnabled(offered);
+    if (!offered && m_defaultBox->currentIndex() == row) {
+        m_defaultBox->setCurrentIndex(0);
+    }
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "device/EEInfoDetail.h"
+#include "settings/Settings.h"
+
+#include <array>
+#include <cstddef>
+
+/// Where one IPv4 value of an adapter is kept besides its fields on the page.
+struct StoredQuad
+{
+    std::size_t recordOffset; ///< In Flash_WR_1: 4 bytes, first octet first.
+    unsigned registerId; ///< The system register that mirrors it: 8 bytes, the upper four zero.
+    Settings::FlashWR1DataType dataType; ///< What the window is to take over from the record.
+};
+
+/// What distinguishes one Ethernet adapter from the other.
+struct AdapterRow
+{
+    const char* interfaceName; ///< Of the kernel.
+    const char* pidFile;       ///< Written by the adapter's DHCP client.
+    std::size_t macOffset;     ///< In Flash_WR_1: 6 bytes in display order.
+    StoredQuad ip;
+    StoredQuad mask;
+    StoredQuad gateway;
+    unsigned disabledRegister; ///< 1 switched off, 0 on.
+    unsigned dhcpRegister;     ///< Bit 0: 1 dynamic, 0 static.
+};
+
+/// The adapters a panel can have. A panel with one has the first.
+inline constexpr std::array<AdapterRow, 2> adapterTable = {{
+    {"eth0",
+     "/var/run/udhcpc0.pid",
+     offsetof(EEInfoDetail::Flash_WR_1, eth0_mac),
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), 60, Settings::WR1_IP},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), 62, Settings::WR1_MASK},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_gateway), 63, Settings::WR1_GATEWAY},
+     66,
+     67},
+    {"eth1",
+     "/var/run/udhcpc1.pid",
+     offsetof(EEInfoDetail::Flash_WR_1, eth1_mac),
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), 69, Settings::WR1_IP},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), 71, Settings::WR1_MASK},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_gateway), 72, Settings::WR1_GATEWAY},
+     75,
+     76},
+}};

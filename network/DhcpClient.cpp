@@ -1,0 +1,62 @@
+#include "network/DhcpClient.h"
+
+#include "device/ShellLine.h"
+#include "network/AdapterTable.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+namespace {
+
+constexpr qint64 longestPidLine = 64; ///< Bytes; a pid file that starts with more is none.
+
+bool isAdapter(int adapter)
+{
+    return adapter >= 0 && adapter < int(adapterTable.size());
+}
+
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+} // namespace
+
+namespace DhcpClient {
+
+void start(int adapter)
+{
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    stop(adapter);
+    const AdapterRow& row = adapterTable.at(std::size_t(adapter));
+    ShellLine::run("udhcpc -i %s -t 100 -T 1 -A 1 -p %s&", row.interfaceName, row.pidFile);
+}
+
+void stop(int adapter)
+{
+    if (!isAdapter(adapter)) {
+        return;
+    }
+    QFile file(QString::fromLatin1(adapterTable.at(std::size_t(adapter)).pidFile));
+    if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
+        return;
+    }
+    const int pid = processId(file.readLine(longestPidLine));
+    if (pid > 0) {
+        ShellLine::run("kill %d", pid);
+    }
+}
+
+int processId(const QByteArray& pidFile)
+{
+    const QByteArray digits = pidFile.left(pidFile.indexOf('\n')).trimmed();
+    if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
+        return 0;
+    }
+    return digits.toInt(); // 0 when it is empty or too large
+}
+
+} // namespace DhcpClient

@@ -1,0 +1,27 @@
+#include "network/PingTest.h"
+
+#include "device/ShellLine.h"
+
+#include <QFile>
+
+namespace PingTest {
+
+void start()
+{
+    ShellLine::run("rm ping.txt");
+    ShellLine::run("killall ping");
+    ShellLine::run("ping www.example.com -W 3 -c 1 >> ping.txt&");
+}
+
+bool replyArrived()
+{
+    QFile file(QLatin1String("ping.txt"));
+    return file.open(QIODevice::ReadOnly) && hasReply(file.readAll());
+}
+
+bool hasReply(const QByteArray& output)
+{
+    return output.contains("ttl");
+}
+
+} // namespace PingTest
