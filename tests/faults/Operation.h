@@ -24,13 +24,17 @@ constexpr OwnRange wholeFile(const char* file)
     return bytesOf(file, 0, 0x1000000);
 }
 
+constexpr OwnRange nothing = {nullptr, 0, 0};
+
 /// What is documented to come of a fault; see FailingCalls for how faults are written.
 struct Outcome
 {
     const char* fault;
     int result;
-    /// What it prints to standard error, up to the system's own text. Empty: nothing at all.
+    /// What it prints, up to the system's own text. Empty: nothing at all.
     const char* message = "";
+    /// What it then changes besides its own, and is documented to.
+    OwnRange besides = nothing;
 };
 
 /// An operation of a room, called as its users call it.
@@ -44,6 +48,8 @@ struct Operation
     QList<Outcome> outcomes;
     /// Puts into place what this operation needs besides what every one finds.
     std::function<void()> prepare = {};
+    /// Tells what came of an operation that returns nothing.
+    std::function<int()> look = {};
 };
 
 /// A file of 64 bytes that every operation finds, and one that is not there.

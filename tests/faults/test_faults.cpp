@@ -3,6 +3,7 @@
 #include "tests/support/PanelWorld.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QMap>
 #include <QTest>
 
@@ -25,7 +26,8 @@ const QStringList areaFiles = {
 
 const QList<Operation>& operations()
 {
-    static const QList<Operation> all = fileOperations() + registerOperations();
+    static const QList<Operation> all =
+        fileOperations() + registerOperations() + deviceOperations();
     return all;
 }
 
@@ -152,15 +154,19 @@ struct Run
     QString foreignChange;
 };
 
-/// Sends the standard streams into files while it lives.
+/// Sends what is printed into a file while it lives.
 class Printed
 {
 public:
     Printed()
     {
         std::fflush(nullptr);
-        m_output = replace(STDOUT_FILENO, "/run/output");
-        m_errors = replace(STDERR_FILENO, "/run/errors");
+        m_output = dup(STDOUT_FILENO);
+        m_errors = dup(STDERR_FILENO);
+        const int file = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
+        dup2(file, STDOUT_FILENO);
+        dup2(file, STDERR_FILENO);
+        ::close(file);
     }
     ~Printed()
     {
@@ -169,21 +175,15 @@ public:
         restore(STDERR_FILENO, m_errors);
     }
     Q_DISABLE_COPY_MOVE(Printed)
-    static QByteArray errors()
+    static QByteArray text()
     {
         std::fflush(nullptr);
-        return PanelWorld::fileContent(QStringLiteral("/run/errors"));
+        return PanelWorld::fileContent(QLatin1String(path));
     }
 
 private:
-    static int replace(int stream, const char* path)
-    {
-        const int saved = dup(stream);
-        const int file = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
-        dup2(file, stream);
-        ::close(file);
-        return saved;
-    }
+    static constexpr const char* path = "/run/printed";
+
     static void restore(int stream, int saved)
     {
         dup2(saved, stream);
@@ -194,20 +194,22 @@ private:
     int m_errors;
 };
 
-Run runOnce(const Operation& operation, const FailingCalls::Fault& fault = {})
+Run runOnce(Operation operation, const Outcome& expected = {})
 {
+    operation.own << expected.besides;
     setUpWorld(operation);
     const Printed printed;
     Run run;
     const Files before = filesOfTheWorld();
     run.heldBefore = holdings();
-    FailingCalls::start(fault);
+    FailingCalls::start(expected.fault);
     run.result = operation.run();
     run.possible = FailingCalls::stop();
     run.faultHappened = FailingCalls::hasHappened();
+    run.result = operation.look ? operation.look() : run.result;
     run.heldAfter = holdings();
     run.foreignChange = foreignChange(operation, before, filesOfTheWorld());
-    run.messages = Printed::errors();
+    run.messages = Printed::text();
     return run;
 }
 
@@ -285,7 +287,7 @@ void TestFaults::fault_hasItsDocumentedResult_andLeavesNothing()
     QFETCH(int, operation);
     QFETCH(int, outcome);
     const Outcome expected = operations().at(operation).outcomes.at(outcome);
-    const Run run = runOnce(operations().at(operation), expected.fault);
+    const Run run = runOnce(operations().at(operation), expected);
     QVERIFY(run.faultHappened);
     QCOMPARE(run.result, expected.result);
     QCOMPARE(run.heldAfter, run.heldBefore);
