@@ -12,9 +12,11 @@ bool load(QFile& file, QString& text)
     if (!file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return false;
     }
-    text = QString::fromLatin1(file.readAll());
+    const QByteArray bytes = file.readAll();
+    const bool isWhole = file.error() == QFileDevice::NoError;
     file.close();
-    return true;
+    text = isWhole ? QString::fromLatin1(bytes) : text;
+    return isWhole;
 }
 
 bool store(QFile& file, const QString& text)
@@ -23,7 +25,7 @@ bool store(QFile& file, const QString& text)
         return false;
     }
     const QByteArray bytes = text.toLatin1();
-    const bool written = file.write(bytes) == bytes.size();
+    const bool written = file.write(bytes) == bytes.size() && file.flush();
     file.close();
     return written;
 }

@@ -305,9 +305,64 @@ QList<Operation> logoOperations()
     };
 }
 
+const QByteArray resolverText("# a comment\nnameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1");
+const QByteArray newText("# a comment\nnameserver 9.9.9.9 # eth0\nnameserver 2.2.2.2 # eth1");
+
+void prepareResolver()
+{
+    PanelWorld::writeFile(QLatin1String(resolverFile), resolverText);
+    PanelWorld::writeFile(QLatin1String(resolverBackup), "backup");
+}
+
+/// What the resolver file is like, and whether the backup file is a copy of it.
+enum ResolverState { broken, onlyBackupLeft, oldText, replaced, replacedAndBackedUp };
+
+int resolverState()
+{
+    const QByteArray text = PanelWorld::fileContent(QLatin1String(resolverFile));
+    const QByteArray backup = PanelWorld::fileContent(QLatin1String(resolverBackup));
+    if (text == newText) {
+        return backup == newText ? replacedAndBackedUp : replaced;
+    }
+    if (backup != "backup") {
+        return broken;
+    }
+    return text == resolverText ? oldText : onlyBackupLeft;
+}
+
+QList<Operation> resolverOperations()
+{
+    return {
+        // A file that takes nothing is not copied over its backup.
+        {"EEInfoHandle::setDNSToSys",
+         [] {
+             device().setDNSToSys(0, 0, QStringLiteral("9.9.9.9"));
+             return 0;
+         },
+         replacedAndBackedUp,
+         {wholeFile(resolverFile), wholeFile(resolverBackup)},
+         {{"open 1 EMFILE", oldText},
+          {"read 1 EIO", oldText},
+          {"read 1 short", replacedAndBackedUp},
+          {"read 2 EIO", replacedAndBackedUp}, // the text is there; it only looks for the end
+          {"read 2 short", replacedAndBackedUp},
+          {"close 1 EIO", replacedAndBackedUp},
+          {"open 2 EMFILE", oldText},
+          {"lseek 1 EINVAL", onlyBackupLeft, "QWARN"}, // Qt says it, whoever uses the file
+          {"write 1 ENOSPC", replaced},                // closing the file tries again
+
+          {"write 1 short", replacedAndBackedUp},
+          {"close 2 EIO", replacedAndBackedUp},
+          {"system 1 EAGAIN", replaced}},
+         prepareResolver,
+         resolverState},
+    };
+}
+
 } // namespace
 
 QList<Operation> deviceOperations()
 {
-    return channelOperations() + recordOperations() + controlOperations() + logoOperations();
+    return channelOperations() + recordOperations() + controlOperations() + logoOperations() +
+           resolverOperations();
 }
