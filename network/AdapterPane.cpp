@@ -24,7 +24,7 @@ enum Column { LeftCaption, LeftContent, Gap, RightCaption, RightContent };
 constexpr QLatin1String contentStyle =
     "QWidget#content{background-color:rgb(246,246,246);}"
     "QFrame#octets{background-color:white;border:1px solid rgb(163,198,218);border-radius:6px;}"
-    "QFrame#octets:disabled{background-color:rgb(236,236,236);}"
+    "QFrame#octets:disabled,QFrame#octets QLineEdit:disabled{background-color:rgb(236,236,236);}"
     "QGroupBox{border:1px solid rgb(163,198,218);border-radius:6px;margin-top:9px;padding-top:6px;}"
     "QGroupBox::title{subcontrol-origin:margin;left:12px;padding:0px 4px;}"_l1;
 constexpr QLatin1String scrollBarStyle =
@@ -93,13 +93,16 @@ AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent), m_rows{}, m_row
     content->setObjectName(QLatin1String("content"));
     content->setStyleSheet(contentStyle);
     auto* grid = new QGridLayout(content);
-    grid->setContentsMargins(16, 4, 16, 4);
-    grid->setVerticalSpacing(4);
+    grid->setContentsMargins(16, 2, 16, 2);
+    grid->setVerticalSpacing(2);
     grid->setColumnStretch(LeftContent, 1);
     grid->setColumnMinimumWidth(Gap, 16);
     grid->setColumnStretch(RightContent, 1);
     buildLeft(grid);
     buildRight(grid);
+    for (int row = 0; row < grid->rowCount(); ++row) {
+        grid->setRowStretch(row, 1);
+    }
 
     setWidget(content);
     setWidgetResizable(true);
@@ -125,8 +128,9 @@ void AdapterPane::buildLeft(QGridLayout* grid)
     addRow(grid, 0, LeftCaption, m_disableCaption, m_disableSwitch);
 
     m_infoGroup = new QGroupBox(widget());
+    m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* info = new QHBoxLayout(m_infoGroup);
-    info->setContentsMargins(12, 2, 12, 4);
+    info->setContentsMargins(12, 0, 12, 2);
     m_networkLabel = new QLabel(m_infoGroup);
     m_gatewayLabel = new QLabel(m_infoGroup);
     info->addWidget(m_networkLabel);

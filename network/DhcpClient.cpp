@@ -52,7 +52,7 @@ void stop(int adapter)
 
 int processId(const QByteArray& pidFile)
 {
-    const QByteArray digits = pidFile.left(pidFile.indexOf('\n')).trimmed();
+    const QByteArray digits = pidFile.split('\n').first().trimmed();
     if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
         return 0;
     }

@@ -30,6 +30,7 @@ QLineEdit* makeField(QWidget* parent)
 OctetRow::OctetRow(QWidget* parent) : QFrame(parent), m_fields{}
 {
     setObjectName(QLatin1String("octets"));
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(2, 2, 2, 2);
     layout->setSpacing(0);

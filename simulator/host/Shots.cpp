@@ -8,9 +8,11 @@
 #include "simulator/host/PanelHost.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QCommandLineParser>
 #include <QDialog>
 #include <QDir>
+#include <QEventLoop>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
@@ -18,6 +20,7 @@
 #include <QPluginLoader>
 #include <QPushButton>
 #include <QScreen>
+#include <QTabWidget>
 #include <QTimer>
 #include <QWindow>
 
@@ -58,7 +61,7 @@ public:
             takeModalOfButton(QStringLiteral("datetime"), QStringLiteral("setting_button.png"));
             takeOutOfRange();
             click(QStringLiteral("networkPushButton"));
-            take(QStringLiteral("network"), {m_dialog});
+            takeNetwork();
         }
     }
 
@@ -86,6 +89,45 @@ private:
         }
     }
 
+    /// Both tabs, static, dynamic and switched off; then the connectivity test.
+    void takeNetwork()
+    {
+        auto* tabs = m_dialog->findChild<QTabWidget*>();
+        for (int tab = 0; tab < tabs->count(); ++tab) {
+            tabs->setCurrentIndex(tab);
+            const QString name = QStringLiteral("network%1-%2").arg(tab);
+            auto* mode = tabs->widget(tab)->findChild<QComboBox*>(); // the first one
+            take(name.arg(QStringLiteral("static")), {m_dialog});
+            mode->setCurrentIndex(1);
+            take(name.arg(QStringLiteral("dynamic")), {m_dialog});
+            mode->setCurrentIndex(0);
+            auto* power = buttonWith(QStringLiteral("/switch_off.png"), tabs->widget(tab));
+            power->click();
+            take(name.arg(QStringLiteral("off")), {m_dialog});
+            power->click();
+        }
+        tabs->setCurrentIndex(0);
+        QTimer::singleShot(500, m_dialog, [this] { take(QStringLiteral("ping"), {m_dialog}); });
+        QEventLoop untilClosed;
+        QTimer::singleShot(3500, m_dialog, [this, &untilClosed] {
+            QWidget* box = QApplication::activeModalWidget();
+            take(QStringLiteral("pingresult"), {m_dialog, box});
+            box->close();
+            untilClosed.quit();
+        });
+        m_dialog->findChild<QPushButton*>(QStringLiteral("TestButton"))->click();
+        untilClosed.exec();
+    }
+
+    static QPushButton* buttonWith(const QString& picture, const QWidget* window)
+    {
+        const auto buttons = window->findChildren<QPushButton*>();
+        return *std::find_if(buttons.begin(), buttons.end(),
+                             [&picture](const QPushButton* candidate) {
+                                 return candidate->styleSheet().contains(picture);
+                             });
+    }
+
     /// Takes the picture of the modal dialog that opens next, and closes it.
     void takeNextModal(const QString& window)
     {
@@ -105,12 +147,7 @@ private:
     void takeModalOfButton(const QString& window, const QString& picture)
     {
         takeNextModal(window);
-        const auto buttons = m_dialog->findChildren<QPushButton*>();
-        const auto button =
-            std::find_if(buttons.begin(), buttons.end(), [&picture](const QPushButton* candidate) {
-                return candidate->styleSheet().contains(picture);
-            });
-        (*button)->click();
+        buttonWith(picture, m_dialog)->click();
     }
 
     /// The message box over the keypad.

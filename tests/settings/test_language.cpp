@@ -1,6 +1,7 @@
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
+#include "network/NetworkSettings.h"
 #include "settings/Settings.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
@@ -94,6 +95,7 @@ void TestLanguage::everyVisibleText_isAskedForAgain()
     QCoreApplication::installTranslator(&marker);
     dialog.refresh();
     dialog.findChild<GeneralSettings*>()->refresh();
+    dialog.findChild<NetworkSettings*>()->refresh();
     QCOMPARE(unmarkedTexts(&dialog), QStringList());
     dialog.findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
     QCOMPARE(unmarkedTexts(&dialog), QStringList());

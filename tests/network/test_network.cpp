@@ -1,0 +1,1160 @@
+#include "network/DefaultRoutes.h"
+#include "network/DhcpClient.h"
+#include "network/DottedQuad.h"
+#include "network/PingTest.h"
+#include "tests/network/NetworkPage.h"
+#include "tests/support/NoticeListener.h"
+
+#include <QFile>
+#include <QGroupBox>
+#include <QListView>
+#include <QMessageBox>
+#include <QTranslator>
+
+namespace {
+
+const QString beep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString resolver = QStringLiteral("/etc/resolv.conf");
+const QString backup = QStringLiteral("/etc/resolvbak.conf");
+const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
+const QString wordArea = QStringLiteral("/tmp/smw.dat");
+const QString bitArea = QStringLiteral("/hmi_data/sfb.dat");
+const QString byteArea = QStringLiteral("/hmi_data/sfw.dat");
+constexpr int preferenceByte = 180;
+constexpr int dhcpBit[2] = {20, 21};
+constexpr int disabledBit[2] = {13, 14};
+
+using Index = NetworkSettings::networkIndexType;
+
+QStringList routes(const QString& gateway0, int metric0, const QString& gateway1, int metric1)
+{
+    return {
+        QStringLiteral("route del default"), QStringLiteral("route del default"),
+        QStringLiteral("route add default gw %1 dev eth0 metric %2").arg(gateway0).arg(metric0),
+        QStringLiteral("route add default gw %1 dev eth1 metric %2").arg(gateway1).arg(metric1)};
+}
+
+QStringList usualRoutes()
+{
+    return routes(QStringLiteral("192.168.1.1"), 1, QStringLiteral("10.0.0.1"), 1);
+}
+
+QString line(const char* text)
+{
+    return QString::fromLatin1(text);
+}
+
+char storedPreference()
+{
+    return PanelWorld::fileContent(byteArea).at(preferenceByte);
+}
+
+/// Answers the message box that opens next.
+void answerNextBox(QStringList* seen)
+{
+    QTimer::singleShot(0, qApp, [seen] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        *seen << box->windowTitle() << box->text() << QString::number(box->icon())
+              << QString::number(box->buttons().size());
+        box->close();
+    });
+}
+
+} // namespace
+
+class TestNetwork : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void quad_threeShapes();
+    void pid_isTakenFromDigitsOnly_data();
+    void pid_isTakenFromDigitsOnly();
+    void pingOutput_withTtl_isAReply();
+    void adapterTable_isAsTheDeviceHasIt();
+
+    void tabs_oneForEachAdapter_data();
+    void tabs_oneForEachAdapter();
+    void sizes_followTheScreenWidth_data();
+    void sizes_followTheScreenWidth();
+    void start_static_runsInOrder();
+    void start_oneAdapter_touchesNoEth1();
+    void start_storedOff_changesNoInterface();
+    void start_dynamic_startsTheClient();
+    void start_fillsTheFields();
+    void start_writesNoRecord();
+
+    void entry_ip_appliesInOrder();
+    void entry_appliesEachValue_data();
+    void entry_appliesEachValue();
+    void entry_gateway_rebuildsTwiceAndRunsNoInterfaceTool();
+    void entry_dns_writesTheResolverFileOnly_data();
+    void entry_dns_writesTheResolverFileOnly();
+    void entry_ofTheOtherTab_onlyRebuildsRoutes();
+    void entry_cancelled_changesNothing();
+    void entry_aboveTheRange_isRefused();
+    void entry_disabledField_opensNoKeypad();
+    void entry_pageDeletedUnderTheKeypad_isSafe();
+    void otherIndices_doNothing();
+
+    void conflict_isTold_data();
+    void conflict_isTold();
+
+    void resolver_readsServers_data();
+    void resolver_readsServers();
+    void resolver_missingFiles_areMade();
+    void resolver_otherLines_stayByteForByte();
+    void resolver_backupWithoutLine_isAppended();
+    void resolver_unopenable_changesNothing();
+
+    void routes_followTheRegister_data();
+    void routes_followTheRegister();
+    void routes_choosing_runsTheSlotOncePerBox();
+    void routes_button_storesTheAdapterNumber_data();
+    void routes_button_storesTheAdapterNumber();
+    void routes_unknownPreference_isIgnored();
+
+    void dhcp_dynamic_eth0();
+    void dhcp_static_restoresTheRecord();
+    void dhcp_switchedOff_asksOnlyForEth1();
+    void dhcp_twice_killsTheFirstClient();
+    void dhcp_noLease_keepsPolling();
+
+    void switch_offAndOn_static();
+    void switch_on_dynamic();
+    void switch_off_leavesTheDefaultChoice();
+    void switch_fullDisk_keepsThePageUsable();
+
+    void refresh_followsTheRegisters();
+    void refresh_withoutChange_runsNothing();
+    void refresh_keepsTheChosenGateway();
+
+    void ping_runsInOrderAndShowsTheResult_data();
+    void ping_runsInOrderAndShowsTheResult();
+    void ping_underAnOpenBox_opensNoSecond();
+    void ping_pageDeletedUnderTheBox_isSafe();
+
+    void beeps_data();
+    void beeps();
+    void toolsMissing_pageStaysUsable();
+    void manyPages_leaveNothing();
+};
+
+void TestNetwork::init()
+{
+    PanelWorld::restoreTools();
+    QFile::remove(settingsPath);
+    for (const QString& file : {resolver, backup}) {
+        PanelWorld::writeFile(file, QByteArray());
+    }
+    for (const QString& pid : {line("/var/run/udhcpc0.pid"), line("/var/run/udhcpc1.pid")}) {
+        QFile::remove(pid);
+    }
+    PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\0'));
+    for (const int bit : {dhcpBit[0], dhcpBit[1], disabledBit[0], disabledBit[1]}) {
+        PanelWorld::setAreaBit(bitArea, bit, false);
+    }
+    PanelWorld::patchFile(wordArea, 751, QByteArray(104, '\xEE'));
+    PanelWorld::clearCommands();
+}
+
+void TestNetwork::quad_threeShapes()
+{
+    const QStringList octets{line("192"), line("10"), line("0"), line("5")};
+    QCOMPARE(DottedQuad::fromOctets(octets), 0x05000AC0U);
+    QCOMPARE(DottedQuad::toOctets(0x05000AC0U), octets);
+    QCOMPARE(DottedQuad::split(line("192.10.0.5")), octets);
+    QCOMPARE(DottedQuad::join(octets), line("192.10.0.5"));
+    QCOMPARE(DottedQuad::fromOctets({line("x"), line("255")}), 0x0000FF00U);
+    QCOMPARE(DottedQuad::join(DottedQuad::zero()), line("0.0.0.0"));
+}
+
+void TestNetwork::pid_isTakenFromDigitsOnly_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<int>("pid");
+    QTest::newRow("usual") << QByteArray("4711\n") << 4711;
+    QTest::newRow("no line end") << QByteArray("12") << 12;
+    QTest::newRow("blanks") << QByteArray(" 12 \n13\n") << 12;
+    QTest::newRow("largest") << QByteArray("2147483647") << 2147483647;
+    QTest::newRow("too large") << QByteArray("2147483648") << 0;
+    QTest::newRow("empty") << QByteArray() << 0;
+    QTest::newRow("empty line") << QByteArray("\n5\n") << 0;
+    QTest::newRow("zero") << QByteArray("0\n") << 0;
+    QTest::newRow("negative") << QByteArray("-1\n") << 0;
+    QTest::newRow("sign") << QByteArray("+7\n") << 0;
+    QTest::newRow("word") << QByteArray("12x\n") << 0;
+    QTest::newRow("zero byte") << QByteArray("1\0002", 3) << 0;
+}
+
+void TestNetwork::pid_isTakenFromDigitsOnly()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(int, pid);
+    QCOMPARE(DhcpClient::processId(file), pid);
+    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), file);
+    DhcpClient::stop(1);
+    QCOMPARE(PanelWorld::commands(),
+             pid > 0 ? QStringList(QStringLiteral("kill %1").arg(pid)) : QStringList());
+    QCOMPARE(PanelWorld::fileContent(line("/var/run/udhcpc1.pid")), file);
+}
+
+void TestNetwork::pingOutput_withTtl_isAReply()
+{
+    QVERIFY(PingTest::hasReply("64 bytes from 203.0.113.10: seq=0 ttl=63 time=0.1 ms\n"));
+    QVERIFY(PingTest::hasReply(QByteArray("\0ttl", 4)));
+    QVERIFY(!PingTest::hasReply("64 bytes TTL=63"));
+    QVERIFY(!PingTest::hasReply("1 packets transmitted, 0 packets received"));
+    QVERIFY(!PingTest::hasReply(QByteArray()));
+}
+
+void TestNetwork::adapterTable_isAsTheDeviceHasIt()
+{
+    const struct
+    {
+        std::size_t mac, ip, mask, gateway;
+        unsigned ipRegister, maskRegister, gatewayRegister, disabledRegister, dhcpRegister;
+        const char* name;
+        const char* pidFile;
+    } expected[] = {
+        {33, 41, 49, 45, 60, 62, 63, 66, 67, "eth0", "/var/run/udhcpc0.pid"},
+        {166, 174, 182, 178, 69, 71, 72, 75, 76, "eth1", "/var/run/udhcpc1.pid"},
+    };
+    for (std::size_t at = 0; at < adapterTable.size(); ++at) {
+        const AdapterRow& row = adapterTable.at(at);
+        QCOMPARE(row.macOffset, expected[at].mac);
+        QCOMPARE(row.ip.recordOffset, expected[at].ip);
+        QCOMPARE(row.mask.recordOffset, expected[at].mask);
+        QCOMPARE(row.gateway.recordOffset, expected[at].gateway);
+        QCOMPARE(row.ip.registerId, expected[at].ipRegister);
+        QCOMPARE(row.mask.registerId, expected[at].maskRegister);
+        QCOMPARE(row.gateway.registerId, expected[at].gatewayRegister);
+        QCOMPARE(row.disabledRegister, expected[at].disabledRegister);
+        QCOMPARE(row.dhcpRegister, expected[at].dhcpRegister);
+        QCOMPARE(row.interfaceName, expected[at].name);
+        QCOMPARE(row.pidFile, expected[at].pidFile);
+        QCOMPARE(int(row.ip.dataType), 2);
+        QCOMPARE(int(row.mask.dataType), 3);
+        QCOMPARE(int(row.gateway.dataType), 4);
+    }
+}
+
+void TestNetwork::tabs_oneForEachAdapter_data()
+{
+    QTest::addColumn<int>("adapters");
+    QTest::newRow("one") << 1;
+    QTest::newRow("two") << 2;
+}
+
+void TestNetwork::tabs_oneForEachAdapter()
+{
+    QFETCH(int, adapters);
+    NetworkPage world(adapters);
+    world.started();
+    QCOMPARE(world.page().supportEth2(), adapters - 1);
+    QCOMPARE(world.tabs().count(), adapters);
+    for (int at = 0; at < adapters; ++at) {
+        QCOMPARE(world.tabs().tabText(at), QStringLiteral("wired network%1").arg(at));
+    }
+    for (int at = 0; at < 2; ++at) {
+        const QComboBox& box = world.pane(at).defaultBox();
+        QCOMPARE(box.count(), adapters + 1);
+        QCOMPARE(box.itemText(0), line("Auto"));
+        QCOMPARE(box.itemText(1), line("wired network0"));
+        QCOMPARE(world.pane(at).modeBox().itemText(0), line("Static IP"));
+        QCOMPARE(world.pane(at).modeBox().itemText(1), line("Dynamic IP"));
+    }
+    QVERIFY(world.pane(0).isVisible());
+    QVERIFY(!world.pane(1).isVisible());
+}
+
+void TestNetwork::sizes_followTheScreenWidth_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QList<int>>("sizes"); // button, default button, combo box, tab
+    QTest::newRow("800") << 800 << QList<int>{40, 300, 25, 25};
+    QTest::newRow("1024") << 1024 << QList<int>{50, 400, 42, 45};
+    QTest::newRow("1280") << 1280 << QList<int>{50, 400, 42, 45};
+    QTest::newRow("1920") << 1920 << QList<int>{70, 500, 60, 45};
+    QTest::newRow("other") << 1366 << QList<int>{50, 300, 30, 45};
+}
+
+void TestNetwork::sizes_followTheScreenWidth()
+{
+    QFETCH(int, width);
+    QFETCH(QList<int>, sizes);
+    const char packed[] = {char(width & 0xFF), char((width >> 8) << 4)};
+    PanelWorld::patchImage(256 + 14, QByteArray(packed, 2));
+    NetworkPage world;
+    world.started();
+    for (int at = 0; at < 2; ++at) {
+        AdapterPane& pane = world.pane(at);
+        QCOMPARE(pane.testButton().size(), QSize(100, sizes.at(0)));
+        QCOMPARE(pane.defaultButton().size(), QSize(sizes.at(1), sizes.at(0)));
+        QCOMPARE(pane.modeBox().height(), sizes.at(2));
+        QCOMPARE(pane.defaultBox().height(), sizes.at(2));
+    }
+    QCOMPARE(world.tabs().tabBar()->tabRect(0).size(), QSize(173, sizes.at(3)));
+}
+
+void TestNetwork::start_static_runsInOrder()
+{
+    NetworkPage world;
+    world.init();
+    QStringList expected = {line("/root/plat-intf/readee")};
+    expected << line("ifconfig eth0 192.168.0.5 up")
+             << routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
+    expected << line("ifconfig eth1 10.0.0.6 up") << usualRoutes();
+    QStringList commands = PanelWorld::commands();
+    QCOMPARE(commands, expected);
+    QCOMPARE(world.settings.value(line("Network0/enable")).toBool(), true);
+    QCOMPARE(world.settings.value(line("Network1/enable")).toBool(), true);
+}
+
+void TestNetwork::start_oneAdapter_touchesNoEth1()
+{
+    NetworkPage world(1);
+    world.init();
+    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains(line("ifconfig eth1")));
+    QVERIFY(!world.settings.contains(line("Network1/enable")));
+    PanelWorld::clearCommands();
+    QVERIFY(world.enter(world.field(0, AdapterPane::Mask, 3), line("0")));
+    QCOMPARE(PanelWorld::commands().mid(2), usualRoutes()); // both, all the same
+}
+
+void TestNetwork::start_storedOff_changesNoInterface()
+{
+    QSettings(settingsPath, QSettings::IniFormat).setValue(line("Network1/enable"), false);
+    NetworkPage world;
+    world.init();
+    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains(line("ifconfig eth1")));
+    QVERIFY(!world.field(1, AdapterPane::Ip, 0)->isEnabled());
+    QVERIFY(!world.pane(1).macField().isEnabled());
+    QVERIFY(!world.pane(1).modeBox().isEnabled());
+    QCOMPARE(world.pane(1).disableSwitch().styleSheet(),
+             line("border-image:url(:/Resources/switch_on.png);"));
+    QCOMPARE(world.pane(0).disableSwitch().styleSheet(),
+             line("border-image:url(:/Resources/switch_off.png);"));
+    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[1]));
+    QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[0]));
+    auto* list = qobject_cast<QListView*>(world.pane(0).defaultBox().view());
+    QVERIFY(list->isRowHidden(2));
+    QVERIFY(!list->isRowHidden(1));
+}
+
+void TestNetwork::start_dynamic_startsTheClient()
+{
+    PanelWorld::setAreaBit(bitArea, dhcpBit[0], true);
+    NetworkPage world;
+    world.init();
+    QTRY_VERIFY(PanelWorld::commands().contains(
+        line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid")));
+    QVERIFY(!PanelWorld::commands().contains(line("ifconfig eth0 192.168.0.5 up")));
+    QCOMPARE(world.pane(0).modeBox().currentIndex(), 1);
+    QVERIFY(!world.field(0, AdapterPane::Ip, 0)->isEnabled());
+}
+
+void TestNetwork::start_fillsTheFields()
+{
+    NetworkPage world;
+    world.started();
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.5"));
+    QCOMPARE(world.text(0, AdapterPane::Mask), line("255.255.255.0"));
+    QCOMPARE(world.text(0, AdapterPane::Gateway), line("192.168.1.1"));
+    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
+    QCOMPARE(world.text(1, AdapterPane::Mask), line("255.0.0.0"));
+    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
+    QCOMPARE(world.pane(0).macField().text(), line("02:0a:ff:00:10:bc"));
+    QCOMPARE(world.pane(1).macField().text(), line("02:01:02:03:04:05"));
+    QCOMPARE(world.pane(0).networkLabel().text(), line("Network:"));
+    QCOMPARE(world.pane(1).gatewayLabel().text(), line("Gateway:0.0.0.0"));
+}
+
+void TestNetwork::start_writesNoRecord()
+{
+    NetworkPage world;
+    world.init();
+    QCOMPARE(world.told.size(), 0);
+}
+
+void TestNetwork::entry_ip_appliesInOrder()
+{
+    NetworkPage world;
+    world.started();
+    NoticeListener runtime(noticePipe);
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
+    const QStringList before = {line("ifconfig eth0 192.10.0.5"), line("sync")};
+    QCOMPARE(PanelWorld::commands(), before + usualRoutes());
+    QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().type, 2);
+    QCOMPARE(world.told.first().commands, before);
+    QCOMPARE(world.told.first().record.mid(41, 4), QByteArray("\xC0\x0A\x00\x05", 4));
+    QCOMPARE(PanelWorld::fileContent(wordArea).mid(751, 8),
+             QByteArray("\xC0\x0A\x00\x05\0\0\0\0", 8));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+}
+
+void TestNetwork::entry_appliesEachValue_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("recordByte");
+    QTest::addColumn<int>("areaByte");
+    QTest::addColumn<QByteArray>("bytes");
+    const auto ip = int(AdapterPane::Ip);
+    const auto mask = int(AdapterPane::Mask);
+    const auto gateway = int(AdapterPane::Gateway);
+    QTest::newRow("eth0 ip") << 0 << ip << line("ifconfig eth0 192.168.0.77") << 2 << 41 << 751
+                             << QByteArray("\xC0\xA8\x00\x4D", 4);
+    QTest::newRow("eth0 mask") << 0 << mask << line("ifconfig eth0 netmask 255.255.255.77") << 3
+                               << 49 << 771 << QByteArray("\xFF\xFF\xFF\x4D", 4);
+    QTest::newRow("eth0 gateway") << 0 << gateway << QString() << 4 << 45 << 779
+                                  << QByteArray("\xC0\xA8\x01\x4D", 4);
+    QTest::newRow("eth1 ip") << 1 << ip << line("ifconfig eth1 10.0.0.77") << 2 << 174 << 803
+                             << QByteArray("\x0A\x00\x00\x4D", 4);
+    QTest::newRow("eth1 mask") << 1 << mask << line("ifconfig eth1 netmask 255.0.0.77") << 3 << 182
+                               << 823 << QByteArray("\xFF\x00\x00\x4D", 4);
+    QTest::newRow("eth1 gateway") << 1 << gateway << QString() << 4 << 178 << 831
+                                  << QByteArray("\x0A\x00\x00\x4D", 4);
+}
+
+void TestNetwork::entry_appliesEachValue()
+{
+    QFETCH(int, adapter);
+    QFETCH(int, value);
+    QFETCH(QString, command);
+    QFETCH(int, type);
+    QFETCH(int, recordByte);
+    QFETCH(int, areaByte);
+    QFETCH(QByteArray, bytes);
+    NetworkPage world;
+    world.started();
+    world.tabs().setCurrentIndex(adapter);
+    const QByteArray area = PanelWorld::fileContent(wordArea);
+    QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), line("77")));
+    QCOMPARE(PanelWorld::commands().filter(line("ifconfig")),
+             command.isEmpty() ? QStringList() : QStringList(command));
+    QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().type, type);
+    QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
+    record.replace(recordByte, 4, bytes);
+    QCOMPARE(world.told.first().record, record);
+    QByteArray expected = area;
+    expected.replace(areaByte, 8, bytes + QByteArray(4, '\0'));
+    QCOMPARE(PanelWorld::fileContent(wordArea), expected);
+}
+
+void TestNetwork::entry_gateway_rebuildsTwiceAndRunsNoInterfaceTool()
+{
+    NetworkPage world;
+    world.started();
+    QVERIFY(world.enter(world.field(0, AdapterPane::Gateway, 3), line("254")));
+    const QStringList rebuilt = routes(line("192.168.1.254"), 1, line("10.0.0.1"), 1);
+    QCOMPARE(PanelWorld::commands(), rebuilt + rebuilt);
+    QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().commands, rebuilt);
+}
+
+void TestNetwork::entry_dns_writesTheResolverFileOnly_data()
+{
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("first") << int(AdapterPane::FirstDns)
+                           << QByteArray("nameserver 1.1.1.9 # eth0\nnameserver 2.2.2.2 # eth0");
+    QTest::newRow("backup") << int(AdapterPane::BackupDns)
+                            << QByteArray("nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.9 # eth0");
+}
+
+void TestNetwork::entry_dns_writesTheResolverFileOnly()
+{
+    QFETCH(int, value);
+    QFETCH(QByteArray, file);
+    PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\n\nnameserver 2.2.2.2 # eth0\n");
+    NetworkPage world;
+    world.started();
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("1.1.1.1"));
+    QCOMPARE(world.text(0, AdapterPane::BackupDns), line("2.2.2.2"));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Value(value), 3), line("9")));
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+    QCOMPARE(PanelWorld::fileContent(resolver), file);
+    QCOMPARE(world.told.size(), 0);
+}
+
+void TestNetwork::entry_ofTheOtherTab_onlyRebuildsRoutes()
+{
+    NetworkPage world;
+    world.started();
+    const QByteArray area = PanelWorld::fileContent(wordArea);
+    world.page().updateSystemAndSaveToEE(NetworkSettings::Eth0, world.field(1, AdapterPane::Ip, 0));
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::fileContent(wordArea), area);
+    PanelWorld::clearCommands();
+    QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("11"))); // while eth0 is shown
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+}
+
+void TestNetwork::entry_cancelled_changesNothing()
+{
+    NetworkPage world;
+    world.started();
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), QString()));
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.5"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetwork::entry_aboveTheRange_isRefused()
+{
+    NetworkPage world;
+    world.started();
+    QStringList seen;
+    QTimer::singleShot(0, qApp, [&seen] {
+        auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+        QVERIFY(keypad);
+        for (const char* key : {"pushButton2", "pushButton5", "pushButton6"}) {
+            keypad->findChild<QPushButton*>(line(key))->click();
+        }
+        answerNextBox(&seen);
+        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
+        keypad->close();
+    });
+    NetworkPage::press(world.field(0, AdapterPane::Ip, 1));
+    QCOMPARE(seen.value(1), line("Input number is out of range!"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetwork::entry_disabledField_opensNoKeypad()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(0).disableSwitch().click();
+    PanelWorld::clearCommands();
+    QVERIFY(!world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetwork::entry_pageDeletedUnderTheKeypad_isSafe()
+{
+    NetworkPage world;
+    world.started();
+    bool opened = false;
+    QTimer::singleShot(0, qApp, [&] {
+        QWidget* keypad = QApplication::activeModalWidget();
+        opened = keypad != nullptr;
+        world.deletePage();
+        keypad->findChild<QPushButton*>(line("pushButton5"))->click();
+        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
+    });
+    world.page().doModal(world.field(0, AdapterPane::Ip, 1));
+    QVERIFY(opened);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetwork::otherIndices_doNothing()
+{
+    NetworkPage world;
+    world.started();
+    const auto other = Index(2);
+    NetworkSettings& page = world.page();
+    page.setIPToEE(other, 1);
+    page.setMaskToEE(other, 1);
+    page.setGatewayToEE(other, 1);
+    page.updateIPData(other);
+    page.updateMaskData(other);
+    page.updateGatewayData(other);
+    page.updateDNSData(other, NetworkSettings::FirstDns);
+    page.updateDefaultGateway(other);
+    page.updateDefaultNetwork(other);
+    page.udhcpc(other);
+    page.killudhcpc(other);
+    page.updateDHCPConfig(other, true);
+    page.disableNetworkConfig(other, 1);
+    page.enableNetworkConfig(other);
+    page.disableNetwork(other);
+    page.enableNetwork(other);
+    QCOMPARE(page.getIPFromEE(other), QStringList());
+    QCOMPARE(page.getMaskFromEE(other), QStringList());
+    QCOMPARE(page.getGatewayFromEE(other), QStringList());
+    QCOMPARE(page.getMacFromEE(other), QStringList());
+    QVERIFY(!page.isConfigIp(other, world.field(0, AdapterPane::Ip, 0)));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(world.told.size(), 0);
+}
+
+void TestNetwork::conflict_isTold_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("octet");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QStringList>("seen");
+    const QString icon = QString::number(QMessageBox::Information);
+    QTest::newRow("eth0") << 0 << 3 << 6
+                          << QStringList{line("Tips"), line("IP is conflict with eth1!"), icon,
+                                         line("1")};
+    QTest::newRow("eth1") << 1 << 3 << 5
+                          << QStringList{line("Tips"), line("IP is conflict with eth0!"), icon,
+                                         line("1")};
+    QTest::newRow("none") << 0 << 3 << 7 << QStringList();
+}
+
+void TestNetwork::conflict_isTold()
+{
+    QFETCH(int, adapter);
+    QFETCH(int, octet);
+    QFETCH(int, value);
+    QFETCH(QStringList, seen);
+    NetworkPage world;
+    world.record.eth1_ip = 0x0600A8C0;
+    world.started();
+    QStringList told;
+    if (!seen.isEmpty()) {
+        answerNextBox(&told);
+    }
+    world.page().checkConflictIp(world.field(adapter, AdapterPane::Ip, octet), value);
+    QCOMPARE(told, seen);
+    // An entry never asks: equal addresses are accepted.
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("6")));
+    QCOMPARE(world.text(0, AdapterPane::Ip), world.text(1, AdapterPane::Ip));
+}
+
+void TestNetwork::resolver_readsServers_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QStringList>("servers"); // eth0 first, backup, eth1 first, backup
+    const QString none = line("0.0.0.0");
+    QTest::newRow("both") << QByteArray("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n")
+                          << QStringList{line("2.2.2.2"), none, line("1.1.1.1"), none};
+    QTest::newRow("tag at the start")
+        << QByteArray("eth0 nameserver 1.1.1.1\n") << QStringList{none, none, none, none};
+    QTest::newRow("untagged") << QByteArray("nameserver 1.1.1.1\n")
+                              << QStringList{none, none, none, none};
+    QTest::newRow("one word") << QByteArray("xeth0\n") << QStringList{none, none, none, none};
+    QTest::newRow("two blanks") << QByteArray("nameserver  1.1.1.1 # eth0\n")
+                                << QStringList{none, none, none, none};
+    QTest::newRow("third is ignored")
+        << QByteArray("a 1.1.1.1 eth0\na 2.2.2.2 eth0\na 3.3.3.3 eth0")
+        << QStringList{line("1.1.1.1"), line("2.2.2.2"), none, none};
+    QTest::newRow("longer name counts") << QByteArray("nameserver 4.4.4.4 # eth10\n")
+                                        << QStringList{none, none, line("4.4.4.4"), none};
+}
+
+void TestNetwork::resolver_readsServers()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QStringList, servers);
+    PanelWorld::writeFile(resolver, file);
+    NetworkPage world;
+    world.started();
+    QStringList read;
+    for (const int adapter : {0, 1}) {
+        for (const auto type : {NetworkSettings::FirstDns, NetworkSettings::BackupDns}) {
+            read << world.page().getDNSFromSys(Index(adapter), type).join(QLatin1Char('.'));
+            world.page().updateDNSData(Index(adapter), type);
+        }
+    }
+    QCOMPARE(read, servers);
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), servers.at(0));
+    QCOMPARE(world.text(0, AdapterPane::BackupDns), servers.at(1));
+    QCOMPARE(world.text(1, AdapterPane::FirstDns), servers.at(2));
+    QCOMPARE(world.text(1, AdapterPane::BackupDns), servers.at(3));
+}
+
+void TestNetwork::resolver_missingFiles_areMade()
+{
+    NetworkPage world;
+    world.started();
+    QFile::remove(resolver);
+    QFile::remove(backup);
+    QCOMPARE(world.page().getDNSFromSys(NetworkSettings::Eth0, NetworkSettings::FirstDns),
+             QStringList({line("0"), line("0"), line("0"), line("0")}));
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({line("touch /etc/resolvbak.conf"),
+                          line("cp /etc/resolvbak.conf /etc/resolv.conf")}));
+    QVERIFY(QFile::exists(resolver));
+    QVERIFY(QFile::exists(backup));
+}
+
+void TestNetwork::resolver_otherLines_stayByteForByte()
+{
+    PanelWorld::writeFile(resolver, "# caf\xE9\n\nnameserver 7.7.7.7\nnameserver 1.1.1.1 # eth1\n"
+                                    "nameserver 2.2.2.2 # eth0\n");
+    NetworkPage world;
+    world.started();
+    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::FirstDns, line("9.9.9.9"));
+    QCOMPARE(PanelWorld::fileContent(resolver),
+             QByteArray("# caf\xE9\nnameserver 7.7.7.7\nnameserver 1.1.1.1 # eth1\n"
+                        "nameserver 9.9.9.9 # eth0"));
+}
+
+void TestNetwork::resolver_backupWithoutLine_isAppended()
+{
+    PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n");
+    NetworkPage world;
+    world.started();
+    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::BackupDns, line("9.9.9.9"));
+    QCOMPARE(PanelWorld::fileContent(resolver),
+             QByteArray("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n"
+                        "nameserver 9.9.9.9 # eth0"));
+    PanelWorld::writeFile(resolver, "nameserver 2.2.2.2 # eth0\n");
+    world.page().setDNSToSys(NetworkSettings::Eth1, NetworkSettings::BackupDns, line("8.8.8.8"));
+    QCOMPARE(world.page()
+                 .getDNSFromSys(NetworkSettings::Eth1, NetworkSettings::FirstDns)
+                 .join(QLatin1Char('.')),
+             line("8.8.8.8"));
+}
+
+void TestNetwork::resolver_unopenable_changesNothing()
+{
+    NetworkPage world;
+    world.started();
+    QFile::remove(resolver);
+    QVERIFY(QDir().mkdir(resolver)); // cannot be opened, whoever asks
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 0), line("9")));
+    QCOMPARE(world.page().getDNSFromSys(NetworkSettings::Eth0, NetworkSettings::FirstDns),
+             QStringList());
+    world.page().updateDNSData(NetworkSettings::Eth0, NetworkSettings::FirstDns);
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("0.0.0.0"));
+    QVERIFY(QDir().rmdir(resolver));
+}
+
+void TestNetwork::routes_followTheRegister_data()
+{
+    QTest::addColumn<int>("preference");
+    QTest::addColumn<int>("metric0");
+    QTest::addColumn<int>("metric1");
+    QTest::newRow("none") << 0 << 1 << 1;
+    QTest::newRow("eth0") << 1 << 0 << 1;
+    QTest::newRow("eth1") << 2 << 1 << 0;
+    QTest::newRow("no adapter") << 9 << 1 << 1;
+}
+
+void TestNetwork::routes_followTheRegister()
+{
+    QFETCH(int, preference);
+    QFETCH(int, metric0);
+    QFETCH(int, metric1);
+    NetworkPage world;
+    world.started();
+    PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, char(preference)));
+    world.page().updateDefaultGatewayFromReg();
+    const QStringList expected = routes(line("192.168.1.1"), metric0, line("10.0.0.1"), metric1);
+    QCOMPARE(PanelWorld::commands(), expected);
+    PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\0'));
+    PanelWorld::clearCommands();
+    world.page().setGateway(preference); // and as given
+    QCOMPARE(PanelWorld::commands(), expected);
+}
+
+void TestNetwork::routes_choosing_runsTheSlotOncePerBox()
+{
+    for (const int chosen : {0, 1}) {
+        NetworkPage world;
+        world.started();
+        NoticeListener runtime(noticePipe);
+        world.settings.setValue(line("General/buzzer"), line("on"));
+        world.pane(chosen).defaultBox().setCurrentIndex(1);
+        const QStringList rebuilt = routes(line("192.168.1.1"), 0, line("10.0.0.1"), 1);
+        // The second box follows and runs the slot as well; only the first one beeps.
+        QCOMPARE(PanelWorld::commands(), QStringList(beep) + rebuilt + rebuilt);
+        QCOMPARE(world.pane(0).defaultBox().currentIndex(), 1);
+        QCOMPARE(world.pane(1).defaultBox().currentIndex(), 1);
+        QCOMPARE(storedPreference(), '\1');
+        QCOMPARE(runtime.takeNumbers(), QList<quint32>({78, 78}));
+        PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\0'));
+        PanelWorld::clearCommands();
+    }
+}
+
+void TestNetwork::routes_button_storesTheAdapterNumber_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<QString>("gateway");
+    QTest::addColumn<int>("metric0");
+    QTest::newRow("eth0") << 0 << line("192.168.1.1") << 1;
+    QTest::newRow("eth1") << 1 << line("10.0.0.1") << 0;
+}
+
+void TestNetwork::routes_button_storesTheAdapterNumber()
+{
+    QFETCH(int, adapter);
+    QFETCH(QString, gateway);
+    QFETCH(int, metric0);
+    NetworkPage world;
+    world.started();
+    NoticeListener runtime(noticePipe);
+    const QByteArray before = PanelWorld::fileContent(byteArea);
+    world.pane(adapter).defaultButton().click();
+    QByteArray expected = before;
+    expected[preferenceByte] = char(adapter);
+    QCOMPARE(PanelWorld::fileContent(byteArea), expected); // one byte of the four passed
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({78}));
+    QCOMPARE(PanelWorld::commands(), routes(line("192.168.1.1"), metric0, line("10.0.0.1"), 1));
+    for (const int shown : {0, 1}) {
+        QCOMPARE(world.pane(shown).gatewayLabel().text(), line("Gateway:") + gateway);
+        QCOMPARE(world.pane(shown).networkLabel().text(), line("Network:"));
+    }
+}
+
+void TestNetwork::routes_unknownPreference_isIgnored()
+{
+    NetworkPage world(1);
+    world.started();
+    PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\2'));
+    world.page().refresh();
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(storedPreference(), '\2');
+}
+
+void TestNetwork::dhcp_dynamic_eth0()
+{
+    NetworkPage world;
+    world.started();
+    NoticeListener runtime(noticePipe);
+    world.settings.setValue(line("General/buzzer"), line("on"));
+    world.pane(0).modeBox().setCurrentIndex(1);
+    QTRY_COMPARE(
+        PanelWorld::commands(),
+        QStringList({beep, line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid")}));
+    QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[0]));
+    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1]));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({67}));
+    for (const QLineEdit* field : world.pane(0).fields()) {
+        QCOMPARE(field->text(), line("0"));
+        QVERIFY(!field->isEnabled());
+    }
+    QVERIFY(!world.pane(0).macField().isEnabled());
+    QVERIFY(world.field(1, AdapterPane::Ip, 0)->isEnabled());
+}
+
+void TestNetwork::dhcp_static_restoresTheRecord()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(1).modeBox().setCurrentIndex(1);
+    QTRY_COMPARE(PanelWorld::commands().size(), 1); // the client, in the background
+    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "321\n");
+    PanelWorld::clearCommands();
+    NoticeListener runtime(noticePipe);
+    world.pane(1).modeBox().setCurrentIndex(0);
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({line("kill 321"), line("ifconfig eth1 10.0.0.6 up")}));
+    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
+    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
+    QVERIFY(world.field(1, AdapterPane::Ip, 0)->isEnabled());
+    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1]));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({76}));
+}
+
+void TestNetwork::dhcp_switchedOff_asksOnlyForEth1()
+{
+    for (const int adapter : {0, 1}) {
+        NetworkPage world;
+        world.started();
+        world.pane(adapter).disableSwitch().click();
+        PanelWorld::clearCommands();
+        PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true); // by the runtime
+        world.page().refresh();
+        QCOMPARE(world.pane(adapter).modeBox().currentIndex(), 1);
+        QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc -i eth1")).size(), adapter);
+        QCOMPARE(PanelWorld::commands().filter(line("udhcpc -i eth0")).size(), 0);
+        init();
+    }
+}
+
+void TestNetwork::dhcp_twice_killsTheFirstClient()
+{
+    NetworkPage world;
+    world.started();
+    world.page().udhcpc(NetworkSettings::Eth0);
+    PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "99\n");
+    world.page().udhcpc(NetworkSettings::Eth0);
+    const QString client = line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid");
+    // Started in the background: the first may be written down after the kill.
+    QTRY_COMPARE(PanelWorld::commands().size(), 3);
+    QCOMPARE(PanelWorld::commands().count(client), 2);
+    QVERIFY(PanelWorld::commands().contains(line("kill 99")));
+    QCOMPARE(PanelWorld::commands().last(), client);
+}
+
+void TestNetwork::dhcp_noLease_keepsPolling()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(0).modeBox().setCurrentIndex(1);
+    for (int poll = 0; poll < 20; ++poll) {
+        world.page().slotdhcp(); // eth0 does not exist in this panel
+    }
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("0.0.0.0"));
+    QCOMPARE(world.page().getipAddress(line("eth0")), QStringList());
+}
+
+void TestNetwork::switch_offAndOn_static()
+{
+    NetworkPage world;
+    world.started();
+    QPushButton& power = world.pane(0).disableSwitch();
+    power.click();
+    QCOMPARE(PanelWorld::commands(), QStringList({line("ifconfig eth0 down"), line("sync")}));
+    QCOMPARE(power.styleSheet(), line("border-image:url(:/Resources/switch_on.png);"));
+    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[0]));
+    QCOMPARE(QSettings(settingsPath, QSettings::IniFormat).value(line("Network0/enable")).toBool(),
+             false);
+    QCOMPARE(world.text(0, AdapterPane::Mask), line("0.0.0.0"));
+    QVERIFY(!world.pane(0).modeBox().isEnabled());
+    PanelWorld::clearCommands();
+    power.click();
+    QCOMPARE(PanelWorld::commands(),
+             QStringList(line("ifconfig eth0 192.168.0.5 up")) + usualRoutes());
+    QCOMPARE(power.styleSheet(), line("border-image:url(:/Resources/switch_off.png);"));
+    QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[0]));
+    QVERIFY(world.pane(0).modeBox().isEnabled());
+    QVERIFY(world.field(0, AdapterPane::Ip, 0)->isEnabled());
+    QCOMPARE(world.settings.value(line("Network0/enable")).toBool(), true);
+}
+
+void TestNetwork::switch_on_dynamic()
+{
+    PanelWorld::setAreaBit(bitArea, dhcpBit[1], true);
+    NetworkPage world;
+    world.started();
+    world.pane(1).disableSwitch().click();
+    PanelWorld::clearCommands();
+    world.pane(1).disableSwitch().click();
+    QTRY_COMPARE(PanelWorld::commands(),
+                 QStringList(line("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid")));
+    for (const QLineEdit* field : world.pane(1).fields()) {
+        QCOMPARE(field->text(), line("0"));
+    }
+}
+
+void TestNetwork::switch_off_leavesTheDefaultChoice()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(0).defaultBox().setCurrentIndex(2);
+    QCOMPARE(storedPreference(), '\2');
+    world.pane(1).disableSwitch().click();
+    for (const int shown : {0, 1}) {
+        QComboBox& box = world.pane(shown).defaultBox();
+        QCOMPARE(box.currentIndex(), 0);
+        QVERIFY(qobject_cast<QListView*>(box.view())->isRowHidden(2));
+    }
+    QCOMPARE(storedPreference(), '\0');
+    world.pane(1).disableSwitch().click();
+    for (const int shown : {0, 1}) {
+        QComboBox& box = world.pane(shown).defaultBox();
+        QVERIFY(!qobject_cast<QListView*>(box.view())->isRowHidden(2));
+    }
+}
+
+void TestNetwork::switch_fullDisk_keepsThePageUsable()
+{
+    NetworkPage world;
+    world.started();
+    world.settings.sync();
+    const QByteArray stored = PanelWorld::fileContent(settingsPath);
+    // Nobody can make a file in a folder whose name is taken: as on a full disk, nothing is stored.
+    QFile::remove(settingsPath);
+    QVERIFY(QDir().mkdir(settingsPath));
+    world.pane(0).disableSwitch().click();
+    QCOMPARE(PanelWorld::commands(), QStringList({line("ifconfig eth0 down"), line("sync")}));
+    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[0]));
+    QVERIFY(QDir().rmdir(settingsPath));
+    PanelWorld::writeFile(settingsPath, stored);
+    world.pane(0).disableSwitch().click();
+    QVERIFY(world.field(0, AdapterPane::Ip, 0)->isEnabled());
+}
+
+void TestNetwork::refresh_followsTheRegisters()
+{
+    NetworkPage world;
+    world.started();
+    PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\1'));
+    PanelWorld::setAreaBit(bitArea, dhcpBit[1], true);
+    world.page().refresh();
+    QCOMPARE(world.pane(0).modeBox().currentIndex(), 0);
+    QCOMPARE(world.pane(1).modeBox().currentIndex(), 1);
+    QCOMPARE(world.pane(0).defaultBox().currentIndex(), 1);
+    QCOMPARE(world.pane(1).defaultBox().currentIndex(), 1);
+    QCOMPARE(PanelWorld::commands().filter(line("route add")).size(), 4);
+    QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc -i eth1")).size(), 1);
+}
+
+void TestNetwork::refresh_withoutChange_runsNothing()
+{
+    NetworkPage world;
+    world.started();
+    for (int round = 0; round < 3; ++round) {
+        world.page().refresh();
+    }
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetwork::refresh_keepsTheChosenGateway()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(1).defaultButton().click();
+    world.page().onChangeLanguage(Settings::Chinese);
+    QCOMPARE(world.pane(0).gatewayLabel().text(), QStringLiteral("    网关：10.0.0.1"));
+    QCOMPARE(world.tabs().tabText(1), QStringLiteral("有线网络1"));
+    QCOMPARE(world.pane(0).modeBox().itemText(1), QStringLiteral("动态IP"));
+    QCOMPARE(world.pane(1).defaultBox().itemText(0), QStringLiteral("自动"));
+    QCOMPARE(world.page().findChild<QGroupBox*>()->title(), QStringLiteral("默认上网卡信息："));
+    world.page().onChangeLanguage(Settings::English);
+    QCOMPARE(world.tabs().tabText(0), line("network0"));
+    QCOMPARE(world.pane(0).gatewayLabel().text(), line("Gateway:10.0.0.1"));
+}
+
+void TestNetwork::ping_runsInOrderAndShowsTheResult_data()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("icon");
+    QTest::newRow("reply") << QByteArray("64 bytes from x: ttl=63") << line("test successful")
+                           << int(QMessageBox::Information);
+    QTest::newRow("none") << QByteArray("nothing") << line("test failed")
+                          << int(QMessageBox::Critical);
+    QTest::newRow("missing") << QByteArray() << line("test failed") << int(QMessageBox::Critical);
+}
+
+void TestNetwork::ping_runsInOrderAndShowsTheResult()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QString, text);
+    QFETCH(int, icon);
+    NetworkPage world;
+    world.started();
+    QFile::remove(line("ping.txt"));
+    const QString idle = world.pane(0).testButton().styleSheet();
+    world.pane(1).testButton().click();
+    QTRY_COMPARE(PanelWorld::commands(), QStringList({line("rm ping.txt"), line("killall ping"),
+                                                      line("ping www.example.com -W 3 -c 1")}));
+    for (const int shown : {0, 1}) {
+        QVERIFY(world.pane(shown).testButton().styleSheet().contains(line("rgba(255,170,0,150)")));
+    }
+    QFile::remove(line("ping.txt"));
+    if (!output.isEmpty()) {
+        PanelWorld::writeFile(line("ping.txt"), output);
+    }
+    QStringList seen;
+    answerNextBox(&seen);
+    world.page().ping_test();
+    QCOMPARE(seen,
+             QStringList({QStringLiteral("设备详细信息"), text, QString::number(icon), line("1")}));
+    QCOMPARE(world.pane(0).testButton().styleSheet(), idle);
+    QCOMPARE(world.pane(1).testButton().styleSheet(), idle);
+}
+
+void TestNetwork::ping_underAnOpenBox_opensNoSecond()
+{
+    NetworkPage world;
+    world.started();
+    int boxes = 0;
+    QTimer::singleShot(0, qApp, [&] {
+        world.page().onSetTest(); // a newer test
+        world.page().ping_test();
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            boxes += qobject_cast<QMessageBox*>(window) && window->isVisible() ? 1 : 0;
+        }
+        QApplication::activeModalWidget()->close();
+    });
+    world.page().ping_test();
+    QCOMPARE(boxes, 1);
+    // The newer test goes on and shows its own result.
+    QVERIFY(world.pane(0).testButton().styleSheet().contains(line("rgba(255,170,0,150)")));
+    QStringList seen;
+    answerNextBox(&seen);
+    world.page().ping_test();
+    QCOMPARE(seen.size(), 4);
+    QVERIFY(!world.pane(0).testButton().styleSheet().contains(line("rgba(255,170,0,150)")));
+}
+
+void TestNetwork::ping_pageDeletedUnderTheBox_isSafe()
+{
+    NetworkPage world;
+    world.started();
+    bool opened = false;
+    QTimer::singleShot(0, qApp, [&] {
+        QWidget* box = QApplication::activeModalWidget();
+        opened = box != nullptr;
+        world.deletePage();
+        box->close();
+    });
+    world.page().ping_test();
+    QVERIFY(opened);
+}
+
+void TestNetwork::beeps_data()
+{
+    QTest::addColumn<QString>("keyClick");
+    QTest::addColumn<int>("count");
+    QTest::newRow("on") << line("on") << 1;
+    QTest::newRow("off") << line("off") << 0;
+    QTest::newRow("absent") << QString() << 0;
+}
+
+void TestNetwork::beeps()
+{
+    QFETCH(QString, keyClick);
+    QFETCH(int, count);
+    NetworkPage world;
+    world.started();
+    if (!keyClick.isNull()) {
+        world.settings.setValue(line("General/buzzer"), keyClick);
+    }
+    const auto beepsOf = [](auto&& action) {
+        PanelWorld::clearCommands();
+        action();
+        return PanelWorld::commands().count(beep);
+    };
+    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(0).disableSwitch()); }), count);
+    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(1).defaultButton()); }), count);
+    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(0).testButton()); }), count);
+    QCOMPARE(beepsOf([&] { world.page().onTabBarSwitched(1); }), count);
+    QCOMPARE(beepsOf([&] { world.page().onSetTest(); }), count);
+    QCOMPARE(beepsOf([&] { world.pane(0).modeBox().setCurrentIndex(1); }), count);
+    QVERIFY(beepsOf([&] { QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("1"))); }) >=
+            count); // the keypad's own keys beep too
+}
+
+void TestNetwork::toolsMissing_pageStaysUsable()
+{
+    NetworkPage world;
+    world.started();
+    for (const char* tool : {"readee", "writeee", "setbeep"}) {
+        PanelWorld::replaceTool(line(tool), QByteArray());
+    }
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/nowhere"); // none of the shell's tools either
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("8")));
+    world.pane(0).modeBox().setCurrentIndex(1);
+    world.pane(0).modeBox().setCurrentIndex(0);
+    world.pane(0).disableSwitch().click();
+    world.pane(0).disableSwitch().click();
+    qputenv("PATH", path);
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.8"));
+    QCOMPARE(world.told.first().record.mid(41, 4), QByteArray("\xC0\xA8\x00\x08", 4));
+}
+
+void TestNetwork::manyPages_leaveNothing()
+{
+    const auto descriptors = [] { return QDir(line("/proc/self/fd")).count(); };
+    NetworkPage().started();
+    const uint before = descriptors();
+    const int widgets = QApplication::allWidgets().size();
+    for (int round = 0; round < 100; ++round) {
+        NetworkPage().started();
+    }
+    QCOMPARE(QApplication::allWidgets().size(), widgets);
+    QCOMPARE(descriptors(), before);
+}
+
+QTEST_MAIN(TestNetwork)
+#include "test_network.moc"
