@@ -25,7 +25,8 @@ constexpr QLatin1String contentStyle =
     "QWidget#content{background-color:rgb(246,246,246);}"
     "QFrame#octets{background-color:white;border:1px solid rgb(163,198,218);border-radius:6px;}"
     "QFrame#octets:disabled,QFrame#octets QLineEdit:disabled{background-color:rgb(236,236,236);}"
-    "QGroupBox{border:1px solid rgb(163,198,218);border-radius:6px;margin-top:9px;padding-top:6px;}"
+    "QGroupBox{border:1px solid "
+    "rgb(163,198,218);border-radius:6px;margin-top:9px;padding-top:10px;}"
     "QGroupBox::title{subcontrol-origin:margin;left:12px;padding:0px 4px;}"_l1;
 constexpr QLatin1String scrollBarStyle =
     "QScrollBar:vertical{background:rgb(230,230,230);border:0px;width:28px;}"
@@ -70,7 +71,7 @@ QComboBox* makeChoice(QWidget* parent)
     auto* box = new QComboBox(parent);
     box->setItemDelegate(new QStyledItemDelegate(box));
     box->view()->setStyleSheet(choicesStyle);
-    box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     return box;
 }
 
@@ -118,7 +119,7 @@ void AdapterPane::addRow(QGridLayout* grid, int row, int column, QLabel*& captio
     // Fields share what room there is; a button keeps its size.
     const bool fillsRow = qobject_cast<QFrame*>(content) || qobject_cast<QComboBox*>(content);
     grid->addWidget(content, row, column + 1,
-                    fillsRow ? Qt::Alignment() : Qt::AlignLeft | Qt::AlignVCenter);
+                    fillsRow ? Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
 }
 
 void AdapterPane::buildLeft(QGridLayout* grid)
@@ -135,12 +136,12 @@ void AdapterPane::buildLeft(QGridLayout* grid)
     m_gatewayLabel = new QLabel(m_infoGroup);
     info->addWidget(m_networkLabel);
     info->addWidget(m_gatewayLabel, 1);
-    grid->addWidget(m_infoGroup, 1, LeftCaption, 1, 2);
+    grid->addWidget(m_infoGroup, 1, LeftCaption, 1, 2, Qt::AlignVCenter);
 
     m_modeBox = makeChoice(widget());
     addRow(grid, 2, LeftCaption, m_modeCaption, m_modeBox);
     m_defaultBox = makeChoice(widget());
-    grid->addWidget(m_defaultBox, 3, LeftContent);
+    grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
 
     m_defaultButton = new QPushButton(widget());
     m_defaultButton->setObjectName(QLatin1String("BlueButton"));
