@@ -98,7 +98,7 @@ public:
 
     /// Presses a field and types keys on its keypad; an empty text closes it. False when none
     /// opened.
-    bool enter(QLineEdit* edit, const QString& keys)
+    static bool enter(QLineEdit* edit, const QString& keys)
     {
         bool opened = false;
         QObject context;

@@ -75,6 +75,7 @@ private slots:
     void init();
     void cleanup();
     void entry_reachesTheKernel();
+    void entry_inTheWindow_reachesImageRegisterAndKernel();
     void dynamic_takesTheLease();
     void dynamic_lateAnswer_isStillTaken();
     void dynamic_gatewayIsTheFirstHost();
@@ -124,6 +125,28 @@ void TestLiveNetwork::entry_reachesTheKernel()
                                            line("default via 192.168.1.1 dev eth0 metric 1")}));
     QVERIFY(m_world->enter(m_world->field(0, AdapterPane::Mask, 2), line("0")));
     QCOMPARE(address("eth0"), line("192.168.1.77/16"));
+}
+
+void TestLiveNetwork::entry_inTheWindow_reachesImageRegisterAndKernel()
+{
+    Settings window(nullptr);
+    window.init();
+    window.show();
+    window.findChild<QPushButton*>(line("networkPushButton"))->click();
+    auto* page = window.findChild<NetworkSettings*>();
+    const QByteArray before = PanelWorld::image();
+    const auto fields = page->findChildren<QLineEdit*>();
+    const auto third = std::find_if(fields.begin(), fields.end(), [page](QLineEdit* field) {
+        return page->isConfigIp(NetworkSettings::Eth0, field) && field->text() == line("1");
+    });
+    QVERIFY(third != fields.end());
+    QVERIFY(NetworkPage::enter(*third, line("7")));
+    QByteArray expected = before;
+    expected.replace(41, 4, QByteArray("\xC0\xA8\x07\x0A", 4));
+    QCOMPARE(PanelWorld::image(), expected);
+    QCOMPARE(address("eth0"), line("192.168.7.10/24"));
+    QCOMPARE(PanelWorld::fileContent(line("/tmp/smw.dat")).mid(751, 8),
+             QByteArray("\xC0\xA8\x07\x0A\0\0\0\0", 8));
 }
 
 void TestLiveNetwork::dynamic_takesTheLease()

@@ -144,14 +144,14 @@ class Run(Machine):
         self.assertEqual(
             self.started_with(),
             f"simulator-run --build {self.project}/build/release "
-            f"--state {self.home}/.local/state/panel-settings --size 1024x600 --adapters 1")
+            f"--state {self.home}/.local/state/panel-settings --size 1024x600 --adapters 2")
 
     def test_hands_the_options_on(self):
         self.assertEqual(
-            self.started_with("--fresh", "--size", "800x480", "--adapters", "2", "--state",
+            self.started_with("--fresh", "--size", "800x480", "--adapters", "1", "--state",
                               str(self.folder / "my device")),
             f"simulator-run --build {self.project}/build/release "
-            f"--state {self.folder}/my device --size 800x480 --adapters 2 --fresh")
+            f"--state {self.folder}/my device --size 800x480 --adapters 1 --fresh")
 
     def test_asks_for_the_inspector(self):
         self.assertTrue(self.started_with("--inspect").endswith(" --inspect"))
