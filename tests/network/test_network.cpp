@@ -139,6 +139,8 @@ private slots:
 
     void beeps_data();
     void beeps();
+    void toolMissing_pageStaysUsable_data();
+    void toolMissing_pageStaysUsable();
     void toolsMissing_pageStaysUsable();
     void manyPages_leaveNothing();
 };
@@ -1122,6 +1124,42 @@ void TestNetwork::beeps()
     QCOMPARE(beepsOf([&] { world.pane(0).modeBox().setCurrentIndex(1); }), count);
     QVERIFY(beepsOf([&] { QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("1"))); }) >=
             count); // the keypad's own keys beep too
+}
+
+void TestNetwork::toolMissing_pageStaysUsable_data()
+{
+    QTest::addColumn<QString>("tool");
+    for (const char* tool :
+         {"ifconfig", "route", "udhcpc", "kill", "killall", "ping", "rm", "cp", "touch", "sync"}) {
+        QTest::newRow(tool) << QStringLiteral("/panel/bin/") + line(tool);
+    }
+    for (const char* tool : {"setbeep", "readee", "writeee"}) {
+        QTest::newRow(tool) << QStringLiteral("/root/plat-intf/") + line(tool);
+    }
+}
+
+void TestNetwork::toolMissing_pageStaysUsable()
+{
+    QFETCH(QString, tool);
+    NetworkPage world;
+    world.started();
+    world.settings.setValue(line("General/buzzer"), line("on"));
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/panel/bin");
+    QVERIFY(QFile::rename(tool, tool + line(".away")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("8")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 3), line("9")));
+    world.pane(0).modeBox().setCurrentIndex(1);
+    world.pane(0).modeBox().setCurrentIndex(0);
+    world.pane(0).disableSwitch().click();
+    world.pane(0).disableSwitch().click();
+    world.page().onSetTest();
+    QVERIFY(QFile::rename(tool + line(".away"), tool));
+    qputenv("PATH", path);
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.8"));
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("0.0.0.9"));
+    QVERIFY(world.field(0, AdapterPane::Ip, 3)->isEnabled());
+    QCOMPARE(PanelWorld::fileContent(wordArea).mid(751, 4), QByteArray("\xC0\xA8\x00\x08", 4));
 }
 
 void TestNetwork::toolsMissing_pageStaysUsable()
