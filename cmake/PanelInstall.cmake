@@ -1,0 +1,23 @@
+# What is installed, in two components: "plugin" is what a panel needs, "dev" what it takes to
+# compile a host. The rooms themselves are linked into the plugin and are installed nowhere.
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+
+set(PANEL_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/panel-settings)
+set(PANEL_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/PanelSettings)
+
+install(TARGETS SettingsPlugin COMPONENT plugin DESTINATION ${PANEL_PLUGIN_DIR})
+
+set(PANEL_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/panel-settings)
+install(FILES plugin/SettingsInterface.h COMPONENT dev DESTINATION ${PANEL_INCLUDE_DIR}/plugin)
+install(TARGETS settings_interface EXPORT PanelSettingsTargets
+        INCLUDES DESTINATION ${PANEL_INCLUDE_DIR})
+install(EXPORT PanelSettingsTargets COMPONENT dev
+        NAMESPACE PanelSettings:: DESTINATION ${PANEL_CONFIG_DIR})
+configure_package_config_file(
+  cmake/PanelSettingsConfig.cmake.in PanelSettingsConfig.cmake
+  INSTALL_DESTINATION ${PANEL_CONFIG_DIR} PATH_VARS PANEL_PLUGIN_DIR)
+write_basic_package_version_file(PanelSettingsConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/PanelSettingsConfig.cmake
+              ${PROJECT_BINARY_DIR}/PanelSettingsConfigVersion.cmake
+        COMPONENT dev DESTINATION ${PANEL_CONFIG_DIR})

@@ -1,0 +1,115 @@
+"""What `cmake --install` gives a host, and what a host makes of it."""
+
+import os
+import pathlib
+import re
+import sys
+import tempfile
+import unittest
+
+from foreign_host import CLOSE_BUTTON, EXAMPLE, PLUGIN, ROOT, Host, configure, files_in, run
+from vnc_operator import wait_for
+
+BUILD = pathlib.Path(sys.argv.pop(1))
+SANITIZED = "-fsanitize" in os.environ.get("CXXFLAGS", "")
+HEADER = "include/panel-settings/plugin/SettingsInterface.h"
+CONFIG = "lib/cmake/PanelSettings/PanelSettings"
+
+
+def install(prefix, *options):
+    run("cmake", "--install", BUILD, "--prefix", prefix, *options)
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="install-test.")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.prefix = self.folder / "prefix"
+
+
+class Installed(Folder):
+    def test_panel_gets_the_plugin_and_a_host_what_it_compiles_against(self):
+        config = {f"{CONFIG}{part}.cmake" for part in ("Config", "ConfigVersion", "Targets")}
+        for component, files in (("plugin", {PLUGIN}), ("dev", {HEADER} | config)):
+            with self.subTest(component=component):
+                prefix = self.folder / component
+                install(prefix, "--component", component)
+                self.assertEqual(files_in(prefix), files)
+        install(self.prefix)
+        self.assertEqual(files_in(self.prefix), {PLUGIN, HEADER} | config)
+
+    def test_nothing_installed_knows_where_it_was_built(self):
+        install(self.prefix, "--strip")
+        for name in files_in(self.prefix):
+            if SANITIZED and name == PLUGIN:
+                continue  # it names its sources in its reports
+            content = (self.prefix / name).read_bytes()
+            for place in (ROOT, BUILD, self.prefix):
+                self.assertFalse(str(place).encode() in content, f"{place} in {name}")
+        dynamic = run("readelf", "--dynamic", self.prefix / PLUGIN)
+        self.assertIn("NEEDED", dynamic)
+        self.assertNotRegex(dynamic, "RPATH|RUNPATH")
+
+
+class Consumer(Folder):
+    def setUp(self):
+        super().setUp()
+        # Installed at one place and used at another, as a package is.
+        install(self.folder / "staging")
+        (self.folder / "staging").rename(self.prefix)
+
+    def test_host_built_against_it_runs_it(self):
+        cache = configure(EXAMPLE, self.folder / "host", self.prefix)
+        self.assertEqual(cache["PanelSettings_DIR:PATH"], str(self.prefix / CONFIG).rsplit("/", 1)[0])
+        run("cmake", "--build", self.folder / "host")
+        host = Host(BUILD, self.folder / "host" / "example-host", self.prefix)
+        self.addCleanup(host.clean)
+
+        # The first press on a dark panel brings the light back and presses nothing.
+        wait_for(lambda: "register 20" in host.output(), "the dialog, which sets its language")
+        host.make_dark()
+        operator = host.operator()
+        operator.press(*CLOSE_BUTTON)
+        wait_for(lambda: host.backlight() == 140, "the light")
+        self.assertEqual(host.commands().count("/root/plat-intf/setbright 140"), 1)
+        operator.press(*CLOSE_BUTTON)
+        status, output = host.end()
+        operator.close()
+        self.assertEqual(status, 0, output)
+        self.assertEqual(re.findall(r"register (\d+)", output)[0], "20", "the language at the start")
+        self.assertEqual(re.findall(r"register (\d+)", output)[-1], "86", "the close button")
+        gone = [line for line in host.loader_log()
+                if f"file=/opt/panel/{PLUGIN}" in line and "destroying link map" in line]
+        self.assertEqual(len(gone), 1, "the library left the process")
+
+    def test_config_names_the_folder_of_the_plugin(self):
+        project = self.folder / "project"
+        project.mkdir()
+        (project / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.16)\nproject(stranger LANGUAGES CXX)\n"
+            "find_package(PanelSettings 1.0 REQUIRED)\n"
+            "set(found ${PanelSettings_PLUGIN_DIR} CACHE PATH \"\")\n"
+            "find_package(PanelSettings 2.0 QUIET)\n"
+            "set(newer \"${PanelSettings_FOUND}\" CACHE STRING \"\")\n")
+        cache = configure(project, self.folder / "build", self.prefix)
+        self.assertEqual(cache["found:PATH"], str((self.prefix / PLUGIN).parent))
+        self.assertEqual(cache["newer:STRING"], "0")
+
+
+class ForeignLibrary(Folder):
+    def test_host_says_that_a_file_is_no_settings_plugin(self):
+        (self.prefix / "lib").mkdir(parents=True)
+        (self.prefix / "lib" / "other.so").write_text("no library\n")
+        for name in ("lib/other.so", "lib/missing.so"):
+            with self.subTest(name=name):
+                host = Host(BUILD, BUILD / "tests" / "packaging" / "example_host", self.prefix,
+                            plugin=name)
+                self.addCleanup(host.clean)
+                status, output = host.end()
+                self.assertEqual(status, 1, output)
+                self.assertIn("no settings plugin: ", output)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
