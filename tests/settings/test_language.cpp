@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -49,14 +50,17 @@ public:
     }
 };
 
-/// Visible texts of a window that hold letters and miss the mark.
+/// Visible texts of a window that hold letters and miss the mark. Fields hold values, which no
+/// language changes: a MAC address has letters, too.
 QStringList unmarkedTexts(const QWidget* window)
 {
     QStringList texts;
     for (const QWidget* widget : window->findChildren<QWidget*>()) {
         const QString text = widget->property("text").toString();
         const bool hasLetters = text.contains(QRegularExpression(QStringLiteral("\\pL")));
-        if (widget->isVisible() && hasLetters && !text.contains(MarkingTranslator::mark())) {
+        const bool isField = qobject_cast<const QLineEdit*>(widget) != nullptr;
+        if (widget->isVisible() && hasLetters && !isField &&
+            !text.contains(MarkingTranslator::mark())) {
             texts << text;
         }
     }
