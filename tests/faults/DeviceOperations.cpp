@@ -18,6 +18,10 @@ constexpr const char* logoFile = "/panel/state/logo";
 constexpr const char* resolverFile = "/etc/resolv.conf";
 constexpr const char* resolverBackup = "/etc/resolvbak.conf";
 
+/// The status of system() for a line without a process to run it. Where the line was run and its
+/// end was not seen, as with a host that ignores its children, it is -1.
+constexpr int notRun = 127 << 8;
+
 constexpr const char* notStarted = "Fail to popen\n: ";
 
 EEInfoHandle& device()
@@ -177,13 +181,24 @@ QList<Operation> channelOperations()
 /// A control that is one line of the shell.
 Operation shellControl(const char* name, std::function<int()> run, const char* changes)
 {
-    return {name, std::move(run), 0, {wholeFile(changes)}, {{"system 1 EAGAIN", -1}}};
+    return {name,
+            std::move(run),
+            0,
+            {wholeFile(changes)},
+            {{"system 1 EAGAIN", notRun}, {"system 1 ECHILD", -1}}};
 }
 
 /// A line of the shell and "sync", whose status is the result.
 Operation adapterControl(const char* name, std::function<int()> run)
 {
-    return {name, std::move(run), 0, {}, {{"system 1 EAGAIN", 0}, {"system 2 EAGAIN", -1}}};
+    return {name,
+            std::move(run),
+            0,
+            {},
+            {{"system 1 EAGAIN", 0},
+             {"system 1 ECHILD", 0},
+             {"system 2 EAGAIN", notRun},
+             {"system 2 ECHILD", -1}}};
 }
 
 Operation identityControl(const char* name, std::function<int()> run, const char* changes)
@@ -353,7 +368,8 @@ QList<Operation> resolverOperations()
 
           {"write 1 short", replacedAndBackedUp},
           {"close 2 EIO", replacedAndBackedUp},
-          {"system 1 EAGAIN", replaced}},
+          {"system 1 EAGAIN", replaced},
+          {"system 1 ECHILD", replacedAndBackedUp}},
          prepareResolver,
          resolverState},
     };

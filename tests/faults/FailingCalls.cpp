@@ -20,6 +20,9 @@ namespace {
 constexpr int asAlways = -1;
 constexpr int tooShort = 0;
 
+/// The status of a line for which there was no process: that of a shell that found no command.
+constexpr int shellNotStarted = 127 << 8;
+
 /// Only the thread of the function under test is meant.
 thread_local bool watching = false;
 bool happened = false;
@@ -309,7 +312,12 @@ int pclose(FILE* pipe)
 int system(const char* line)
 {
     ORIGINAL(system);
-    return fails("system", EAGAIN) ? -1 : real(line);
+    const int end = endOf("system", {EAGAIN, ECHILD});
+    if (end == EAGAIN) {
+        return shellNotStarted;
+    }
+    const int status = real(line);
+    return end == ECHILD ? -1 : status;
 }
 
 } // extern "C"

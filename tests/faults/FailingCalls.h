@@ -12,7 +12,8 @@
 ///
 /// A way to fail is written "lseek 2 EINVAL": the second call of lseek ends with that error, and
 /// does nothing. "read 1 short" moves half of the bytes, of an odd number the smaller half. The
-/// calls that close something do their work and report an error afterwards, as the system does.
+/// calls that close or end something do their work and report an error afterwards, as the system
+/// does; so does "system 1 ECHILD".
 namespace FailingCalls {
 
 /// One way to fail, and whether the function could go on to ask for it.

@@ -15,7 +15,6 @@ constexpr int notNotified = static_cast<int>(areaNotNotified);
 constexpr const char* registerPipe = "/tmp/fifo_sysreg";
 constexpr const char* areaPipe = "/tmp/fifo_localreg";
 
-/// What is written: every bit of it differs from what the files have at the places written to.
 constexpr std::array<unsigned char, 8> value = {0x5A, 0xC3, 0x3C, 0xA5, 0x96, 0x69, 0x0F, 0xF0};
 
 unsigned char* buffer()

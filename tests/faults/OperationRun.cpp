@@ -1,0 +1,205 @@
+#include "tests/faults/OperationRun.h"
+
+#include "tests/support/PanelWorld.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QMap>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int areaBytes = 4096;
+constexpr int plainBytes = 64;
+
+const QStringList areaFiles = {
+    QStringLiteral("/tmp/mw.dat"),       QStringLiteral("/tmp/mb.dat"),
+    QStringLiteral("/hmi_data/fw.dat"),  QStringLiteral("/hmi_data/fb.dat"),
+    QStringLiteral("/tmp/smw.dat"),      QStringLiteral("/tmp/smb.dat"),
+    QStringLiteral("/hmi_data/sfw.dat"), QStringLiteral("/hmi_data/sfb.dat"),
+    QStringLiteral("/hmi_data/rw.dat")};
+
+/// A pattern in which every byte and every bit has other neighbours.
+QByteArray pattern(int size)
+{
+    QByteArray bytes(size, '\0');
+    for (int at = 0; at < size; ++at) {
+        bytes[at] = char(at * 37 + (at >> 8));
+    }
+    return bytes;
+}
+
+/// What every operation finds.
+void setUpWorld(const Operation& operation)
+{
+    for (const QString& file : areaFiles) {
+        PanelWorld::writeFile(file, pattern(areaBytes));
+    }
+    PanelWorld::writeFile(QLatin1String(plainFile), pattern(plainBytes));
+    QFile::remove(QLatin1String(newFile));
+    QFile::remove(QStringLiteral("/tmp/fifo_sysreg"));
+    QFile::remove(QStringLiteral("/tmp/fifo_localreg"));
+    if (operation.prepare) {
+        operation.prepare();
+    }
+}
+
+using Files = QMap<QString, QByteArray>;
+
+/// Every file that an operation could have changed.
+Files filesOfTheWorld()
+{
+    Files files;
+    for (const QString& folder : {QStringLiteral("/tmp"), QStringLiteral("/hmi_data"),
+                                  QStringLiteral("/panel/state"), QStringLiteral("/etc")}) {
+        for (const QFileInfo& info : QDir(folder).entryInfoList(QDir::Files)) {
+            files[info.filePath()] = PanelWorld::fileContent(info.filePath());
+        }
+    }
+    return files;
+}
+
+bool isOwn(const Operation& operation, const QString& file, int bit)
+{
+    return std::any_of(operation.own.begin(), operation.own.end(), [&](const OwnRange& range) {
+        return file == QLatin1String(range.file) && bit >= range.firstBit &&
+               bit < range.firstBit + range.bits;
+    });
+}
+
+bool bitOf(const QByteArray& bytes, int bit)
+{
+    return (uchar(bytes.at(bit / bitsPerByte)) >> bit % bitsPerByte & 1) != 0;
+}
+
+/// The first bit of a file that changed and is not the operation's own: "FILE, bit N of byte N".
+/// Bits that are in one of the two only have changed.
+QString foreignChange(const Operation& operation, const QString& file, const QByteArray& before,
+                      const QByteArray& after)
+{
+    const int bits = bitsPerByte * qMax(before.size(), after.size());
+    const int common = bitsPerByte * qMin(before.size(), after.size());
+    for (int bit = 0; before != after && bit < bits; ++bit) {
+        const bool changed = bit >= common || bitOf(before, bit) != bitOf(after, bit);
+        if (changed && !isOwn(operation, file, bit)) {
+            return QStringLiteral("%1, bit %2 of byte %3").arg(file).arg(bit % 8).arg(bit / 8);
+        }
+    }
+    return QString();
+}
+
+QString foreignChange(const Operation& operation, const Files& before, const Files& after)
+{
+    for (const QString& file : (before.keys() + after.keys())) {
+        const QString change =
+            foreignChange(operation, file, before.value(file), after.value(file));
+        if (!change.isEmpty()) {
+            return change;
+        }
+    }
+    return QString();
+}
+
+/// What this process holds: descriptors with what they lead to, locks, children, blocked signals.
+QStringList holdings()
+{
+    QStringList held;
+    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    for (const QString& name : descriptors.entryList(QDir::Files | QDir::System)) {
+        const QString target = QFile::symLinkTarget(descriptors.filePath(name));
+        if (!target.isEmpty()) { // which the one that lists them has no more
+            held << name + QLatin1Char(' ') + target;
+        }
+    }
+    const QByteArray self = ' ' + QByteArray::number(getpid()) + ' ';
+    for (const QByteArray& line :
+         PanelWorld::fileContent(QStringLiteral("/proc/locks")).split('\n')) {
+        if (line.contains(self)) {
+            held << QString::fromLatin1(line);
+        }
+    }
+    if (waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD) {
+        held << QStringLiteral("a child");
+    }
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    for (int signal = 1; signal < SIGRTMIN; ++signal) {
+        if (sigismember(&blocked, signal) == 1) {
+            held << QStringLiteral("signal %1").arg(signal);
+        }
+    }
+    return held;
+}
+
+/// Sends what is printed into a file while it lives.
+class Printed
+{
+public:
+    Printed()
+    {
+        std::fflush(nullptr);
+        m_output = dup(STDOUT_FILENO);
+        m_errors = dup(STDERR_FILENO);
+        const int file = ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0600);
+        dup2(file, STDOUT_FILENO);
+        dup2(file, STDERR_FILENO);
+        ::close(file);
+    }
+    ~Printed()
+    {
+        std::fflush(nullptr);
+        restore(STDOUT_FILENO, m_output);
+        restore(STDERR_FILENO, m_errors);
+    }
+    Q_DISABLE_COPY_MOVE(Printed)
+    static QByteArray text()
+    {
+        std::fflush(nullptr);
+        return PanelWorld::fileContent(QLatin1String(path));
+    }
+
+private:
+    static constexpr const char* path = "/run/printed";
+
+    static void restore(int stream, int saved)
+    {
+        dup2(saved, stream);
+        ::close(saved);
+    }
+
+    int m_output;
+    int m_errors;
+};
+
+} // namespace
+
+const QList<Operation>& allOperations()
+{
+    static const QList<Operation> all =
+        fileOperations() + registerOperations() + deviceOperations();
+    return all;
+}
+
+Run runOnce(const Operation& operation, const Hook& before, const Hook& after)
+{
+    setUpWorld(operation);
+    const Printed printed;
+    Run run;
+    const Files files = filesOfTheWorld();
+    run.heldBefore = holdings();
+    before();
+    run.result = operation.run();
+    after();
+    run.heldAfter = holdings();
+    run.result = operation.look ? operation.look() : run.result;
+    run.foreignChange = foreignChange(operation, files, filesOfTheWorld());
+    run.messages = Printed::text();
+    return run;
+}
