@@ -3,7 +3,8 @@
 include(CMakePackageConfigHelpers)
 include(GNUInstallDirs)
 
-set(PANEL_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/panel-settings)
+# Nothing else lies in this folder, so that a host can look for the plugin by its identifier.
+set(PANEL_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/panel-settings/plugins)
 set(PANEL_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/PanelSettings)
 
 install(TARGETS SettingsPlugin COMPONENT plugin DESTINATION ${PANEL_PLUGIN_DIR})

@@ -10,7 +10,7 @@ from vnc_operator import Operator, wait_for
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLE = ROOT / "docs" / "example-host"
-PLUGIN = "lib/panel-settings/libSettingsPlugin.so"
+PLUGIN = "lib/panel-settings/plugins/libSettingsPlugin.so"
 SCREEN = (1024, 600)
 CLOSE_BUTTON = (SCREEN[0] - 55 + 20, 15 + 20)  # the middle of 40 x 40 pixels
 
@@ -37,12 +37,20 @@ def configure(project, folder, prefix):
     return dict(line.split("=", 1) for line in lines if ":" in line and "=" in line)
 
 
+def build(project, folder, prefix):
+    """The same, and builds it."""
+    cache = configure(project, folder, prefix)
+    run("cmake", "--build", folder)
+    return cache
+
+
 class Host:
     """The example host running in a panel, with the files below a prefix as its /opt/panel."""
 
     def __init__(self, build, program, prefix, plugin=PLUGIN):
         self._folder = tempfile.TemporaryDirectory(prefix="host-test.")
         self.folder = pathlib.Path(self._folder.name)
+        self._plugin = plugin
         self.volatile = self.folder / "volatile"
         self.device = self.folder / "device"
         screen = self.folder / "screen"
@@ -68,6 +76,15 @@ class Host:
         wait_for(self._screen.exists, "the host's display")
         return Operator(self._screen)
 
+    def close_settings(self):
+        """Presses the close button, first to bring the light back and then in earnest."""
+        wait_for(lambda: "register 20" in self.output(), "the dialog, which sets its language")
+        operator = self.operator()
+        for _ in range(2):
+            operator.press(*CLOSE_BUTTON)
+        wait_for(lambda: "register 86" in self.output(), "the dialog to close")
+        operator.close()
+
     def make_dark(self):
         """Puts the lamp out behind the host's back."""
         (self.device / "state" / "backlight").write_text("0\n")
@@ -89,13 +106,12 @@ class Host:
         """Waits for the host to end by itself; returns its status and what it printed."""
         return self._process.wait(timeout=60), self.output()
 
-    def loader_log(self):
-        """What the dynamic loader did in the host, line by line."""
-        for log in (self.volatile / "log").glob("loader.*"):
-            text = log.read_text(errors="replace")
-            if "/opt/host/" in text and "libSettingsPlugin" in text:
-                return text.splitlines()
-        return []
+    def unloaded(self):
+        """How often the plugin left the process while the host was running."""
+        logs = (self.volatile / "log").glob("loader.*")
+        lines = [line for log in logs for line in log.read_text(errors="replace").splitlines()]
+        return len([line for line in lines if f"file=/opt/panel/{self._plugin}" in line
+                    and "destroying link map" in line])
 
     def clean(self):
         if self._process.poll() is None:

@@ -11,8 +11,8 @@ import unittest
 
 sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-BASICS = ("bash", "cat", "dirname", "env", "grep", "mkdir", "readlink", "sed", "sh", "sort", "tail",
-          "tee", "tr")
+BASICS = ("bash", "cat", "dirname", "env", "grep", "ls", "mkdir", "readlink", "rm", "sed", "sh",
+          "sort", "tail", "tee", "tr")
 
 
 class Machine(unittest.TestCase):
@@ -38,6 +38,7 @@ class Machine(unittest.TestCase):
         self.stand_in("nproc", "echo 3", quiet=True)
         self.stand_in("bwrap", quiet=True)
         self.stand_in("apt-get")
+        self.stand_in("cpack", 'mkdir -p "$4/_CPack_Packages"; : >"$4/panel-settings_1_all.deb"')
         self.stand_in("ctest", "echo '100% tests passed, 0 tests failed out of 4'")
         self.stand_in("cmake", 'case $1$2 in --presetrelease | --presetasan-ubsan)'
                       'mkdir -p build/$2; : >build/$2/build.ninja ;; esac')
@@ -108,7 +109,8 @@ class Words(Machine):
                 (["run", "--state", "/dev/null/x"], "no permission to write to /dev/null/x"),
                 (["test", "--fast"], "unknown option '--fast'"),
                 (["shots", "here"], "unknown option 'here'"),
-                (["lint", "here"], "unknown option 'here'")):
+                (["lint", "here"], "unknown option 'here'"),
+                (["package", "here"], "unknown option 'here'")):
             with self.subTest(arguments=arguments):
                 self.assert_refused(arguments, text)
                 self.assertEqual(self.calls(), [])
@@ -116,14 +118,14 @@ class Words(Machine):
     def test_help_names_every_command_and_option(self):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
-            for word in ("run", "test", "shots", "lint", "--size", "--adapters", "--fresh",
+            for word in ("run", "test", "shots", "lint", "package", "--size", "--adapters", "--fresh",
                          "--state", "--inspect"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
 
     def test_every_command_does_its_job(self):
         for command, job in (("run", "simulator-run"), ("shots", "simulator-shots"),
-                             ("lint", "tests-lint"), ("test", "ctest")):
+                             ("lint", "tests-lint"), ("test", "ctest"), ("package", "cpack")):
             with self.subTest(command=command):
                 self.succeed(command)
                 self.assertIn(job, [call.split()[0] for call in self.calls()])
@@ -185,6 +187,30 @@ class Run(Machine):
         self.assertEqual(self.calls(), ["cmake --preset release"])
 
 
+class DebianPackages(Machine):
+    def test_says_where_they_are(self):
+        (self.project / "build" / "packages").mkdir(parents=True)
+        (self.project / "build" / "packages" / "panel-settings_0_all.deb").touch()
+        self.assertEqual(self.succeed("package").splitlines()[-2:],
+                         [f"The packages are in {self.project}/build/packages:",
+                          "panel-settings_1_all.deb"])
+        self.assertIn(f"cpack --config {self.project}/build/release/CPackConfig.cmake "
+                      f"-B {self.project}/build/packages", self.calls())
+
+    def test_shows_why_they_cannot_be_made(self):
+        self.stand_in("cpack", "echo no dpkg-shlibdeps; exit 1")
+        result = self.panel("package")
+        self.assertEqual(result.returncode, 2)
+        self.assertIn("no dpkg-shlibdeps", result.stderr)
+        self.assertIn("panel: the packages cannot be made", result.stderr)
+        self.assertNotIn("The packages are in", result.stdout)
+
+    def test_failing_build_makes_none(self):
+        self.stand_in("cmake", "case $1 in --build) exit 1 ;; esac")
+        self.assert_refused(["package"], "the build failed")
+        self.assertFalse(any(call.startswith("cpack") for call in self.calls()))
+
+
 class Packages(Machine):
     def test_only_the_missing_packages_are_installed(self):
         self.without_package("g++", "bubblewrap")
@@ -209,6 +235,7 @@ class Packages(Machine):
     def test_each_command_wants_its_own_packages(self):
         self.without_package("clang-tidy", "tigervnc-viewer")
         self.succeed("test")
+        self.succeed("package")
         self.assertFalse(any(call.startswith("apt-get") for call in self.calls()))
         self.succeed("run")
         self.assertIn("apt-get install -q -y --no-install-recommends tigervnc-viewer", self.calls())
