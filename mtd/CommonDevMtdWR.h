@@ -1,0 +1,28 @@
+#pragma once
+
+#include "mtd/MtdWRInterface.h"
+
+/// The flash of the usual panels: the four partitions "/dev/mtd0" to "/dev/mtd3".
+///
+/// Nothing is erased or written before the arguments and the device are known to be right. When a
+/// path can be opened and is no flash device, its descriptor stays open; that is all that is ever
+/// left behind.
+class CommonDevMtdWR : public MtdWRInterface
+{
+public:
+    /// 0.
+    int hmi_type() override;
+
+    /// Prints "blocks=%d,length=%d\n", "Erasing blocks: %d/%d (%d%%)\n" for every block and, at
+    /// the end of erasing, "\rErasing blocks: %d/%d (100%%)\n". A device number above 3, a negative
+    /// start and a missing buffer are one line on standard error.
+    int mtd_copy_write(unsigned char* buf, unsigned len, unsigned char dev, int start) override;
+    /// Prints "blocks=%d,length=%d\n".
+    int mtd_copy_read(unsigned char* buf, unsigned len, unsigned char dev, int start) override;
+    int mtd_read(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
+                 erase_info_user* blocks, int count) override;
+    /// What is read back is compared four bytes at a time, for a family of 5 a block at a time;
+    /// such a family writes whole blocks. A difference prints "Verify Error\r".
+    int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
+                  erase_info_user* blocks, int count) override;
+};

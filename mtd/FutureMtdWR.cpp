@@ -1,0 +1,6 @@
+#include "mtd/FutureMtdWR.h"
+
+int FutureMtdWR::hmi_type()
+{
+    return 6;
+}

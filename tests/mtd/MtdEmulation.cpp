@@ -1,0 +1,289 @@
+#include "tests/mtd/MtdEmulation.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <mtd/mtd-user.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using MtdEmulation::Device;
+
+namespace {
+
+constexpr int deviceCount = 4;
+constexpr int descriptorLimit = 1024;
+constexpr int noDevice = -1;
+
+struct Slot
+{
+    Device device;
+    bool plugged = false;
+};
+
+std::array<Slot, deviceCount> slots;
+/// The device behind each descriptor, plus one; zero before anything of this file is constructed.
+std::array<int, descriptorLimit> devicesByDescriptor;
+std::vector<std::string> calls;
+
+/// The C library's own.
+template <typename Function>
+Function* original(Function* /*ours*/, const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage)
+#define ORIGINAL(name) static const auto real = original(&(name), #name)
+
+std::string fileOf(int number)
+{
+    return "/run/flash" + std::to_string(number);
+}
+
+int deviceOfPath(const char* path)
+{
+    for (int number = 0; number < deviceCount; ++number) {
+        if (slots.at(number).plugged && path == "/dev/mtd" + std::to_string(number)) {
+            return number;
+        }
+    }
+    return noDevice;
+}
+
+int deviceOf(int descriptor)
+{
+    const bool known = descriptor >= 0 && descriptor < descriptorLimit;
+    return known ? devicesByDescriptor.at(descriptor) - 1 : noDevice;
+}
+
+void note(const char* call, long long first, long long second)
+{
+    calls.push_back(std::string(call) + ' ' + std::to_string(first) + ' ' + std::to_string(second));
+}
+
+int fail(int error)
+{
+    errno = error;
+    return -1;
+}
+
+int tell(const Device& device, mtd_info_user* info)
+{
+    calls.emplace_back("info");
+    if (!device.isFlash) {
+        return fail(ENOTTY);
+    }
+    *info = {};
+    info->type = MTD_NANDFLASH;
+    info->flags = MTD_CAP_NANDFLASH;
+    info->size = device.size;
+    info->erasesize = device.eraseSize;
+    info->writesize = device.writeSize;
+    return 0;
+}
+
+int tellBad(const Device& device, loff_t offset)
+{
+    calls.push_back("bad " + std::to_string(offset));
+    const auto block = static_cast<std::uint32_t>(offset);
+    if (offset < 0 || offset >= loff_t(device.size) || device.unknownBlocks.count(block) > 0) {
+        return fail(EINVAL);
+    }
+    return device.badBlocks.count(block) > 0 ? 1 : 0;
+}
+
+int erase(const Device& device, int descriptor, const erase_info_user& block)
+{
+    note("erase", block.start, block.length);
+    if (block.start % device.eraseSize != 0 || block.length % device.eraseSize != 0 ||
+        std::uint64_t(block.start) + block.length > device.size) {
+        return fail(EINVAL);
+    }
+    if (device.badBlocks.count(block.start) > 0 || device.failingErases.count(block.start) > 0) {
+        return fail(EIO);
+    }
+    const std::string ones(block.length, '\xFF');
+    return pwrite(descriptor, ones.data(), ones.size(), block.start) == ssize_t(ones.size()) ? 0
+                                                                                             : -1;
+}
+
+/// What is at @p offset when @p data has been written over it.
+std::string written(const Device& device, int descriptor, long long offset, std::string data)
+{
+    std::string old(data.size(), '\0');
+    const ssize_t known = pread(descriptor, old.data(), old.size(), offset);
+    for (std::size_t at = 0; at < std::size_t(std::max<ssize_t>(known, 0)); ++at) {
+        data[at] = char(data[at] & old[at]);
+    }
+    const long long flipped = device.flippedByte - offset;
+    if (device.flippedByte >= 0 && flipped >= 0 && flipped < (long long)data.size()) {
+        data[std::size_t(flipped)] = char(data[std::size_t(flipped)] ^ 0x10);
+    }
+    return data;
+}
+
+int openDevice(int number, int flags)
+{
+    note("open", number, flags);
+    ORIGINAL(open);
+    const int descriptor = real(fileOf(number).c_str(), flags);
+    if (descriptor >= 0 && descriptor < descriptorLimit) {
+        devicesByDescriptor.at(descriptor) = number + 1;
+    }
+    return descriptor;
+}
+
+/// How much of @p size a transfer at @p offset moves, as far as the device reaches.
+std::size_t reachable(const Device& device, long long offset, std::size_t size)
+{
+    const long long left = std::max(0LL, (long long)device.size - offset);
+    return std::min(size, std::size_t(left));
+}
+
+ssize_t writeDevice(const Device& device, int descriptor, const void* buffer, std::size_t size)
+{
+    const long long offset = lseek(descriptor, 0, SEEK_CUR);
+    note("write", offset, (long long)size);
+    const std::size_t count = reachable(device, offset, size);
+    if (size > 0 && count == 0) {
+        return fail(ENOSPC);
+    }
+    if (offset % device.writeSize != 0 || count % device.writeSize != 0) {
+        return fail(EINVAL);
+    }
+    const std::string bytes =
+        written(device, descriptor, offset, std::string(static_cast<const char*>(buffer), count));
+    ORIGINAL(write);
+    return real(descriptor, bytes.data(), bytes.size());
+}
+
+} // namespace
+
+namespace MtdEmulation {
+
+void plug(int number, const Device& device)
+{
+    slots.at(number) = {device, true};
+    setContent(number, std::string(device.size, '\0'));
+}
+
+void unplugAll()
+{
+    slots = {};
+    calls.clear();
+}
+
+std::string content(int number)
+{
+    std::string bytes(slots.at(number).device.size, '\0');
+    std::FILE* file = std::fopen(fileOf(number).c_str(), "rb");
+    bytes.resize(file ? std::fread(bytes.data(), 1, bytes.size(), file) : 0);
+    if (file) {
+        std::fclose(file);
+    }
+    return bytes;
+}
+
+void setContent(int number, const std::string& bytes)
+{
+    std::FILE* file = std::fopen(fileOf(number).c_str(), "wb");
+    if (!file || std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() ||
+        std::fclose(file) != 0) {
+        std::perror("flash emulation");
+        std::abort();
+    }
+}
+
+std::vector<std::string> log()
+{
+    return calls;
+}
+
+} // namespace MtdEmulation
+
+extern "C" {
+
+int open(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    ORIGINAL(open);
+    const int number = deviceOfPath(path);
+    return number == noDevice ? real(path, flags, mode) : openDevice(number, flags);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    ORIGINAL(open64);
+    const int number = deviceOfPath(path);
+    return number == noDevice ? real(path, flags, mode) : openDevice(number, flags);
+}
+
+int ioctl(int descriptor, unsigned long request, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    ORIGINAL(ioctl);
+    const int number = deviceOf(descriptor);
+    if (number == noDevice) {
+        return real(descriptor, request, argument);
+    }
+    const Device& device = slots.at(number).device;
+    switch (request) {
+    case MEMGETINFO:
+        return tell(device, static_cast<mtd_info_user*>(argument));
+    case MEMGETBADBLOCK:
+        return tellBad(device, *static_cast<loff_t*>(argument));
+    case MEMERASE:
+        return erase(device, descriptor, *static_cast<erase_info_user*>(argument));
+    default:
+        return fail(ENOTTY);
+    }
+}
+
+ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    ORIGINAL(read);
+    const int number = deviceOf(descriptor);
+    if (number == noDevice) {
+        return real(descriptor, buffer, size);
+    }
+    const long long offset = lseek(descriptor, 0, SEEK_CUR);
+    note("read", offset, (long long)size);
+    return real(descriptor, buffer, reachable(slots.at(number).device, offset, size));
+}
+
+ssize_t write(int descriptor, const void* buffer, size_t size)
+{
+    ORIGINAL(write);
+    const int number = deviceOf(descriptor);
+    return number == noDevice ? real(descriptor, buffer, size)
+                              : writeDevice(slots.at(number).device, descriptor, buffer, size);
+}
+
+int close(int descriptor)
+{
+    ORIGINAL(close);
+    if (deviceOf(descriptor) != noDevice) {
+        calls.emplace_back("close");
+        devicesByDescriptor.at(descriptor) = 0;
+    }
+    return real(descriptor);
+}
+
+} // extern "C"
