@@ -124,6 +124,11 @@ Blocks findBlocks(const Flash& flash, int start, std::size_t wanted)
     return good;
 }
 
+bool moveTo(int fd, std::uint32_t offset)
+{
+    return lseek64(fd, offset, SEEK_SET) == off64_t(offset);
+}
+
 /// Whether the next @p len bytes of the device are those of @p expected, asked for in pieces.
 bool readsBack(int fd, const unsigned char* expected, unsigned len, unsigned piece)
 {
@@ -132,29 +137,27 @@ bool readsBack(int fd, const unsigned char* expected, unsigned len, unsigned pie
         const unsigned part = std::min(piece, len - done);
         if (::read(fd, found.data(), part) != static_cast<ssize_t>(part) ||
             std::memcmp(found.data(), expected + done, part) != 0) {
-            std::printf("Verify Error\r");
             return false;
         }
     }
     return true;
 }
 
-/// Writes one buffer into the blocks of a list, in their order.
+/// Writes one buffer into the blocks of a list, in their order, and nothing anywhere else: where
+/// the device did not move to, nothing is written.
 class BlockWriter
 {
 public:
     BlockWriter(int fd, const Block* blocks) : m_descriptor(fd), m_block(blocks) {}
 
-    /// Writes whole units and reads every block back, which also tells when moving or writing
-    /// failed. @p piece is how much is compared at a time, 0 for a whole block.
+    /// Writes whole units and reads every block back. @p piece is how much is compared at a time,
+    /// 0 for a whole block.
     bool writeVerified(const unsigned char* data, unsigned len, unsigned piece)
     {
         while (len > 0) {
             const unsigned part = std::min(len, m_block->length);
-            lseek(m_descriptor, m_block->start, SEEK_SET);
-            (void)!::write(m_descriptor, data, part);
-            lseek(m_descriptor, m_block->start, SEEK_SET);
-            if (!readsBack(m_descriptor, data, part, piece > 0 ? piece : part)) {
+            if (!writeBlock(data, part, piece > 0 ? piece : part)) {
+                std::printf("Verify Error\r");
                 return false;
             }
             data += part;
@@ -166,18 +169,29 @@ public:
     }
 
     /// Writes less than a unit as a whole one: behind what was verified last, or, when that filled
-    /// its block, at the start of the next good one, where it will be looked for.
-    void writePadded(const unsigned char* data, unsigned len, unsigned unit) const
+    /// its block, at the start of the next good one, where it will be looked for. Whether it came
+    /// there; what becomes of it is not looked at.
+    bool writePadded(const unsigned char* data, unsigned len, unsigned unit) const
     {
+        if (!m_inside && !moveTo(m_descriptor, m_block->start)) {
+            return false;
+        }
         std::vector<unsigned char> padded(unit);
         std::memcpy(padded.data(), data, len);
-        if (!m_inside) {
-            lseek(m_descriptor, m_block->start, SEEK_SET);
-        }
         (void)!::write(m_descriptor, padded.data(), unit);
+        return true;
     }
 
 private:
+    bool writeBlock(const unsigned char* data, unsigned len, unsigned piece) const
+    {
+        if (!moveTo(m_descriptor, m_block->start)) {
+            return false;
+        }
+        (void)!::write(m_descriptor, data, len); // a failure reads back as something else
+        return moveTo(m_descriptor, m_block->start) && readsBack(m_descriptor, data, len, piece);
+    }
+
     int m_descriptor;
     const Block* m_block;
     bool m_inside = false; ///< The device stands inside the block, behind something written.
@@ -236,8 +250,9 @@ int CommonDevMtdWR::mtd_read(int fd, mtd_info_user* /*info*/, unsigned char* buf
 {
     for (int at = 0; at < count && len > 0; ++at) {
         const unsigned part = std::min(len, blocks[at].length);
-        lseek(fd, blocks[at].start, SEEK_SET);
-        (void)!::read(fd, buf, part); // the caller compares what it reads, if it cares
+        if (moveTo(fd, blocks[at].start)) {
+            (void)!::read(fd, buf, part); // the caller compares what it reads, if it cares
+        }
         buf += part;
         len -= part;
     }
@@ -260,8 +275,5 @@ int CommonDevMtdWR::mtd_write(int fd, mtd_info_user* info, unsigned char* buf, u
     if (!writer.writeVerified(buf, len - rest, wholeBlocks ? 0 : comparedBytes)) {
         return 1;
     }
-    if (rest > 0) {
-        writer.writePadded(buf + (len - rest), rest, unit);
-    }
-    return 0;
+    return rest == 0 || writer.writePadded(buf + (len - rest), rest, unit) ? 0 : 1;
 }

@@ -35,6 +35,8 @@ struct Outcome
     const char* message = "";
     /// What it then changes besides its own, and is documented to.
     OwnRange besides = nothing;
+    /// The file whose descriptor it is documented to leave open.
+    const char* leavesOpen = nullptr;
 };
 
 /// An operation of a room, called as its users call it.
@@ -59,3 +61,5 @@ inline constexpr const char* newFile = "/tmp/new.dat";
 QList<Operation> fileOperations();
 QList<Operation> registerOperations();
 QList<Operation> deviceOperations();
+/// On emulated flash, which a tracer of system calls cannot see.
+QList<Operation> flashOperations();

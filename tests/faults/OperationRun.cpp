@@ -183,7 +183,7 @@ private:
 const QList<Operation>& allOperations()
 {
     static const QList<Operation> all =
-        fileOperations() + registerOperations() + deviceOperations();
+        fileOperations() + registerOperations() + deviceOperations() + flashOperations();
     return all;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+#include <unistd.h>
+
 namespace {
 
 /// What came of a run with a fault, or with none.
@@ -22,6 +24,20 @@ FaultyRun runWith(Operation operation, const Outcome& outcome = {})
         [&] { run.possible = FailingCalls::stop(); });
     run.faultHappened = FailingCalls::hasHappened();
     return run;
+}
+
+/// Takes what a fault is documented to leave open out of what a run holds, and closes it.
+QStringList withoutLeftOpen(QStringList held, const char* file)
+{
+    for (int at = 0; file && at < held.size(); ++at) {
+        const QStringList words = held.at(at).split(QLatin1Char(' '));
+        if (words.last() == QLatin1String(file)) {
+            ::close(words.first().toInt());
+            held.removeAt(at);
+            return held;
+        }
+    }
+    return file ? QStringList(QStringLiteral("it is not open")) : held;
 }
 
 } // namespace
@@ -102,7 +118,7 @@ void TestFaults::fault_hasItsDocumentedResult_andLeavesNothing()
     const FaultyRun run = runWith(allOperations().at(operation), expected);
     QVERIFY(run.faultHappened);
     QCOMPARE(run.result, expected.result);
-    QCOMPARE(run.heldAfter, run.heldBefore);
+    QCOMPARE(withoutLeftOpen(run.heldAfter, expected.leavesOpen), run.heldBefore);
     QCOMPARE(run.foreignChange, QString());
     QVERIFY2(*expected.message ? run.messages.startsWith(expected.message) : run.messages.isEmpty(),
              run.messages.constData());

@@ -44,7 +44,7 @@ Function* original(Function* /*ours*/, const char* name)
 
 std::string fileOf(int number)
 {
-    return "/run/flash" + std::to_string(number);
+    return "/tmp/flash" + std::to_string(number);
 }
 
 int deviceOfPath(const char* path)
@@ -129,6 +129,13 @@ std::string written(const Device& device, int descriptor, long long offset, std:
     return data;
 }
 
+/// Where the device stands, whoever else takes lseek.
+long long positionOf(int descriptor)
+{
+    ORIGINAL(lseek64);
+    return real(descriptor, 0, SEEK_CUR);
+}
+
 int openDevice(int number, int flags)
 {
     note("open", number, flags);
@@ -149,7 +156,7 @@ std::size_t reachable(const Device& device, long long offset, std::size_t size)
 
 ssize_t writeDevice(const Device& device, int descriptor, const void* buffer, std::size_t size)
 {
-    const long long offset = lseek(descriptor, 0, SEEK_CUR);
+    const long long offset = positionOf(descriptor);
     note("write", offset, (long long)size);
     const std::size_t count = reachable(device, offset, size);
     if (size > 0 && count == 0) {
@@ -263,7 +270,7 @@ ssize_t read(int descriptor, void* buffer, size_t size)
     if (number == noDevice) {
         return real(descriptor, buffer, size);
     }
-    const long long offset = lseek(descriptor, 0, SEEK_CUR);
+    const long long offset = positionOf(descriptor);
     note("read", offset, (long long)size);
     return real(descriptor, buffer, reachable(slots.at(number).device, offset, size));
 }
