@@ -8,6 +8,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <initializer_list>
 #include <mtd/mtd-user.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -31,6 +32,7 @@ std::array<Slot, deviceCount> slots;
 /// The device behind each descriptor, plus one; zero before anything of this file is constructed.
 std::array<int, descriptorLimit> devicesByDescriptor;
 std::vector<std::string> calls;
+bool logging = true;
 
 /// The C library's own.
 template <typename Function>
@@ -63,9 +65,16 @@ int deviceOf(int descriptor)
     return known ? devicesByDescriptor.at(descriptor) - 1 : noDevice;
 }
 
-void note(const char* call, long long first, long long second)
+void note(const char* call, std::initializer_list<long long> numbers = {})
 {
-    calls.push_back(std::string(call) + ' ' + std::to_string(first) + ' ' + std::to_string(second));
+    if (!logging) {
+        return;
+    }
+    std::string line = call;
+    for (const long long number : numbers) {
+        line += ' ' + std::to_string(number);
+    }
+    calls.push_back(line);
 }
 
 int fail(int error)
@@ -76,7 +85,7 @@ int fail(int error)
 
 int tell(const Device& device, mtd_info_user* info)
 {
-    calls.emplace_back("info");
+    note("info");
     if (!device.isFlash) {
         return fail(ENOTTY);
     }
@@ -91,7 +100,7 @@ int tell(const Device& device, mtd_info_user* info)
 
 int tellBad(const Device& device, loff_t offset)
 {
-    calls.push_back("bad " + std::to_string(offset));
+    note("bad", {offset});
     const auto block = static_cast<std::uint32_t>(offset);
     if (offset < 0 || offset >= loff_t(device.size) || device.unknownBlocks.count(block) > 0) {
         return fail(EINVAL);
@@ -101,7 +110,7 @@ int tellBad(const Device& device, loff_t offset)
 
 int erase(const Device& device, int descriptor, const erase_info_user& block)
 {
-    note("erase", block.start, block.length);
+    note("erase", {block.start, block.length});
     if (block.start % device.eraseSize != 0 || block.length % device.eraseSize != 0 ||
         std::uint64_t(block.start) + block.length > device.size) {
         return fail(EINVAL);
@@ -138,7 +147,7 @@ long long positionOf(int descriptor)
 
 int openDevice(int number, int flags)
 {
-    note("open", number, flags);
+    note("open", {number, flags});
     ORIGINAL(open);
     const int descriptor = real(fileOf(number).c_str(), flags);
     if (descriptor >= 0 && descriptor < descriptorLimit) {
@@ -157,7 +166,7 @@ std::size_t reachable(const Device& device, long long offset, std::size_t size)
 ssize_t writeDevice(const Device& device, int descriptor, const void* buffer, std::size_t size)
 {
     const long long offset = positionOf(descriptor);
-    note("write", offset, (long long)size);
+    note("write", {offset, (long long)size});
     const std::size_t count = reachable(device, offset, size);
     if (size > 0 && count == 0) {
         return fail(ENOSPC);
@@ -211,6 +220,11 @@ void setContent(int number, const std::string& bytes)
 std::vector<std::string> log()
 {
     return calls;
+}
+
+void setLogging(bool on)
+{
+    logging = on;
 }
 
 } // namespace MtdEmulation
@@ -271,7 +285,7 @@ ssize_t read(int descriptor, void* buffer, size_t size)
         return real(descriptor, buffer, size);
     }
     const long long offset = positionOf(descriptor);
-    note("read", offset, (long long)size);
+    note("read", {offset, (long long)size});
     return real(descriptor, buffer, reachable(slots.at(number).device, offset, size));
 }
 
@@ -287,7 +301,7 @@ int close(int descriptor)
 {
     ORIGINAL(close);
     if (deviceOf(descriptor) != noDevice) {
-        calls.emplace_back("close");
+        note("close");
         devicesByDescriptor.at(descriptor) = 0;
     }
     return real(descriptor);

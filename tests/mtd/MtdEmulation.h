@@ -38,5 +38,7 @@ void setContent(int number, const std::string& bytes);
 /// passed to open), "info", "bad OFFSET", "erase OFFSET LENGTH", "write OFFSET LENGTH",
 /// "read OFFSET LENGTH", "close". Failed ones too.
 std::vector<std::string> log();
+/// Off for those who measure. Plugging and unplugging leave it as it is.
+void setLogging(bool on);
 
 } // namespace MtdEmulation

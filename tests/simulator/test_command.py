@@ -110,6 +110,7 @@ class Words(Machine):
                 (["test", "--fast"], "unknown option '--fast'"),
                 (["shots", "here"], "unknown option 'here'"),
                 (["lint", "here"], "unknown option 'here'"),
+                (["bench", "here"], "unknown option 'here'"),
                 (["package", "here"], "unknown option 'here'")):
             with self.subTest(arguments=arguments):
                 self.assert_refused(arguments, text)
@@ -118,7 +119,7 @@ class Words(Machine):
     def test_help_names_every_command_and_option(self):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
-            for word in ("run", "test", "shots", "lint", "package", "--size", "--adapters", "--fresh",
+            for word in ("run", "test", "shots", "bench", "lint", "package", "--size", "--adapters", "--fresh",
                          "--state", "--inspect"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
@@ -185,6 +186,32 @@ class Run(Machine):
         self.stand_in("cmake", "exit 1")
         self.assert_refused(["run"], "cannot be configured")
         self.assertEqual(self.calls(), ["cmake --preset release"])
+
+
+class Bench(Machine):
+    def setUp(self):
+        super().setUp()
+        self.script(self.project / "simulator" / "sandbox", "sandbox", 'case $* in *slow) exit 1 ;; esac')
+
+    def benchmark(self, name):
+        programs = self.project / "build" / "bench" / "benchmarks"
+        programs.mkdir(parents=True, exist_ok=True)
+        self.script(programs / f"bench_{name}", name)
+
+    def test_every_program_has_a_panel_of_its_own(self):
+        self.benchmark("one")
+        self.benchmark("two")
+        self.succeed("bench")
+        build = self.project / "build" / "bench"
+        self.assertEqual([call for call in self.calls() if call.startswith("sandbox")],
+                         [f"sandbox --build {build} -- {build}/benchmarks/bench_{name}"
+                          for name in ("one", "two")])
+
+    def test_one_above_its_goal_fails_after_all_have_run(self):
+        self.benchmark("slow")
+        self.benchmark("then")
+        self.assertEqual(self.panel("bench").returncode, 1)
+        self.assertEqual(len([call for call in self.calls() if call.startswith("sandbox")]), 2)
 
 
 class DebianPackages(Machine):
