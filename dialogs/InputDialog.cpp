@@ -1,13 +1,14 @@
 #include "dialogs/InputDialog.h"
 
 #include "common/KeyBeep.h"
+#include "common/KeyStyle.h"
 #include "common/Latin1.h"
+#include "common/Message.h"
 #include "common/PanelFont.h"
 #include "dialogs/DialogStyle.h"
 #include "ui_InputDialog.h"
 
 #include <QEvent>
-#include <QMessageBox>
 #include <QMouseEvent>
 
 #include <array>
@@ -22,9 +23,6 @@ constexpr int largestValue = std::numeric_limits<int>::max() - 1;
 
 constexpr QLatin1String dialogStyle = "#InputDialog{border:3px solid rgb(0, 0, 0);}"_l1;
 constexpr QLatin1String rangeStyle = "background:transparent; color:white"_l1;
-constexpr QLatin1String keyStyle =
-    "QPushButton {border-image:url(:/Resources/button_up.png);color:white;}"
-    "QPushButton:pressed {border-image:url(:/Resources/button_down.png);color:white;}"_l1;
 constexpr QLatin1String zero = "0"_l1;
 
 using Key = QPushButton* Ui_InputDialog::*;
@@ -229,8 +227,8 @@ void InputDialog::onEnter()
         m_inputText.clear();
         return;
     }
-    QMessageBox::information(nullptr, tr("Tips"), tr("Input number is out of range!"),
-                             QMessageBox::Yes, QMessageBox::Yes);
+    Message::show(m_fontId, QMessageBox::Information, tr("Tips"),
+                  tr("Input number is out of range!"), QMessageBox::Yes);
 }
 
 bool InputDialog::isInRange(int value) const

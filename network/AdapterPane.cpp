@@ -1,6 +1,7 @@
 #include "network/AdapterPane.h"
 
 #include "common/Latin1.h"
+#include "network/ChoiceBox.h"
 #include "network/DottedQuad.h"
 
 #include <QFont>
@@ -10,7 +11,6 @@
 #include <QPixmap>
 #include <QScrollBar>
 #include <QStandardItemModel>
-#include <QStyledItemDelegate>
 
 namespace {
 
@@ -34,7 +34,6 @@ constexpr QLatin1String scrollBarStyle =
     "min-height:48px;}"
     "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0px;}"
     "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:none;}"_l1;
-constexpr QLatin1String choicesStyle = "QAbstractItemView::item{min-height:40px;}"_l1;
 constexpr QLatin1String macStyle =
     "QLineEdit{border-width:0;border-style:outset;background:transparent;}"_l1;
 constexpr QLatin1String defaultButtonStyle =
@@ -63,16 +62,6 @@ QLatin1String lampPicture(AdapterPane::Lamp lamp)
         break;
     }
     return ":/Resources/k.lamp0_00.png"_l1;
-}
-
-/// A list of choices that a finger can hit.
-QComboBox* makeChoice(QWidget* parent)
-{
-    auto* box = new QComboBox(parent);
-    box->setItemDelegate(new QStyledItemDelegate(box));
-    box->view()->setStyleSheet(choicesStyle);
-    box->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    return box;
 }
 
 void setChoices(QComboBox* box, const QStringList& texts)
@@ -138,9 +127,9 @@ void AdapterPane::buildLeft(QGridLayout* grid)
     info->addWidget(m_gatewayLabel, 1);
     grid->addWidget(m_infoGroup, 1, LeftCaption, 1, 2, Qt::AlignVCenter);
 
-    m_modeBox = makeChoice(widget());
+    m_modeBox = new ChoiceBox(widget());
     addRow(grid, 2, LeftCaption, m_modeCaption, m_modeBox);
-    m_defaultBox = makeChoice(widget());
+    m_defaultBox = new ChoiceBox(widget());
     grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
 
     m_defaultButton = new QPushButton(widget());

@@ -2,6 +2,7 @@
 
 #include "common/KeyBeep.h"
 #include "common/Latin1.h"
+#include "common/Message.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "device/DeviceScreen.h"
@@ -19,7 +20,6 @@
 
 #include <QEvent>
 #include <QFile>
-#include <QMessageBox>
 #include <QNetworkInterface>
 #include <QTabBar>
 #include <QVBoxLayout>
@@ -37,9 +37,6 @@ constexpr QLatin1String resolverPath = "/etc/resolv.conf"_l1;
 constexpr QLatin1String resolverBackupPath = "/etc/resolvbak.conf"_l1;
 constexpr QLatin1String unknownAddress = "0.0.0.0"_l1;
 
-constexpr QLatin1String boxStyle =
-    "QMessageBox{background-color:rgb(255, 255, 255);border:2px solid #000000;"
-    "border-radius:3px;}"_l1;
 /// "%1" is the height of a tab in pixels.
 constexpr QLatin1String tabStyle =
     "QTabBar::tab{width:173px;height:%1px;background:rgb(210, 210, 210);"
@@ -454,10 +451,9 @@ void NetworkSettings::checkConflictIp(QLineEdit* edit, int value)
     const QStringList a = octets(Eth0);
     const QStringList b = octets(Eth1);
     if (isConflictIp(a.at(0), a.at(1), a.at(2), a.at(3), b.at(0), b.at(1), b.at(2), b.at(3))) {
-        QMessageBox::information(nullptr, tr("Tips"),
-                                 ofEth0 ? tr("IP is conflict with eth1!")
-                                        : tr("IP is conflict with eth0!"),
-                                 QMessageBox::Ok);
+        Message::show(m_fontId, QMessageBox::Information, tr("Tips"),
+                      ofEth0 ? tr("IP is conflict with eth1!") : tr("IP is conflict with eth0!"),
+                      QMessageBox::Ok);
     }
 }
 
@@ -812,13 +808,9 @@ void NetworkSettings::ping_test()
 
 void NetworkSettings::showPingResult(bool success)
 {
-    QMessageBox box(success ? QMessageBox::Information : QMessageBox::Critical,
-                    QString::fromUtf8("设备详细信息"), // in every language
-                    success ? tr("test successful") : tr("test failed"), QMessageBox::Ok, nullptr,
-                    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
-    box.setStyleSheet(boxStyle);
-    box.setFont(PanelFont::font(m_fontId, pointSize, QFont::Normal));
-    box.exec();
+    Message::show(m_fontId, success ? QMessageBox::Information : QMessageBox::Critical,
+                  QString::fromUtf8("设备详细信息"), // in every language
+                  success ? tr("test successful") : tr("test failed"), QMessageBox::Ok);
 }
 
 void NetworkSettings::onTabBarSwitched(int /*index*/)

@@ -1,12 +1,16 @@
 #include "common/KeyBeep.h"
+#include "common/Message.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "tests/support/PanelWorld.h"
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QLabel>
+#include <QPushButton>
 #include <QSettings>
 #include <QTest>
+#include <QTimer>
 #include <QTranslator>
 
 #include <memory>
@@ -47,6 +51,9 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(QMessageBox::StandardButton)
+Q_DECLARE_METATYPE(QMessageBox::Icon)
+
 class TestCommon : public QObject
 {
     Q_OBJECT
@@ -68,6 +75,8 @@ private slots:
     void translation_installedOftenIsLookedUpOnce();
     void translation_changeEventsAreStillSent();
     void translation_deletedTranslatorLeavesNothing();
+    void message_showsWhatItIsGiven_data();
+    void message_showsWhatItIsGiven();
 };
 
 void TestCommon::initTestCase()
@@ -215,6 +224,53 @@ void TestCommon::translation_deletedTranslatorLeavesNothing()
     QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QString::fromUtf8("周日"));
     translator.reset();
     QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QStringLiteral("Sun"));
+}
+
+void TestCommon::message_showsWhatItIsGiven_data()
+{
+    QTest::addColumn<QMessageBox::Icon>("icon");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QMessageBox::StandardButton>("button");
+    QTest::addColumn<QString>("caption");
+    QTest::newRow("short") << QMessageBox::Critical << QStringLiteral("no") << QMessageBox::Ok
+                           << QStringLiteral("OK");
+    QTest::newRow("long") << QMessageBox::Information << QString(40, QLatin1Char('w'))
+                          << QMessageBox::Yes << QStringLiteral("Yes");
+}
+
+void TestCommon::message_showsWhatItIsGiven()
+{
+    QFETCH(QMessageBox::Icon, icon);
+    QFETCH(QString, text);
+    QFETCH(QMessageBox::StandardButton, button);
+    QFETCH(QString, caption);
+    const int fontId = PanelFont::registerFile(fontFile);
+    bool closed = false;
+    QTimer::singleShot(50, qApp, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        QCOMPARE(box->icon(), icon);
+        QCOMPARE(box->windowTitle(), QStringLiteral("Title"));
+        QCOMPARE(box->text(), text);
+        QVERIFY(!box->parent());
+        QCOMPARE(int(box->standardButtons()), int(button));
+        QCOMPARE(box->defaultButton(), box->button(button));
+        QCOMPARE(box->styleSheet(),
+                 QStringLiteral("QMessageBox{background-color:rgb(255, 255, 255);border:2px solid "
+                                "#000000;border-radius:3px;}"));
+
+        const auto* label = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+        QCOMPARE(label->font().family(), PanelFont::family(fontId));
+        QVERIFY2(label->width() >= label->fontMetrics().horizontalAdvance(text), "nothing cut off");
+        const QAbstractButton* key = box->button(button);
+        QCOMPARE(key->text(), caption);
+        QVERIFY2(key->width() >= 100 && key->height() >= 44, "a finger hits it");
+        QVERIFY(key->styleSheet().contains(QStringLiteral("button_up.png")));
+        closed = true;
+        box->button(button)->click();
+    });
+    Message::show(fontId, icon, QStringLiteral("Title"), text, button);
+    QVERIFY(closed);
 }
 
 QTEST_MAIN(TestCommon)

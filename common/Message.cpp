@@ -1,0 +1,54 @@
+#include "common/Message.h"
+
+#include "common/KeyStyle.h"
+#include "common/Latin1.h"
+#include "common/PanelFont.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLayout>
+#include <QPushButton>
+
+namespace {
+
+constexpr int pointSize = 13;
+constexpr int margin = 24;
+constexpr QSize textSize(200, 56);
+constexpr QSize keySize(120, 50);
+
+constexpr QLatin1String boxStyle =
+    "QMessageBox{background-color:rgb(255, 255, 255);border:2px solid #000000;"
+    "border-radius:3px;}"_l1;
+
+void layOut(QMessageBox& box, const QFont& font)
+{
+    box.layout()->setContentsMargins(margin, margin, margin, margin);
+    auto* text = box.findChild<QLabel*>("qt_msgbox_label"_l1);
+    text->setFont(font);
+    text->setMinimumSize(text->sizeHint().expandedTo(textSize));
+    box.layout()->setAlignment(box.findChild<QLabel*>("qt_msgboxex_icon_label"_l1),
+                               Qt::AlignVCenter);
+    box.findChild<QDialogButtonBox*>()->setCenterButtons(true);
+}
+
+void styleKey(QAbstractButton& key, int fontId)
+{
+    key.setText(key.text().remove(QLatin1Char('&'))); // there is no keyboard to underline it for
+    key.setFont(PanelFont::font(fontId, pointSize, QFont::Bold));
+    key.setFixedSize(keySize);
+    key.setStyleSheet(keyStyle);
+}
+
+} // namespace
+
+void Message::show(int fontId, QMessageBox::Icon icon, const QString& title, const QString& text,
+                   QMessageBox::StandardButton button)
+{
+    QMessageBox box(icon, title, text, button, nullptr,
+                    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+    box.setDefaultButton(button);
+    box.setStyleSheet(boxStyle);
+    layOut(box, PanelFont::font(fontId, pointSize, QFont::Normal));
+    styleKey(*box.button(button), fontId);
+    box.exec();
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QComboBox>
+
+/// A combo box in the look of the page, whatever style the host has, with a list of choices that a
+/// finger can hit.
+class ChoiceBox : public QComboBox
+{
+public:
+    explicit ChoiceBox(QWidget* parent);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void drawArrow(QPainter& painter) const;
+};
