@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the scripts that start panels: a folder for what goes when the script ends, however it
 # ends.
 
