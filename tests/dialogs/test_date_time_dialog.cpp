@@ -14,6 +14,8 @@
 #include <QTest>
 #include <QTimer>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <sys/inotify.h>
 #include <unistd.h>
@@ -121,6 +123,7 @@ private slots:
     void sizes_followTheDeviceRecord_data();
     void sizes_followTheDeviceRecord();
     void looks_areAsDocumented();
+    void form_hasItsOrderAndMargins();
     void fields_fitTheirTexts();
     void moment_isShownPadded_data();
     void moment_isShownPadded();
@@ -142,6 +145,7 @@ private slots:
     void lockRegister_unreadable_locksNothing();
     void filter_consumesNothing();
     void setSystemTime_runsThreeCommandsWithoutPadding();
+    void setSystemTime_keepsWhatDatePrintsFromTheHost();
     void close_beepsByTheSwitchAndCloses_data();
     void close_beepsByTheSwitchAndCloses();
     void instance_isOneAndKeepsItsArguments();
@@ -243,6 +247,46 @@ void TestDateTimeDialog::looks_areAsDocumented()
     }
     for (const Field& row : fields) {
         QCOMPARE(int(field(row.name)->alignment()), int(Qt::AlignCenter));
+    }
+}
+
+namespace {
+
+/// Names of the widgets in a layout and those within, in their order.
+QStringList widgetsIn(const QLayout* layout)
+{
+    QStringList names;
+    for (int at = 0; at < layout->count(); ++at) {
+        QLayoutItem* item = layout->itemAt(at);
+        if (item->widget()) {
+            names << item->widget()->objectName();
+        } else if (item->layout()) {
+            names << widgetsIn(item->layout());
+        }
+    }
+    return names;
+}
+
+QMargins marginsOf(const char* layout)
+{
+    return dialog()->findChild<QLayout*>(QString::fromLatin1(layout))->contentsMargins();
+}
+
+} // namespace
+
+void TestDateTimeDialog::form_hasItsOrderAndMargins()
+{
+    QCOMPARE(widgetsIn(dialog()->findChild<QLayout*>(QStringLiteral("dateTimeLayout"))),
+             QStringList({QStringLiteral("yearLineEdit"), QStringLiteral("label"),
+                          QStringLiteral("monthLineEdit"), QStringLiteral("label_2"),
+                          QStringLiteral("dateLineEdit"), QStringLiteral("hourLineEdit"),
+                          QStringLiteral("label_3"), QStringLiteral("minuteLineEdit"),
+                          QStringLiteral("label_4"), QStringLiteral("secondLineEdit")}));
+    // A layout within another has no margins by default.
+    QCOMPARE(marginsOf("horizontalLayout"), QMargins(0, 0, 0, 0));
+    QCOMPARE(marginsOf("horizontalLayout_3"), QMargins(0, 0, 80, 0));
+    for (const char* plain : {"horizontalLayout_4", "horizontalLayout_5"}) {
+        QCOMPARE(marginsOf(plain), QMargins(0, 0, 0, 0));
     }
 }
 
@@ -527,10 +571,31 @@ void TestDateTimeDialog::setSystemTime_runsThreeCommandsWithoutPadding()
 {
     dialog()->setSystemTime(2024, 3, 7, 9, 5, 0);
     QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "9:5:0"));
-    // The commands' own output stays away from the host's.
     PanelWorld::clearCommands();
     dialog()->setSystemTime(1970, 12, 31, 23, 59, 59);
     QCOMPARE(PanelWorld::commands(), clockCommands("1970-12-31", "23:59:59"));
+}
+
+void TestDateTimeDialog::setSystemTime_keepsWhatDatePrintsFromTheHost()
+{
+    const QString tool = QStringLiteral("/panel/bin/date");
+    const QByteArray usual = PanelWorld::fileContent(tool);
+    PanelWorld::writeFile(tool, "#!/bin/sh\necho the new time\necho complaint >&2\n");
+    std::FILE* printed = std::tmpfile();
+    std::fflush(stdout);
+    const int saved = dup(STDOUT_FILENO);
+    dup2(fileno(printed), STDOUT_FILENO);
+    dialog()->setSystemTime(2024, 3, 7, 9, 5, 0);
+    std::system("date"); // which is seen
+    dup2(saved, STDOUT_FILENO);
+    ::close(saved);
+    PanelWorld::writeFile(tool, usual);
+
+    std::rewind(printed);
+    QByteArray text(100, '\0');
+    text.truncate(int(std::fread(text.data(), 1, size_t(text.size()), printed)));
+    std::fclose(printed);
+    QCOMPARE(text, QByteArray("the new time\n"));
 }
 
 void TestDateTimeDialog::close_beepsByTheSwitchAndCloses_data()
