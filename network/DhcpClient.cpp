@@ -44,7 +44,7 @@ void stop(int adapter)
     if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
         return;
     }
-    const int pid = processId(file.readLine(longestPidLine));
+    const int pid = processId(file.read(longestPidLine + 1));
     if (pid > 0) {
         ShellLine::run("kill %d", pid);
     }
@@ -52,8 +52,9 @@ void stop(int adapter)
 
 int processId(const QByteArray& pidFile)
 {
-    const QByteArray digits = pidFile.split('\n').first().trimmed();
-    if (!std::all_of(digits.begin(), digits.end(), isDigit)) {
+    const QByteArray line = pidFile.split('\n').first();
+    const QByteArray digits = line.trimmed();
+    if (line.size() > longestPidLine || !std::all_of(digits.begin(), digits.end(), isDigit)) {
         return 0;
     }
     return digits.toInt(); // 0 when it is empty or too large

@@ -14,9 +14,9 @@ void start(int adapter);
 /// no pid file or it holds no usable process id.
 void stop(int adapter);
 
-/// Process id in the first line of a pid file: digits, blanks around them. 0 for everything else,
-/// also for a number that is 0, negative or too large: sent to "kill", those would reach the
-/// panel's own processes.
+/// Process id in the first line of a pid file: digits, blanks around them, 64 bytes at most. 0 for
+/// everything else, also for a number that is 0, negative or too large: sent to "kill", those would
+/// reach the panel's own processes.
 int processId(const QByteArray& pidFile);
 
 } // namespace DhcpClient

@@ -9,6 +9,7 @@
 #include <QGroupBox>
 #include <QListView>
 #include <QMessageBox>
+#include <QProcess>
 #include <QTranslator>
 
 namespace {
@@ -48,6 +49,50 @@ char storedPreference()
 {
     return PanelWorld::fileContent(byteArea).at(preferenceByte);
 }
+
+/// An adapter that the kernel really has, with an address that a DHCP client might have got. It
+/// goes with the object.
+class Cable
+{
+public:
+    explicit Cable(int adapter, const QString& address = QStringLiteral("10.1.2.77/16"))
+        : m_name(QStringLiteral("eth%1").arg(adapter))
+    {
+        ip(QStringLiteral("link add %1 type veth peer name far").arg(m_name));
+        setFarEnd(true);
+        addAddress(address);
+        ip(QStringLiteral("link set %1 up").arg(m_name));
+    }
+    ~Cable() { ip(QStringLiteral("link del %1").arg(m_name)); }
+    Cable(const Cable&) = delete;
+    Cable& operator=(const Cable&) = delete;
+
+    void addAddress(const QString& address)
+    {
+        ip(QStringLiteral("addr add %1 dev %2").arg(address, m_name));
+    }
+    void setFarEnd(bool up)
+    {
+        ip(QStringLiteral("link set far %1").arg(up ? line("up") : line("down")));
+    }
+    void setUp(bool up)
+    {
+        ip(QStringLiteral("link set %1 %2").arg(m_name, up ? line("up") : line("down")));
+    }
+
+private:
+    static void ip(const QString& arguments)
+    {
+        if (QProcess::execute(line("ip"), arguments.split(QLatin1Char(' '))) != 0) {
+            qFatal("ip %s failed", qPrintable(arguments));
+        }
+    }
+
+    QString m_name;
+};
+
+/// Longer than the time between two looks for a lease, in milliseconds.
+constexpr int severalPolls = 350;
 
 /// Answers the message box that opens next.
 void answerNextBox(QStringList* seen)
@@ -122,6 +167,12 @@ private slots:
     void dhcp_switchedOff_asksOnlyForEth1();
     void dhcp_twice_killsTheFirstClient();
     void dhcp_noLease_keepsPolling();
+    void lease_isStoredAsIfTyped_data();
+    void lease_isStoredAsIfTyped();
+    void lease_afterStart_isTaken();
+    void poll_endsWithDynamicMode_data();
+    void poll_endsWithDynamicMode();
+    void liveAddress_isTheFirstOfAReadyAdapter();
 
     void switch_offAndOn_static();
     void switch_on_dynamic();
@@ -189,6 +240,8 @@ void TestNetwork::pid_isTakenFromDigitsOnly_data()
     QTest::newRow("negative") << QByteArray("-1\n") << 0;
     QTest::newRow("sign") << QByteArray("+7\n") << 0;
     QTest::newRow("word") << QByteArray("12x\n") << 0;
+    QTest::newRow("longest line") << QByteArray(62, ' ') + "12\n345" << 12;
+    QTest::newRow("line too long") << QByteArray(60, ' ') + "12345\n" << 0;
     QTest::newRow("zero byte") << QByteArray("1\0002", 3) << 0;
 }
 
@@ -894,6 +947,144 @@ void TestNetwork::dhcp_noLease_keepsPolling()
     QCOMPARE(world.told.size(), 0);
     QCOMPARE(world.text(0, AdapterPane::Ip), line("0.0.0.0"));
     QCOMPARE(world.page().getipAddress(line("eth0")), QStringList());
+}
+
+void TestNetwork::lease_isStoredAsIfTyped_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<QList<int>>("recordBytes"); // address, mask, gateway
+    QTest::addColumn<QList<int>>("areaBytes");
+    QTest::addColumn<quint32>("notice");
+    QTest::addColumn<QStringList>("routes");
+    QTest::newRow("eth0") << 0 << QList<int>{41, 49, 45} << QList<int>{751, 771, 779} << 67U
+                          << routes(line("10.1.2.1"), 1, line("10.0.0.1"), 1);
+    QTest::newRow("eth1") << 1 << QList<int>{174, 182, 178} << QList<int>{803, 823, 831} << 76U
+                          << routes(line("192.168.1.1"), 1, line("10.1.2.1"), 1);
+}
+
+void TestNetwork::lease_isStoredAsIfTyped()
+{
+    QFETCH(int, adapter);
+    QFETCH(QList<int>, recordBytes);
+    QFETCH(QList<int>, areaBytes);
+    QFETCH(quint32, notice);
+    QFETCH(QStringList, routes);
+    const QList<QByteArray> values = {QByteArray("\x0A\x01\x02\x4D", 4),
+                                      QByteArray("\xFF\xFF\x00\x00", 4),
+                                      QByteArray("\x0A\x01\x02\x01", 4)};
+    NetworkPage world;
+    world.started();
+    NoticeListener runtime(noticePipe);
+    world.pane(adapter).modeBox().setCurrentIndex(1);
+    QTest::qWait(severalPolls);
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::commands().size(), 1); // the client
+    PanelWorld::clearCommands();
+    const QString server = QStringLiteral("nameserver %1 # eth%2\n");
+    PanelWorld::writeFile(resolver, (server.arg(line("8.8.8.8")).arg(adapter) +
+                                     server.arg(line("9.9.9.9")).arg(adapter))
+                                        .toLatin1());
+
+    QByteArray area = PanelWorld::fileContent(wordArea);
+    QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
+    const Cable cable(adapter);
+    QTRY_COMPARE(world.told.size(), 3);
+    for (int step = 0; step < 3; ++step) {
+        QCOMPARE(world.told.at(step).type, step + 2);
+        QCOMPARE(world.told.at(step).commands, QStringList());
+        record.replace(recordBytes.at(step), 4, values.at(step));
+        QCOMPARE(world.told.at(step).record, record);
+        area.replace(areaBytes.at(step), 8, values.at(step) + QByteArray(4, '\0'));
+    }
+    QCOMPARE(PanelWorld::fileContent(wordArea), area);
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice})); // of the mode only
+    QCOMPARE(PanelWorld::commands(), routes);
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
+    QCOMPARE(world.text(adapter, AdapterPane::Mask), line("255.255.0.0"));
+    QCOMPARE(world.text(adapter, AdapterPane::Gateway), line("10.1.2.1"));
+    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("8.8.8.8"));
+    QCOMPARE(world.text(adapter, AdapterPane::BackupDns), line("9.9.9.9"));
+    QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+    QTest::qWait(severalPolls);
+    QCOMPARE(world.told.size(), 3); // nobody looks any more
+
+    world.pane(adapter).modeBox().setCurrentIndex(0);
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
+}
+
+void TestNetwork::lease_afterStart_isTaken()
+{
+    for (const int adapter : {0, 1}) {
+        PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true);
+        NetworkPage world;
+        world.started();
+        const Cable cable(adapter);
+        QTRY_COMPARE(world.told.size(), 3);
+        QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
+        QCOMPARE(world.text(1 - adapter, AdapterPane::Ip).contains(line("10.1.2.77")), false);
+        init();
+    }
+}
+
+void TestNetwork::poll_endsWithDynamicMode_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<bool>("switchedOff"); // or else static
+    QTest::addColumn<QStringList>("commands");
+    for (const int adapter : {0, 1}) {
+        const QString name = QStringLiteral("eth%1").arg(adapter);
+        QTest::newRow(qPrintable(name + line(" off")))
+            << adapter << true
+            << QStringList{QStringLiteral("ifconfig %1 down").arg(name), line("sync")};
+        QTest::newRow(qPrintable(name + line(" static")))
+            << adapter << false
+            << QStringList{line("kill 321"),
+                           QStringLiteral("ifconfig %1 %2 up")
+                               .arg(name, adapter ? line("10.0.0.6") : line("192.168.0.5"))};
+    }
+}
+
+void TestNetwork::poll_endsWithDynamicMode()
+{
+    QFETCH(int, adapter);
+    QFETCH(bool, switchedOff);
+    QFETCH(QStringList, commands);
+    NetworkPage world;
+    world.started();
+    world.pane(adapter).modeBox().setCurrentIndex(1);
+    QTRY_COMPARE(PanelWorld::commands().size(), 1);
+    PanelWorld::clearCommands();
+    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(adapter), "321\n");
+    if (switchedOff) {
+        world.pane(adapter).disableSwitch().click();
+    } else {
+        world.pane(adapter).modeBox().setCurrentIndex(0);
+    }
+    QCOMPARE(PanelWorld::commands(), commands); // the client outlives the switch
+    const Cable cable(adapter);
+    QTest::qWait(severalPolls);
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::areaBit(bitArea, dhcpBit[adapter]), switchedOff);
+}
+
+void TestNetwork::liveAddress_isTheFirstOfAReadyAdapter()
+{
+    const NetworkSettings page;
+    const QString eth0 = line("eth0");
+    QCOMPARE(page.getipAddress(eth0), QStringList());
+    Cable cable(0, line("fd00::1/64"));
+    QCOMPARE(page.getipAddress(eth0), QStringList());
+    cable.addAddress(line("10.1.2.77/16"));
+    cable.addAddress(line("10.9.9.9/8"));
+    const QStringList first{line("10.1.2.77"), line("255.255.0.0")};
+    QCOMPARE(page.getipAddress(eth0), first);
+    QCOMPARE(page.getipAddress(line("eth1")), QStringList());
+    cable.setFarEnd(false); // up, and no link
+    QCOMPARE(page.getipAddress(eth0), QStringList());
+    cable.setFarEnd(true);
+    QTRY_COMPARE(page.getipAddress(eth0), first);
+    cable.setUp(false);
+    QCOMPARE(page.getipAddress(eth0), QStringList());
 }
 
 void TestNetwork::switch_offAndOn_static()
