@@ -9,8 +9,10 @@
 #include <QGroupBox>
 #include <QListView>
 #include <QMessageBox>
+#include <QMetaMethod>
 #include <QProcess>
-#include <QTranslator>
+
+#include <cstring>
 
 namespace {
 
@@ -121,8 +123,13 @@ private slots:
     void pingOutput_withTtl_isAReply();
     void adapterTable_isAsTheDeviceHasIt();
 
+    void methods_areInTheirOrder();
+    void fields_areToldByIdentity();
+    void captions_inTheirOrder();
+    void look_isThePanels();
     void tabs_oneForEachAdapter_data();
     void tabs_oneForEachAdapter();
+    void tabs_clickSwitchesAndBeepsOnce();
     void sizes_followTheScreenWidth_data();
     void sizes_followTheScreenWidth();
     void start_static_runsInOrder();
@@ -132,6 +139,8 @@ private slots:
     void start_fillsTheFields();
     void start_writesNoRecord();
 
+    void keypad_opensForEachField();
+    void record_isThePagesOwn();
     void entry_ip_appliesInOrder();
     void entry_appliesEachValue_data();
     void entry_appliesEachValue();
@@ -297,6 +306,110 @@ void TestNetwork::adapterTable_isAsTheDeviceHasIt()
     }
 }
 
+void TestNetwork::methods_areInTheirOrder()
+{
+    const QMetaObject& page = NetworkSettings::staticMetaObject;
+    QStringList methods;
+    for (int at = page.methodOffset(); at < page.methodCount(); ++at) {
+        methods << QString::fromLatin1(page.method(at).methodSignature());
+    }
+    QCOMPARE(methods,
+             QStringList({line("updateEEData(EEInfoDetail::Flash_WR_1&,"
+                               "Settings::FlashWR1DataType)"),
+                          line("onChangeLanguage(Settings::Language)"),
+                          line("onDisableNetworkSwitched()"), line("onSetDefaultGateway()"),
+                          line("onSetTest()"), line("onSetCombobox(int)"),
+                          line("onSetAdapterCombobox(int)"), line("onTabBarSwitched(int)"),
+                          line("slotdhcp()"), line("slotdhcp1()"), line("ping_test()")}));
+    QCOMPARE(page.method(page.methodOffset()).methodType(), QMetaMethod::Signal);
+    QCOMPARE(page.method(page.methodOffset() + 1).methodType(), QMetaMethod::Slot);
+    QCOMPARE(page.superClass()->className(), "QTableView");
+}
+
+void TestNetwork::fields_areToldByIdentity()
+{
+    NetworkPage world;
+    const NetworkSettings& page = world.page();
+    using Asks = bool (NetworkSettings::*)(Index, QLineEdit*) const;
+    const Asks asks[] = {&NetworkSettings::isConfigIp, &NetworkSettings::isConfigMask,
+                         &NetworkSettings::isConfigGateway, &NetworkSettings::isConfigFirstDns,
+                         &NetworkSettings::isConfigBackupDns};
+    for (const int owner : {0, 1}) {
+        const QList<QLineEdit*> fields = world.pane(owner).fields();
+        QCOMPARE(fields.size(), 20);
+        for (int field = 0; field < fields.size(); ++field) {
+            for (const int adapter : {0, 1}) {
+                for (int value = 0; value < 5; ++value) {
+                    QCOMPARE((page.*asks[value])(Index(adapter), fields.at(field)),
+                             adapter == owner && value == field / 4);
+                }
+            }
+        }
+        QVERIFY(!page.isConfigIp(Index(owner), &world.pane(owner).macField()));
+        QVERIFY(!page.isConfigIp(Index(owner), nullptr));
+    }
+}
+
+void TestNetwork::captions_inTheirOrder()
+{
+    NetworkPage world;
+    world.started();
+    for (const int adapter : {0, 1}) {
+        AdapterPane& pane = world.pane(adapter);
+        QStringList captions;
+        for (const QLabel* label : pane.findChildren<QLabel*>()) {
+            if (label->text().size() > 1) { // no dot between octets, no lamp
+                captions << label->text();
+            }
+        }
+        const QStringList left{line("Disable Network"), line("Network:"), line("Gateway:0.0.0.0"),
+                               line("Setting:"), line("OuterNet State:")};
+        const QStringList right{line("IP Address:"),        line("Subnet Mask:"),
+                                line("Gateway:"),           line("First DNS Server:"),
+                                line("Backup DNS Server:"), line("MAC Address:")};
+        QCOMPARE(captions, left + right);
+        QCOMPARE(pane.findChild<QGroupBox*>()->title(), line("Default gateway info"));
+        QCOMPARE(pane.defaultButton().text(), line("Set as default gateway"));
+        QCOMPARE(pane.testButton().text(), line("test"));
+        for (const auto value : {AdapterPane::Ip, AdapterPane::Mask, AdapterPane::Gateway,
+                                 AdapterPane::FirstDns, AdapterPane::BackupDns}) {
+            int dots = 0;
+            for (const QLabel* label : pane.row(value).findChildren<QLabel*>()) {
+                dots += label->text() == line(".") ? 1 : 0;
+            }
+            QCOMPARE(dots, 3);
+        }
+    }
+}
+
+void TestNetwork::look_isThePanels()
+{
+    NetworkPage world;
+    world.started();
+    const QString family =
+        QFontDatabase::applicationFontFamilies(
+            QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf")))
+            .first();
+    QCOMPARE(world.tabs().tabBar()->font().family(), family);
+    for (const char* part :
+         {"width:173px", "background:rgb(210, 210, 210)", "border-top-left-radius:8px",
+          "border-top-right-radius:8px", "QTabBar::tab:selected{background:rgb(246, 246, 246);}",
+          "QTabWidget::pane{background:rgb(246, 246, 246);border:0px;}"}) {
+        QVERIFY2(world.tabs().styleSheet().contains(line(part)), part);
+    }
+    for (const int adapter : {0, 1}) {
+        AdapterPane& pane = world.pane(adapter);
+        QCOMPARE(pane.defaultButton().objectName(), line("BlueButton"));
+        QCOMPARE(pane.testButton().objectName(), line("TestButton"));
+        QCOMPARE(pane.modeBox().font().family(), family);
+        for (const QLineEdit* field : pane.fields()) {
+            QCOMPARE(field->styleSheet(), line("QLineEdit{border-width:0;border-style:outset}"));
+            QCOMPARE(field->alignment(), Qt::Alignment(Qt::AlignCenter));
+            QCOMPARE(field->font().family(), family);
+        }
+    }
+}
+
 void TestNetwork::tabs_oneForEachAdapter_data()
 {
     QTest::addColumn<int>("adapters");
@@ -324,6 +437,18 @@ void TestNetwork::tabs_oneForEachAdapter()
     }
     QVERIFY(world.pane(0).isVisible());
     QVERIFY(!world.pane(1).isVisible());
+}
+
+void TestNetwork::tabs_clickSwitchesAndBeepsOnce()
+{
+    NetworkPage world;
+    world.started();
+    world.settings.setValue(line("General/buzzer"), line("on"));
+    QTabBar* bar = world.tabs().tabBar();
+    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(1).center());
+    QCOMPARE(world.tabs().currentIndex(), 1);
+    QVERIFY(world.pane(1).isVisible());
+    QCOMPARE(PanelWorld::commands(), QStringList(beep));
 }
 
 void TestNetwork::sizes_followTheScreenWidth_data()
@@ -433,6 +558,58 @@ void TestNetwork::start_writesNoRecord()
     NetworkPage world;
     world.init();
     QCOMPARE(world.told.size(), 0);
+}
+
+void TestNetwork::keypad_opensForEachField()
+{
+    NetworkPage world;
+    world.started();
+    QStringList shown; // the keypad's number and range
+    const auto look = [&shown](QWidget* pressed) {
+        QObject context;
+        shown.clear();
+        QTimer::singleShot(0, &context, [&shown] {
+            auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+            if (keypad) {
+                shown << keypad->findChild<QLineEdit*>(line("numLineEdit"))->text()
+                      << keypad->findChild<QLabel*>(line("minText"))->text()
+                      << keypad->findChild<QLabel*>(line("maxText"))->text();
+                keypad->close();
+            }
+        });
+        NetworkPage::press(pressed);
+        QCoreApplication::processEvents();
+    };
+    world.field(0, AdapterPane::FirstDns, 1)->setText(QString());
+    for (const int adapter : {0, 1}) {
+        for (QLineEdit* field : world.pane(adapter).fields()) {
+            look(field);
+            QCOMPARE(shown, QStringList({QString::number(field->text().toInt()), line("Min:0"),
+                                         line("Max:255")}));
+        }
+        look(&world.pane(adapter).macField());
+        QCOMPARE(shown, QStringList());
+    }
+}
+
+void TestNetwork::record_isThePagesOwn()
+{
+    NetworkPage world;
+    world.started();
+    QSet<const EEInfoDetail::Flash_WR_1*> records;
+    connect(&world.page(), &NetworkSettings::updateEEData, &world.page(),
+            [&records](EEInfoDetail::Flash_WR_1& record, auto) { records << &record; });
+    const EEInfoDetail::Flash_WR_1 before = world.record;
+    world.page().setIPToEE(NetworkSettings::Eth0, 1);
+    world.page().setMaskToEE(NetworkSettings::Eth1, 2);
+    world.page().setGatewayToEE(NetworkSettings::Eth0, 3);
+    QCOMPARE(records.size(), 1);
+    QVERIFY(!records.contains(&world.record));
+    QCOMPARE(std::memcmp(&before, &world.record, sizeof before), 0);
+    world.record.eth0_ip = 9; // later changes are not seen
+    QCOMPARE(world.page().getIPFromEE(NetworkSettings::Eth0).join(QLatin1Char('.')),
+             line("1.0.0.0"));
+    QCOMPARE(reinterpret_cast<const char*>(*records.begin())[182], '\2');
 }
 
 void TestNetwork::entry_ip_appliesInOrder()
