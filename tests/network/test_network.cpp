@@ -135,6 +135,7 @@ private slots:
     void start_static_runsInOrder();
     void start_oneAdapter_touchesNoEth1();
     void start_storedOff_changesNoInterface();
+    void start_storedOn_isAsAbsent();
     void start_dynamic_startsTheClient();
     void start_fillsTheFields();
     void start_writesNoRecord();
@@ -144,7 +145,6 @@ private slots:
     void entry_ip_appliesInOrder();
     void entry_appliesEachValue_data();
     void entry_appliesEachValue();
-    void entry_gateway_rebuildsTwiceAndRunsNoInterfaceTool();
     void entry_dns_writesTheResolverFileOnly_data();
     void entry_dns_writesTheResolverFileOnly();
     void entry_ofTheOtherTab_onlyRebuildsRoutes();
@@ -520,21 +520,62 @@ void TestNetwork::start_storedOff_changesNoInterface()
              line("border-image:url(:/Resources/switch_off.png);"));
     QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[1]));
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[0]));
-    auto* list = qobject_cast<QListView*>(world.pane(0).defaultBox().view());
-    QVERIFY(list->isRowHidden(2));
-    QVERIFY(!list->isRowHidden(1));
+    for (const int shown : {0, 1}) {
+        auto* list = qobject_cast<QListView*>(world.pane(shown).defaultBox().view());
+        QVERIFY(list->isRowHidden(2));
+        QVERIFY(!list->isRowHidden(1));
+    }
+    QCOMPARE(QSettings(settingsPath, QSettings::IniFormat).value(line("Network1/enable")).toBool(),
+             false);
+    // What is stored can be read, all the same.
+    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
+    QCOMPARE(world.text(1, AdapterPane::Mask), line("255.0.0.0"));
+    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
+}
+
+void TestNetwork::start_storedOn_isAsAbsent()
+{
+    for (const int adapter : {0, 1}) {
+        QSettings(settingsPath, QSettings::IniFormat)
+            .setValue(QStringLiteral("Network%1/enable").arg(adapter), true);
+        PanelWorld::setAreaBit(bitArea, disabledBit[adapter], true);
+    }
+    NetworkPage world;
+    world.init();
+    QCOMPARE(
+        PanelWorld::commands().filter(line("ifconfig")),
+        QStringList({line("ifconfig eth0 192.168.0.5 up"), line("ifconfig eth1 10.0.0.6 up")}));
+    for (const int adapter : {0, 1}) {
+        QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[adapter]));
+        QVERIFY(world.pane(adapter).modeBox().isEnabled());
+    }
 }
 
 void TestNetwork::start_dynamic_startsTheClient()
 {
-    PanelWorld::setAreaBit(bitArea, dhcpBit[0], true);
-    NetworkPage world;
-    world.init();
-    QTRY_VERIFY(PanelWorld::commands().contains(
-        line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid")));
-    QVERIFY(!PanelWorld::commands().contains(line("ifconfig eth0 192.168.0.5 up")));
-    QCOMPARE(world.pane(0).modeBox().currentIndex(), 1);
-    QVERIFY(!world.field(0, AdapterPane::Ip, 0)->isEnabled());
+    PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1\n");
+    const QString addresses[] = {line("192.168.0.5"), line("10.0.0.6")};
+    const QString gateways[] = {line("192.168.1.1"), line("10.0.0.1")};
+    for (const int adapter : {0, 1}) {
+        PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true);
+        NetworkPage world;
+        world.init();
+        QTRY_VERIFY(PanelWorld::commands().contains(
+            QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
+                .arg(adapter)));
+        QCOMPARE(PanelWorld::commands().filter(line("ifconfig")),
+                 QStringList(QStringLiteral("ifconfig eth%1 %2 up")
+                                 .arg(QString::number(1 - adapter), addresses[1 - adapter])));
+        QCOMPARE(world.pane(adapter).modeBox().currentIndex(), 1);
+        QVERIFY(world.pane(adapter).modeBox().isEnabled());
+        // Locked, with what is stored until the lease arrives; servers are stored nowhere.
+        QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QCOMPARE(world.text(adapter, AdapterPane::Ip), addresses[adapter]);
+        QCOMPARE(world.text(adapter, AdapterPane::Gateway), gateways[adapter]);
+        QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("0.0.0.0"));
+        init();
+        PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1\n");
+    }
 }
 
 void TestNetwork::start_fillsTheFields()
@@ -633,7 +674,8 @@ void TestNetwork::entry_appliesEachValue_data()
 {
     QTest::addColumn<int>("adapter");
     QTest::addColumn<int>("value");
-    QTest::addColumn<QString>("command");
+    QTest::addColumn<QStringList>("before"); // run before the record changes
+    QTest::addColumn<QStringList>("after");
     QTest::addColumn<int>("type");
     QTest::addColumn<int>("recordByte");
     QTest::addColumn<int>("areaByte");
@@ -641,17 +683,26 @@ void TestNetwork::entry_appliesEachValue_data()
     const auto ip = int(AdapterPane::Ip);
     const auto mask = int(AdapterPane::Mask);
     const auto gateway = int(AdapterPane::Gateway);
-    QTest::newRow("eth0 ip") << 0 << ip << line("ifconfig eth0 192.168.0.77") << 2 << 41 << 751
+    const QString sync = line("sync");
+    const QStringList routes0 = routes(line("192.168.1.77"), 1, line("10.0.0.1"), 1);
+    const QStringList routes1 = routes(line("192.168.1.1"), 1, line("10.0.0.77"), 1);
+    QTest::newRow("eth0 ip") << 0 << ip << QStringList{line("ifconfig eth0 192.168.0.77"), sync}
+                             << usualRoutes() << 2 << 41 << 751
                              << QByteArray("\xC0\xA8\x00\x4D", 4);
-    QTest::newRow("eth0 mask") << 0 << mask << line("ifconfig eth0 netmask 255.255.255.77") << 3
-                               << 49 << 771 << QByteArray("\xFF\xFF\xFF\x4D", 4);
-    QTest::newRow("eth0 gateway") << 0 << gateway << QString() << 4 << 45 << 779
+    QTest::newRow("eth0 mask") << 0 << mask
+                               << QStringList{line("ifconfig eth0 netmask 255.255.255.77"), sync}
+                               << usualRoutes() << 3 << 49 << 771
+                               << QByteArray("\xFF\xFF\xFF\x4D", 4);
+    QTest::newRow("eth0 gateway") << 0 << gateway << routes0 << routes0 << 4 << 45 << 779
                                   << QByteArray("\xC0\xA8\x01\x4D", 4);
-    QTest::newRow("eth1 ip") << 1 << ip << line("ifconfig eth1 10.0.0.77") << 2 << 174 << 803
+    QTest::newRow("eth1 ip") << 1 << ip << QStringList{line("ifconfig eth1 10.0.0.77"), sync}
+                             << usualRoutes() << 2 << 174 << 803
                              << QByteArray("\x0A\x00\x00\x4D", 4);
-    QTest::newRow("eth1 mask") << 1 << mask << line("ifconfig eth1 netmask 255.0.0.77") << 3 << 182
-                               << 823 << QByteArray("\xFF\x00\x00\x4D", 4);
-    QTest::newRow("eth1 gateway") << 1 << gateway << QString() << 4 << 178 << 831
+    QTest::newRow("eth1 mask") << 1 << mask
+                               << QStringList{line("ifconfig eth1 netmask 255.0.0.77"), sync}
+                               << usualRoutes() << 3 << 182 << 823
+                               << QByteArray("\xFF\x00\x00\x4D", 4);
+    QTest::newRow("eth1 gateway") << 1 << gateway << routes1 << routes1 << 4 << 178 << 831
                                   << QByteArray("\x0A\x00\x00\x4D", 4);
 }
 
@@ -659,7 +710,8 @@ void TestNetwork::entry_appliesEachValue()
 {
     QFETCH(int, adapter);
     QFETCH(int, value);
-    QFETCH(QString, command);
+    QFETCH(QStringList, before);
+    QFETCH(QStringList, after);
     QFETCH(int, type);
     QFETCH(int, recordByte);
     QFETCH(int, areaByte);
@@ -668,10 +720,12 @@ void TestNetwork::entry_appliesEachValue()
     world.started();
     world.tabs().setCurrentIndex(adapter);
     const QByteArray area = PanelWorld::fileContent(wordArea);
+    NoticeListener runtime(noticePipe);
     QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), line("77")));
-    QCOMPARE(PanelWorld::commands().filter(line("ifconfig")),
-             command.isEmpty() ? QStringList() : QStringList(command));
+    QCOMPARE(PanelWorld::commands(), before + after);
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
     QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().commands, before);
     QCOMPARE(world.told.first().type, type);
     QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
     record.replace(recordByte, 4, bytes);
@@ -679,17 +733,6 @@ void TestNetwork::entry_appliesEachValue()
     QByteArray expected = area;
     expected.replace(areaByte, 8, bytes + QByteArray(4, '\0'));
     QCOMPARE(PanelWorld::fileContent(wordArea), expected);
-}
-
-void TestNetwork::entry_gateway_rebuildsTwiceAndRunsNoInterfaceTool()
-{
-    NetworkPage world;
-    world.started();
-    QVERIFY(world.enter(world.field(0, AdapterPane::Gateway, 3), line("254")));
-    const QStringList rebuilt = routes(line("192.168.1.254"), 1, line("10.0.0.1"), 1);
-    QCOMPARE(PanelWorld::commands(), rebuilt + rebuilt);
-    QCOMPARE(world.told.size(), 1);
-    QCOMPARE(world.told.first().commands, rebuilt);
 }
 
 void TestNetwork::entry_dns_writesTheResolverFileOnly_data()
@@ -711,10 +754,12 @@ void TestNetwork::entry_dns_writesTheResolverFileOnly()
     world.started();
     QCOMPARE(world.text(0, AdapterPane::FirstDns), line("1.1.1.1"));
     QCOMPARE(world.text(0, AdapterPane::BackupDns), line("2.2.2.2"));
+    const QByteArray area = PanelWorld::fileContent(wordArea);
     QVERIFY(world.enter(world.field(0, AdapterPane::Value(value), 3), line("9")));
     QCOMPARE(PanelWorld::commands(), usualRoutes());
     QCOMPARE(PanelWorld::fileContent(resolver), file);
     QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::fileContent(wordArea), area);
 }
 
 void TestNetwork::entry_ofTheOtherTab_onlyRebuildsRoutes()
