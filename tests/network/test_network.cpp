@@ -159,6 +159,7 @@ private slots:
 
     void resolver_readsServers_data();
     void resolver_readsServers();
+    void resolver_missingFiles_areMade_data();
     void resolver_missingFiles_areMade();
     void resolver_otherLines_stayByteForByte();
     void resolver_backupWithoutLine_isAppended();
@@ -171,8 +172,8 @@ private slots:
     void routes_button_storesTheAdapterNumber();
     void routes_unknownPreference_isIgnored();
 
-    void dhcp_dynamic_eth0();
-    void dhcp_static_restoresTheRecord();
+    void dhcp_dynamicAndBack_data();
+    void dhcp_dynamicAndBack();
     void dhcp_switchedOff_asksOnlyForEth1();
     void dhcp_twice_killsTheFirstClient();
     void dhcp_noLease_keepsPolling();
@@ -183,6 +184,7 @@ private slots:
     void poll_endsWithDynamicMode();
     void liveAddress_isTheFirstOfAReadyAdapter();
 
+    void switch_offAndOn_static_data();
     void switch_offAndOn_static();
     void switch_on_dynamic();
     void switch_off_leavesTheDefaultChoice();
@@ -941,18 +943,44 @@ void TestNetwork::resolver_readsServers()
     QCOMPARE(world.text(1, AdapterPane::BackupDns), servers.at(3));
 }
 
+void TestNetwork::resolver_missingFiles_areMade_data()
+{
+    QTest::addColumn<bool>("hasResolver");
+    QTest::addColumn<bool>("hasBackup");
+    QTest::addColumn<bool>("canCopy");
+    QTest::addColumn<QStringList>("commands");
+    QTest::addColumn<QString>("server");
+    const QString touch = line("touch /etc/resolvbak.conf");
+    const QString copy = line("cp /etc/resolvbak.conf /etc/resolv.conf");
+    const QString none = line("0.0.0.0");
+    QTest::newRow("none") << true << true << true << QStringList() << line("1.1.1.1");
+    QTest::newRow("backup") << true << false << true << QStringList{touch} << line("1.1.1.1");
+    QTest::newRow("resolver") << false << true << true << QStringList{copy} << line("2.2.2.2");
+    QTest::newRow("both") << false << false << true << QStringList{touch, copy} << none;
+    QTest::newRow("resolver, no tool") << false << true << false << QStringList() << none;
+}
+
 void TestNetwork::resolver_missingFiles_areMade()
 {
+    QFETCH(bool, hasResolver);
+    QFETCH(bool, hasBackup);
+    QFETCH(bool, canCopy);
+    QFETCH(QStringList, commands);
+    QFETCH(QString, server);
     NetworkPage world;
     world.started();
-    QFile::remove(resolver);
-    QFile::remove(backup);
-    QCOMPARE(world.page().getDNSFromSys(NetworkSettings::Eth0, NetworkSettings::FirstDns),
-             QStringList({line("0"), line("0"), line("0"), line("0")}));
-    QCOMPARE(PanelWorld::commands(),
-             QStringList({line("touch /etc/resolvbak.conf"),
-                          line("cp /etc/resolvbak.conf /etc/resolv.conf")}));
-    QVERIFY(QFile::exists(resolver));
+    PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\n");
+    PanelWorld::writeFile(backup, "nameserver 2.2.2.2 # eth0\n");
+    QVERIFY(hasResolver || QFile::remove(resolver));
+    QVERIFY(hasBackup || QFile::remove(backup));
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", canCopy ? path : "/nowhere");
+    const QStringList octets =
+        world.page().getDNSFromSys(NetworkSettings::Eth0, NetworkSettings::FirstDns);
+    qputenv("PATH", path);
+    QCOMPARE(octets, server.split(QLatin1Char('.')));
+    QCOMPARE(PanelWorld::commands(), commands);
+    QCOMPARE(QFile::exists(resolver), canCopy);
     QVERIFY(QFile::exists(backup));
 }
 
@@ -1087,44 +1115,60 @@ void TestNetwork::routes_unknownPreference_isIgnored()
     QCOMPARE(storedPreference(), '\2');
 }
 
-void TestNetwork::dhcp_dynamic_eth0()
+void TestNetwork::dhcp_dynamicAndBack_data()
 {
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<quint32>("notice");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QString>("gateway");
+    QTest::newRow("eth0") << 0 << 67U << line("192.168.0.5") << line("192.168.1.1");
+    QTest::newRow("eth1") << 1 << 76U << line("10.0.0.6") << line("10.0.0.1");
+}
+
+void TestNetwork::dhcp_dynamicAndBack()
+{
+    QFETCH(int, adapter);
+    QFETCH(quint32, notice);
+    QFETCH(QString, address);
+    QFETCH(QString, gateway);
     NetworkPage world;
     world.started();
     NoticeListener runtime(noticePipe);
     world.settings.setValue(line("General/buzzer"), line("on"));
-    world.pane(0).modeBox().setCurrentIndex(1);
-    QTRY_COMPARE(
-        PanelWorld::commands(),
-        QStringList({beep, line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid")}));
-    QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[0]));
-    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1]));
-    QCOMPARE(runtime.takeNumbers(), QList<quint32>({67}));
-    for (const QLineEdit* field : world.pane(0).fields()) {
+    const QString number = QString::number(adapter);
+    PanelWorld::writeFile(resolver, "nameserver 8.8.8.8 # eth" + number.toLatin1());
+    AdapterPane& pane = world.pane(adapter);
+    pane.modeBox().setCurrentIndex(1);
+    QTRY_COMPARE(PanelWorld::commands(),
+                 QStringList({beep, QStringLiteral(
+                                        "udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
+                                        .arg(number)}));
+    QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
+    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1 - adapter]));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice}));
+    for (const QLineEdit* field : pane.fields()) {
         QCOMPARE(field->text(), line("0"));
         QVERIFY(!field->isEnabled());
     }
-    QVERIFY(!world.pane(0).macField().isEnabled());
-    QVERIFY(world.field(1, AdapterPane::Ip, 0)->isEnabled());
-}
+    QVERIFY(!pane.macField().isEnabled());
+    QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
 
-void TestNetwork::dhcp_static_restoresTheRecord()
-{
-    NetworkPage world;
-    world.started();
-    world.pane(1).modeBox().setCurrentIndex(1);
-    QTRY_COMPARE(PanelWorld::commands().size(), 1); // the client, in the background
-    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "321\n");
+    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(number), "321\n");
     PanelWorld::clearCommands();
-    NoticeListener runtime(noticePipe);
-    world.pane(1).modeBox().setCurrentIndex(0);
+    pane.modeBox().setCurrentIndex(0);
     QCOMPARE(PanelWorld::commands(),
-             QStringList({line("kill 321"), line("ifconfig eth1 10.0.0.6 up")}));
-    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
-    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
-    QVERIFY(world.field(1, AdapterPane::Ip, 0)->isEnabled());
-    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1]));
-    QCOMPARE(runtime.takeNumbers(), QList<quint32>({76}));
+             QStringList({beep, line("kill 321"),
+                          QStringLiteral("ifconfig eth%1 %2 up").arg(number, address)}));
+    QVERIFY(QFile::exists(QStringLiteral("/var/run/udhcpc%1.pid").arg(number)));
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
+    QCOMPARE(world.text(adapter, AdapterPane::Gateway), gateway);
+    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("8.8.8.8"));
+    for (const QLineEdit* field : pane.fields()) {
+        QVERIFY(field->isEnabled());
+    }
+    QVERIFY(pane.macField().isEnabled());
+    QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice}));
 }
 
 void TestNetwork::dhcp_switchedOff_asksOnlyForEth1()
@@ -1139,6 +1183,10 @@ void TestNetwork::dhcp_switchedOff_asksOnlyForEth1()
         QCOMPARE(world.pane(adapter).modeBox().currentIndex(), 1);
         QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc -i eth1")).size(), adapter);
         QCOMPARE(PanelWorld::commands().filter(line("udhcpc -i eth0")).size(), 0);
+        QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
+        const Cable cable(adapter);
+        QTest::qWait(severalPolls);
+        QCOMPARE(world.told.size(), adapter == 1 ? 3 : 0);
         init();
     }
 }
@@ -1309,28 +1357,58 @@ void TestNetwork::liveAddress_isTheFirstOfAReadyAdapter()
     QCOMPARE(page.getipAddress(eth0), QStringList());
 }
 
+void TestNetwork::switch_offAndOn_static_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<QString>("address");
+    QTest::newRow("eth0") << 0 << line("192.168.0.5");
+    QTest::newRow("eth1") << 1 << line("10.0.0.6");
+}
+
 void TestNetwork::switch_offAndOn_static()
 {
+    QFETCH(int, adapter);
+    QFETCH(QString, address);
     NetworkPage world;
     world.started();
-    QPushButton& power = world.pane(0).disableSwitch();
-    power.click();
-    QCOMPARE(PanelWorld::commands(), QStringList({line("ifconfig eth0 down"), line("sync")}));
-    QCOMPARE(power.styleSheet(), line("border-image:url(:/Resources/switch_on.png);"));
-    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[0]));
-    QCOMPARE(QSettings(settingsPath, QSettings::IniFormat).value(line("Network0/enable")).toBool(),
-             false);
-    QCOMPARE(world.text(0, AdapterPane::Mask), line("0.0.0.0"));
-    QVERIFY(!world.pane(0).modeBox().isEnabled());
-    PanelWorld::clearCommands();
-    power.click();
+    NoticeListener runtime(noticePipe);
+    const QString key = QStringLiteral("Network%1/enable").arg(adapter);
+    const auto storedOn = [&key] {
+        return QSettings(settingsPath, QSettings::IniFormat).value(key).toBool();
+    };
+    AdapterPane& pane = world.pane(adapter);
+    pane.disableSwitch().click();
     QCOMPARE(PanelWorld::commands(),
-             QStringList(line("ifconfig eth0 192.168.0.5 up")) + usualRoutes());
-    QCOMPARE(power.styleSheet(), line("border-image:url(:/Resources/switch_off.png);"));
-    QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[0]));
-    QVERIFY(world.pane(0).modeBox().isEnabled());
-    QVERIFY(world.field(0, AdapterPane::Ip, 0)->isEnabled());
-    QCOMPARE(world.settings.value(line("Network0/enable")).toBool(), true);
+             QStringList({QStringLiteral("ifconfig eth%1 down").arg(adapter), line("sync")}));
+    QCOMPARE(pane.disableSwitch().styleSheet(),
+             line("border-image:url(:/Resources/switch_on.png);"));
+    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[adapter]));
+    QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[1 - adapter]));
+    QCOMPARE(storedOn(), false);
+    for (const QLineEdit* field : pane.fields()) {
+        QCOMPARE(field->text(), line("0"));
+        QVERIFY(!field->isEnabled());
+    }
+    QVERIFY(!pane.macField().isEnabled());
+    QVERIFY(!pane.modeBox().isEnabled());
+    QVERIFY(world.pane(1 - adapter).modeBox().isEnabled());
+    PanelWorld::clearCommands();
+    pane.disableSwitch().click();
+    QCOMPARE(
+        PanelWorld::commands(),
+        QStringList(QStringLiteral("ifconfig eth%1 %2 up").arg(QString::number(adapter), address)) +
+            usualRoutes());
+    QCOMPARE(pane.disableSwitch().styleSheet(),
+             line("border-image:url(:/Resources/switch_off.png);"));
+    QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[adapter]));
+    QVERIFY(pane.modeBox().isEnabled());
+    for (const QLineEdit* field : pane.fields()) {
+        QVERIFY(field->isEnabled());
+    }
+    QVERIFY(pane.macField().isEnabled());
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
+    QCOMPARE(storedOn(), true);
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
 }
 
 void TestNetwork::switch_on_dynamic()
@@ -1345,7 +1423,12 @@ void TestNetwork::switch_on_dynamic()
                  QStringList(line("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid")));
     for (const QLineEdit* field : world.pane(1).fields()) {
         QCOMPARE(field->text(), line("0"));
+        QVERIFY(!field->isEnabled());
     }
+    QCOMPARE(world.pane(1).modeBox().currentIndex(), 1);
+    QVERIFY(world.pane(1).modeBox().isEnabled());
+    const Cable cable(1);
+    QTRY_COMPARE(world.text(1, AdapterPane::Ip), line("10.1.2.77"));
 }
 
 void TestNetwork::switch_off_leavesTheDefaultChoice()
@@ -1354,7 +1437,12 @@ void TestNetwork::switch_off_leavesTheDefaultChoice()
     world.started();
     world.pane(0).defaultBox().setCurrentIndex(2);
     QCOMPARE(storedPreference(), '\2');
+    PanelWorld::clearCommands();
     world.pane(1).disableSwitch().click();
+    // The gateway of the adapter is gone with its fields; once for each box.
+    const QStringList rebuilt = routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
+    QCOMPARE(PanelWorld::commands(),
+             rebuilt + rebuilt + QStringList({line("ifconfig eth1 down"), line("sync")}));
     for (const int shown : {0, 1}) {
         QComboBox& box = world.pane(shown).defaultBox();
         QCOMPARE(box.currentIndex(), 0);
