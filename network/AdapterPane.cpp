@@ -77,7 +77,7 @@ void setChoices(QComboBox* box, const QStringList& texts)
 
 } // namespace
 
-AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent), m_rows{}, m_rowCaptions{}
+AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent)
 {
     auto* content = new QWidget(this);
     content->setObjectName(QLatin1String("content"));

@@ -94,8 +94,8 @@ private:
     void addRow(QGridLayout* grid, int row, int column, QLabel*& caption, QWidget* content);
     QWidget* makePingRow();
 
-    std::array<OctetRow*, 5> m_rows;
-    std::array<QLabel*, 5> m_rowCaptions;
+    std::array<OctetRow*, 5> m_rows{};
+    std::array<QLabel*, 5> m_rowCaptions{};
     QLabel* m_disableCaption;
     QPushButton* m_disableSwitch;
     QGroupBox* m_infoGroup;

@@ -68,7 +68,7 @@ QString enableKey(int adapter)
 } // namespace
 
 NetworkSettings::NetworkSettings(QWidget* parent)
-    : QTableView(parent), m_panes{}, m_defaultGateway(DottedQuad::zero()), m_record{}, m_hardware{}
+    : QTableView(parent), m_defaultGateway(DottedQuad::zero()), m_record{}, m_hardware{}
 {
     for (AdapterPane*& pane : m_panes) {
         pane = new AdapterPane(this);

@@ -205,12 +205,15 @@ private:
     void noteSwitch(networkIndexType adapter, bool on);
     bool isDynamic(networkIndexType adapter) const;
     void startClient(networkIndexType adapter);
+    /// Stores the live address of an adapter as if it had been entered, as soon as it has one, and
+    /// looks no more. It is taken as it is: also an earlier one that a client which starts slowly
+    /// has not removed before the first look.
     void takeLease(networkIndexType adapter);
 
     QStringList readServer(networkIndexType adapter, dnsType type);
     void showPingResult(bool success);
 
-    std::array<AdapterPane*, 2> m_panes;
+    std::array<AdapterPane*, 2> m_panes{};
     std::array<AdapterState, 2> m_states;
     QTabWidget m_tabs;
     QStringList m_defaultGateway; ///< Octets of the gateway chosen last with a button.

@@ -27,7 +27,7 @@ QLineEdit* makeField(QWidget* parent)
 
 } // namespace
 
-OctetRow::OctetRow(QWidget* parent) : QFrame(parent), m_fields{}
+OctetRow::OctetRow(QWidget* parent) : QFrame(parent)
 {
     setObjectName(QLatin1String("octets"));
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);

@@ -32,5 +32,5 @@ public:
     void setFieldHeight(int height);
 
 private:
-    std::array<QLineEdit*, 4> m_fields;
+    std::array<QLineEdit*, 4> m_fields{};
 };

@@ -365,7 +365,8 @@ void TestNetwork::adapterTable_isAsTheDeviceHasIt()
         {33, 41, 49, 45, 60, 62, 63, 66, 67, "eth0", "/var/run/udhcpc0.pid"},
         {166, 174, 182, 178, 69, 71, 72, 75, 76, "eth1", "/var/run/udhcpc1.pid"},
     };
-    for (std::size_t at = 0; at < adapterTable.size(); ++at) {
+    QCOMPARE(adapterTable.size(), std::size(expected));
+    for (std::size_t at = 0; at < std::size(expected); ++at) {
         const AdapterRow& row = adapterTable.at(at);
         QCOMPARE(row.macOffset, expected[at].mac);
         QCOMPARE(row.ip.recordOffset, expected[at].ip);
@@ -467,7 +468,8 @@ void TestNetwork::look_isThePanels()
     const QString family =
         QFontDatabase::applicationFontFamilies(
             QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf")))
-            .first();
+            .value(0);
+    QVERIFY(!family.isEmpty());
     QCOMPARE(world.tabs().tabBar()->font().family(), family);
     for (const char* part :
          {"width:173px", "background:rgb(210, 210, 210)", "border-top-left-radius:8px",
@@ -1297,7 +1299,7 @@ void TestNetwork::dhcp_twice_killsTheFirstClient()
     QTRY_COMPARE(PanelWorld::commands().size(), 3);
     QCOMPARE(PanelWorld::commands().count(client), 2);
     QVERIFY(PanelWorld::commands().contains(line("kill 99")));
-    QCOMPARE(PanelWorld::commands().last(), client);
+    QCOMPARE(PanelWorld::commands().constLast(), client);
 }
 
 void TestNetwork::dhcp_noLease_keepsPolling()
