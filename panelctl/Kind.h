@@ -1,0 +1,23 @@
+#pragma once
+
+/// What the bytes of a register or of a record field mean, and so how people read and type them.
+enum class Kind {
+    Reserved, ///< No meaning known here; never shown by name, never written.
+    Bytes,    ///< Pairs of hexadecimal digits, as many as there are bytes.
+    Number,   ///< Unsigned, little-endian; decimal or 0x... when typed.
+    Switch,   ///< "on" or "off", also 1 and 0.
+    Ipv4,     ///< a.b.c.d in the first four bytes, in this order.
+    Mac,      ///< Six octets in display order, xx:xx:xx:xx:xx:xx.
+    Language, ///< "chinese" (0) or "english" (1).
+    Adapter,  ///< The adapter of the default route: "auto" (0), "eth0" (1) or "eth1" (2).
+    Adapters, ///< How many adapters there are, 1 or 2: bit 0 says that there is a second.
+    Width     ///< Pixels, 0 to 4095, packed into 12 of 16 bits.
+};
+
+/// The name of a kind in tables that are printed.
+constexpr const char* kindName(Kind kind)
+{
+    constexpr const char* names[] = {"reserved", "bytes",    "number",  "switch",   "ipv4",
+                                     "mac",      "language", "adapter", "adapters", "width"};
+    return names[static_cast<int>(kind)];
+}

@@ -1,0 +1,185 @@
+// panelctl: the registers, the device records, the resolver file and the register areas of a panel,
+// from a command line.
+
+#include "panelctl/Commands.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+
+namespace {
+
+constexpr std::array commands{
+    Command{"tables", "", "--json", 0, 0, " --json ",
+            "Prints everything that is where: records, fields, areas and registers.",
+            Commands::tables},
+};
+
+struct Option
+{
+    const char* name;
+    const char* value; ///< What it takes, for the help; null for a flag.
+    const char* help;
+};
+
+constexpr std::array options{
+    Option{"--json", nullptr, "print JSON"},
+    Option{"--notify", nullptr, "tell the runtime; fails when nobody hears it"},
+    Option{"--image", "FILE", "use an image in a file instead of the device"},
+    Option{"--root", "DIR", "put DIR before every path"},
+    Option{"--stored", nullptr, "only what outlives a power cut"},
+};
+
+const Option* findOption(std::string_view name)
+{
+    const auto* at = std::find_if(options.begin(), options.end(),
+                                  [&](const Option& option) { return option.name == name; });
+    return at == options.end() ? nullptr : at;
+}
+
+bool takes(const Command& command, const std::string& option)
+{
+    return std::string_view(command.options).find(" " + option + " ") != std::string_view::npos;
+}
+
+std::string nameOf(const Command& command)
+{
+    return std::string(command.group) + (*command.verb ? " " : "") + command.verb;
+}
+
+std::string synopsis(const Command& command)
+{
+    return "panelctl " + nameOf(command) + (*command.parameters ? " " : "") + command.parameters;
+}
+
+void printOptions(const Command& command)
+{
+    for (const Option& option : options) {
+        if (takes(command, option.name)) {
+            std::cout << "  " << option.name << (option.value ? " " : "")
+                      << (option.value ? option.value : "") << "  " << option.help << '\n';
+        }
+    }
+}
+
+void printHelp(const Command& command)
+{
+    std::cout << "usage: " << synopsis(command) << '\n' << command.help << '\n';
+    printOptions(command);
+}
+
+/// The commands of one group, or of all when @p group is empty.
+void printCommands(std::string_view group)
+{
+    std::cout << "usage: panelctl " << (group.empty() ? "COMMAND" : group) << " ...\n";
+    for (const Command& command : commands) {
+        if (group.empty() || group == command.group) {
+            std::cout << "  " << synopsis(command) << "\n      " << command.help << '\n';
+        }
+    }
+    std::cout
+        << "Ends with 0 when it is done, 1 when it failed, 2 when the command line is wrong.\n"
+           "Every command explains itself with --help.\n";
+}
+
+using Words = std::vector<std::string>;
+
+bool isHelp(const std::string& word)
+{
+    return word == "--help" || word == "-h";
+}
+
+/// The command that @p words begin with; @p used tells how many of them name it.
+const Command& findCommand(const Words& words, std::size_t& used)
+{
+    bool isGroup = false;
+    for (const Command& command : commands) {
+        isGroup = isGroup || words[0] == command.group;
+        used = *command.verb ? 2 : 1;
+        const bool matches = used == 1 || (words.size() > 1 && words[1] == command.verb);
+        if (words[0] == command.group && matches) {
+            return command;
+        }
+    }
+    if (!isGroup) {
+        throw UsageError("unknown command '" + words[0] + "'; see panelctl --help");
+    }
+    const std::string seen = words.size() > 1
+                                 ? "unknown command '" + words[0] + " " + words[1] + "'"
+                                 : "'" + words[0] + "' needs a command";
+    throw UsageError(seen + "; see panelctl " + words[0] + " --help");
+}
+
+void takeOption(const Command& command, const Words& words, std::size_t& at, Arguments& given)
+{
+    const Option* option = findOption(words[at]);
+    if (!option || !takes(command, words[at])) {
+        throw UsageError("'" + nameOf(command) + "' has no option '" + words[at] + "'");
+    }
+    if (option->value && at + 1 == words.size()) {
+        throw UsageError("'" + words[at] + "' needs a " + option->value);
+    }
+    given.options[option->name] = option->value ? words[at + 1] : std::string();
+    at += option->value ? 1 : 0;
+}
+
+Arguments parse(const Command& command, const Words& words, std::size_t used)
+{
+    Arguments given;
+    for (std::size_t at = used; at < words.size(); ++at) {
+        if (words[at].rfind('-', 0) == 0) {
+            takeOption(command, words, at, given);
+        } else {
+            given.words.push_back(words[at]);
+        }
+    }
+    if (given.words.size() < command.leastWords || given.words.size() > command.mostWords) {
+        throw UsageError("usage: " + synopsis(command));
+    }
+    return given;
+}
+
+void run(const Words& words)
+{
+    if (words.empty()) {
+        throw UsageError("no command given; see panelctl --help");
+    }
+    if (isHelp(words[0])) {
+        return printCommands("");
+    }
+    const bool knowsGroup = std::any_of(commands.begin(), commands.end(),
+                                        [&](const Command& one) { return words[0] == one.group; });
+    if (knowsGroup && words.size() == 2 && isHelp(words[1])) {
+        return printCommands(words[0]);
+    }
+    std::size_t used = 0;
+    const Command& command = findCommand(words, used);
+    if (std::any_of(words.begin(), words.end(), isHelp)) {
+        return printHelp(command);
+    }
+    command.run(parse(command, words, used));
+}
+
+int complain(const std::exception& error, int status)
+{
+    std::cout.flush();
+    std::cerr << "panelctl: " << error.what() << '\n';
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        run({argv + 1, argv + argc});
+        if (!std::cout.flush()) {
+            throw Failure("cannot write the output");
+        }
+        return 0;
+    } catch (const UsageError& error) {
+        return complain(error, 2);
+    } catch (const std::exception& error) {
+        return complain(error, 1);
+    }
+}
