@@ -76,6 +76,7 @@ private slots:
     void cleanup();
     void entry_reachesTheKernel();
     void entry_inTheWindow_reachesImageRegisterAndKernel();
+    void dynamic_takesTheLease_data();
     void dynamic_takesTheLease();
     void dynamic_lateAnswer_isStillTaken();
     void dynamic_gatewayIsTheFirstHost();
@@ -85,6 +86,8 @@ private slots:
     void test_tellsWhetherTheOutsideAnswers();
 
 private:
+    void chooseDynamic(int adapter);
+
     std::unique_ptr<NetworkPage> m_world;
 };
 
@@ -94,6 +97,7 @@ void TestLiveNetwork::init()
     for (const int bit : {20, 21}) {
         PanelWorld::setAreaBit(line("/hmi_data/sfb.dat"), bit, false);
     }
+    PanelWorld::patchFile(line("/hmi_data/sfw.dat"), 180, QByteArray(1, '\0')); // no preference
     PanelWorld::writeFile(line("/etc/resolv.conf"), QByteArray());
     m_world = std::make_unique<NetworkPage>();
     m_world->record.eth0_ip = 0x0A01A8C0;
@@ -149,31 +153,53 @@ void TestLiveNetwork::entry_inTheWindow_reachesImageRegisterAndKernel()
              QByteArray("\xC0\xA8\x07\x0A\0\0\0\0", 8));
 }
 
+void TestLiveNetwork::chooseDynamic(int adapter)
+{
+    // Without the old address, which the first look for a lease takes when the client starts
+    // slowly.
+    output(qPrintable(QStringLiteral("ifconfig eth%1 0.0.0.0").arg(adapter)));
+    m_world->pane(adapter).modeBox().setCurrentIndex(1);
+}
+
+void TestLiveNetwork::dynamic_takesTheLease_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::newRow("eth0") << 0;
+    QTest::newRow("eth1") << 1;
+}
+
 void TestLiveNetwork::dynamic_takesTheLease()
 {
-    PanelWorld::writeFile(line("/etc/resolv.conf"), "nameserver 1.2.3.4 # eth0\n");
-    m_world->pane(1).modeBox().setCurrentIndex(1);
+    QFETCH(int, adapter);
+    const QByteArray name = "eth" + QByteArray::number(adapter);
+    const QByteArray kept = "nameserver 1.2.3.4 # eth" + QByteArray::number(1 - adapter);
+    const QString segment = QStringLiteral("192.168.%1.").arg(adapter + 1);
+    const QString router = segment + line("1");
+    PanelWorld::writeFile(line("/etc/resolv.conf"), kept + '\n');
+    chooseDynamic(adapter);
     QTRY_COMPARE_WITH_TIMEOUT(m_world->told.size(), 3, 20000);
-    const QString ip = m_world->text(1, AdapterPane::Ip);
-    QVERIFY2(ip.startsWith(line("192.168.2.1")) && ip != line("192.168.2.10"), qPrintable(ip));
-    QCOMPARE(address("eth1"), ip + line("/24"));
-    QCOMPARE(m_world->text(1, AdapterPane::Mask), line("255.255.255.0"));
-    QCOMPARE(m_world->text(1, AdapterPane::Gateway), line("192.168.2.1"));
-    QCOMPARE(m_world->text(1, AdapterPane::FirstDns), line("192.168.2.1"));
-    QCOMPARE(m_world->text(1, AdapterPane::BackupDns), line("203.0.113.10"));
-    QVERIFY(!m_world->field(1, AdapterPane::Ip, 0)->isEnabled());
-    QVERIFY(
-        PanelWorld::fileContent(line("/etc/resolv.conf")).contains("nameserver 1.2.3.4 # eth0"));
+    const QString ip = m_world->text(adapter, AdapterPane::Ip);
+    QVERIFY2(ip.startsWith(router) && ip != segment + line("10"), qPrintable(ip));
+    QCOMPARE(address(name.constData()), ip + line("/24"));
+    QCOMPARE(m_world->text(adapter, AdapterPane::Mask), line("255.255.255.0"));
+    QCOMPARE(m_world->text(adapter, AdapterPane::Gateway), router);
+    QCOMPARE(m_world->text(adapter, AdapterPane::FirstDns), router);
+    QCOMPARE(m_world->text(adapter, AdapterPane::BackupDns), line("203.0.113.10"));
+    QVERIFY(!m_world->field(adapter, AdapterPane::Ip, 0)->isEnabled());
+    QVERIFY(PanelWorld::fileContent(line("/etc/resolv.conf")).contains(kept));
+    QVERIFY(defaultRoutes().contains(
+        QStringLiteral("default via %1 dev eth%2 metric 1").arg(router).arg(adapter)));
     // Static again: the lease stays, as it is the record's now.
-    m_world->pane(1).modeBox().setCurrentIndex(0);
-    QCOMPARE(m_world->text(1, AdapterPane::Ip), ip);
+    m_world->pane(adapter).modeBox().setCurrentIndex(0);
+    QCOMPARE(m_world->text(adapter, AdapterPane::Ip), ip);
     QTRY_COMPARE(output("ps -o comm | grep -c udhcpc").trimmed(), line("0"));
+    QCOMPARE(address(name.constData()), ip + line("/24"));
 }
 
 void TestLiveNetwork::dynamic_lateAnswer_isStillTaken()
 {
     output("plant dhcp 1 late 3");
-    m_world->pane(1).modeBox().setCurrentIndex(1);
+    chooseDynamic(1);
     QTRY_COMPARE_WITH_TIMEOUT(m_world->told.size(), 3, 30000);
     QCOMPARE(address("eth1"), m_world->text(1, AdapterPane::Ip) + line("/24"));
 }
@@ -181,7 +207,7 @@ void TestLiveNetwork::dynamic_lateAnswer_isStillTaken()
 void TestLiveNetwork::dynamic_gatewayIsTheFirstHost()
 {
     output("plant lease 1 10.1.2.77 255.255.0.0");
-    m_world->pane(1).modeBox().setCurrentIndex(1);
+    chooseDynamic(1);
     QTRY_COMPARE_WITH_TIMEOUT(m_world->told.size(), 3, 20000);
     QCOMPARE(m_world->told.at(0).record.mid(174, 4), QByteArray("\x0A\x01\x02\x4D", 4));
     QCOMPARE(m_world->told.at(1).record.mid(182, 4), QByteArray("\xFF\xFF\0\0", 4));
@@ -191,7 +217,7 @@ void TestLiveNetwork::dynamic_gatewayIsTheFirstHost()
 void TestLiveNetwork::dynamic_noAnswer_pageStaysUsable()
 {
     output("plant dhcp 1 off");
-    m_world->pane(1).modeBox().setCurrentIndex(1);
+    chooseDynamic(1);
     QTest::qWait(10000);
     QCOMPARE(m_world->told.size(), 0);
     QCOMPARE(m_world->text(1, AdapterPane::Ip), line("0.0.0.0"));
