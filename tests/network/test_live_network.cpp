@@ -139,6 +139,7 @@ void TestLiveNetwork::entry_inTheWindow_reachesImageRegisterAndKernel()
     window.findChild<QPushButton*>(line("networkPushButton"))->click();
     auto* page = window.findChild<NetworkSettings*>();
     const QByteArray before = PanelWorld::image();
+    QCOMPARE(defaultRoutes(), QStringList(line("default via 192.168.1.1 dev eth0 metric 1")));
     const auto fields = page->findChildren<QLineEdit*>();
     const auto third = std::find_if(fields.begin(), fields.end(), [page](QLineEdit* field) {
         return page->isConfigIp(NetworkSettings::Eth0, field) && field->text() == line("1");
@@ -151,6 +152,9 @@ void TestLiveNetwork::entry_inTheWindow_reachesImageRegisterAndKernel()
     QCOMPARE(address("eth0"), line("192.168.7.10/24"));
     QCOMPARE(PanelWorld::fileContent(line("/tmp/smw.dat")).mid(751, 8),
              QByteArray("\xC0\xA8\x07\x0A\0\0\0\0", 8));
+    // The new address does not reach the old gateway: of the routes that the page asks for, the
+    // kernel takes the other one.
+    QCOMPARE(defaultRoutes(), QStringList(line("default via 192.168.2.1 dev eth1 metric 1")));
 }
 
 void TestLiveNetwork::chooseDynamic(int adapter)
