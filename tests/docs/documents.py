@@ -38,3 +38,30 @@ def anchors(path):
                                               flags=re.S | re.M), flags=re.M)
     return {re.sub(r"[^\w\- ]", "", heading.lower()).strip().replace(" ", "-")
             for heading in headings}
+
+
+def tables(path):
+    """The tables of a document by the heading above them: lists of rows, cells by column title."""
+    found, heading, titles = {}, "", None
+    for line in path.read_text(encoding="utf-8").splitlines():
+        if line.startswith("#"):
+            heading, titles = line.lstrip("# "), None
+        elif not line.startswith("|"):
+            titles = None
+        elif titles is None:
+            titles = cells(line)
+            found.setdefault(heading, [])
+        elif not re.fullmatch(r"[|\- ]+", line):
+            found[heading].append(dict(zip(titles, cells(line), strict=True)))
+    return found
+
+
+def cells(line):
+    return [cell.strip().replace("\\|", "|")
+            for cell in re.split(r"(?<!\\)\|", line.strip())[1:-1]]
+
+
+def code(cell):
+    """What stands in a cell as code, `...`; None when it is no single code span."""
+    span = re.fullmatch(r"`([^`]+)`", cell)
+    return span.group(1) if span else None
