@@ -51,11 +51,10 @@ QJsonObject ofRegister(const RegisterRow& row)
         {"offset", static_cast<int>(row.offset)},
         {"size", static_cast<int>(row.size)},
         {"unit", isBitArea(row.area) ? "bits" : "bytes"},
-        {"kind", kindName(isBitArea(row.area) ? Kind::Switch : Kind::Bytes)},
+        {"kind", kindName(kindOf(row))},
     };
     if (const RegisterName* name = findRegisterName(row.id)) {
         object["name"] = text(name->name);
-        object["kind"] = text(kindName(name->kind));
         object["description"] = text(name->description);
     }
     return object;

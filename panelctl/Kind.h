@@ -5,8 +5,10 @@ enum class Kind {
     Reserved, ///< No meaning known here; never shown by name, never written.
     Bytes,    ///< Pairs of hexadecimal digits, as many as there are bytes.
     Number,   ///< Unsigned, little-endian; decimal or 0x... when typed.
+    Level,    ///< A raw backlight value: 76 to 200, 4 for each level, or 0 for off.
     Switch,   ///< "on" or "off", also 1 and 0.
     Ipv4,     ///< a.b.c.d in the first four bytes, in this order.
+    Netmask,  ///< The same, with all ones before all zeros.
     Mac,      ///< Six octets in display order, xx:xx:xx:xx:xx:xx.
     Language, ///< "chinese" (0) or "english" (1).
     Adapter,  ///< The adapter of the default route: "auto" (0), "eth0" (1) or "eth1" (2).
@@ -17,7 +19,9 @@ enum class Kind {
 /// The name of a kind in tables that are printed.
 constexpr const char* kindName(Kind kind)
 {
-    constexpr const char* names[] = {"reserved", "bytes",    "number",  "switch",   "ipv4",
-                                     "mac",      "language", "adapter", "adapters", "width"};
+    constexpr const char* names[] = {
+        "reserved", "bytes", "number",   "level",   "switch",   "ipv4",
+        "ipv4",     "mac",   "language", "adapter", "adapters", "width",
+    };
     return names[static_cast<int>(kind)];
 }

@@ -10,6 +10,44 @@
 namespace {
 
 constexpr std::array commands{
+    Command{"reg", "list", "[--json]", 0, 0, " --json ",
+            "Lists the registers: id, name, area, file, offset, size.", Commands::regList},
+    Command{"reg", "read", "ID [--json]", 1, 1, " --json ",
+            "Prints what a register holds. ID is its number or its name.", Commands::regRead},
+    Command{"reg", "write", "ID VALUE [--notify]", 2, 2, " --notify ",
+            "Writes a register, which is all of it.", Commands::regWrite},
+    Command{"reg", "watch", "[--json]", 0, 0, " --json ",
+            "Prints notices as they come, until SIGINT or SIGTERM. A notice has one reader: while "
+            "this runs, the runtime misses some.",
+            Commands::regWatch},
+    Command{"device", "show", "[--image FILE] [--json]", 0, 0, " --image --json ",
+            "Prints the records of the device.", Commands::deviceShow},
+    Command{"device", "set", "[--image FILE] FIELD VALUE...", 2, 64, " --image ",
+            "Changes fields, all of them or none. Everything else stays as it is. What describes "
+            "the hardware can be changed in a file only.",
+            Commands::deviceSet},
+    Command{"device", "dump", "[--image FILE] [--json]", 0, 0, " --image --json ",
+            "Prints the bytes of the device image with their offsets.", Commands::deviceDump},
+    Command{"device", "check", "[--image FILE] [--json]", 0, 0, " --image --json ",
+            "Tells what is wrong in the device image, and ends with 1 when something is.",
+            Commands::deviceCheck},
+    Command{"device", "fields", "[--json]", 0, 0, " --json ", "Lists the fields of the records.",
+            Commands::deviceFields},
+    Command{"device", "create", "--image FILE", 0, 0, " --image ",
+            "Makes a new image of zeros in a file. An existing one stays as it is.",
+            Commands::deviceCreate},
+    Command{"dns", "show", "[--json]", 0, 0, " --json ", "Prints the DNS servers of both adapters.",
+            Commands::dnsShow},
+    Command{"dns", "set", "ADAPTER first|backup ADDRESS", 3, 3, " ",
+            "Sets a DNS server of eth0 or eth1. Lines of others stay as they are.",
+            Commands::dnsSet},
+    Command{"dns", "clear", "ADAPTER", 1, 1, " ", "Removes the DNS servers of eth0 or eth1.",
+            Commands::dnsClear},
+    Command{"areas", "create", "[--root DIR] [--stored] [--json] [REGISTER=VALUE...]", 0, 90,
+            " --root --stored --json ",
+            "Makes the register areas and notice pipes of a new device. What is there stays as it "
+            "is; the values go into files that are made new.",
+            Commands::areasCreate},
     Command{"tables", "", "--json", 0, 0, " --json ",
             "Prints everything that is where: records, fields, areas and registers.",
             Commands::tables},
@@ -116,7 +154,8 @@ void takeOption(const Command& command, const Words& words, std::size_t& at, Arg
     if (!option || !takes(command, words[at])) {
         throw UsageError("'" + nameOf(command) + "' has no option '" + words[at] + "'");
     }
-    if (option->value && at + 1 == words.size()) {
+    // An empty value is a variable of the caller's without content, and not a file or folder.
+    if (option->value && (at + 1 == words.size() || words[at + 1].empty())) {
         throw UsageError("'" + words[at] + "' needs a " + option->value);
     }
     given.options[option->name] = option->value ? words[at + 1] : std::string();

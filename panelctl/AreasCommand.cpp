@@ -1,0 +1,179 @@
+// areas create.
+
+#include "panelctl/AreaFiles.h"
+#include "panelctl/Commands.h"
+#include "panelctl/Json.h"
+#include "panelctl/RegisterNames.h"
+#include "panelctl/Registers.h"
+#include "panelctl/Value.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QSaveFile>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <sys/stat.h>
+
+namespace {
+
+/// A register's value in files that are made new.
+struct Preset
+{
+    const RegisterRow* row;
+    Value::Bytes value;
+};
+
+Preset parsePreset(const std::string& word)
+{
+    const std::size_t equals = word.find('=');
+    if (equals == std::string::npos) {
+        throw UsageError("'" + word + "' is not REGISTER=VALUE");
+    }
+    const RegisterRow& row = Registers::find(word.substr(0, equals));
+    const Value::Bytes empty(isBitArea(row.area) ? (row.size + 7) / 8 : row.size, 0);
+    return {&row, Value::parse(kindOf(row), word.substr(equals + 1), empty)};
+}
+
+std::vector<Preset> parsePresets(const Arguments& given)
+{
+    std::vector<Preset> presets;
+    for (const std::string& word : given.words) {
+        presets.push_back(parsePreset(word));
+        const AreaFile& area = areaFiles[presets.back().row->area - 1U];
+        if (given.has("--stored") && !area.stored) {
+            throw UsageError("'" + word + "' lies in memory; --stored does not make it");
+        }
+    }
+    return presets;
+}
+
+/// Registers in bit areas are single bits.
+void place(QByteArray& content, const Preset& preset)
+{
+    const auto offset = static_cast<int>(preset.row->offset);
+    if (isBitArea(preset.row->area)) {
+        const unsigned bit = (preset.value[0] & 1U) << offset % 8;
+        content[offset / 8] = static_cast<char>(static_cast<unsigned>(content[offset / 8]) | bit);
+    } else {
+        std::memcpy(content.data() + offset, preset.value.data(), preset.value.size());
+    }
+}
+
+[[noreturn]] void fail(const QString& path, const QString& reason)
+{
+    throw Failure("cannot make " + path.toStdString() + ": " + reason.toStdString());
+}
+
+void makeFolderOf(const QString& path)
+{
+    const QString folder = QFileInfo(path).path();
+    if (!QDir().mkpath(folder)) {
+        fail(folder, QString::fromLatin1("no such folder can be made"));
+    }
+}
+
+/// In one go: an interrupted command leaves no half of a file.
+void makeFile(const QString& path, const QByteArray& content)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
+        !file.commit()) {
+        fail(path, file.errorString());
+    }
+}
+
+/// What became of a path: "made", "kept" or, for a file that was too short, "extended".
+const char* makeArea(const AreaFile& area, const QString& path, const std::vector<Preset>& presets)
+{
+    const QFileInfo found(path);
+    if (found.exists() && !found.isFile()) {
+        fail(path, QString::fromLatin1("it is there and no file"));
+    }
+    if (found.exists()) {
+        const bool isShort = found.size() < int(areaBytes);
+        if (isShort && !QFile::resize(path, areaBytes)) {
+            fail(path, QString::fromLatin1("it is too short and cannot be extended"));
+        }
+        return isShort ? "extended" : "kept";
+    }
+    QByteArray content(areaBytes, '\0');
+    for (const Preset& preset : presets) {
+        if (preset.row->area == area.area) {
+            place(content, preset);
+        }
+    }
+    makeFile(path, content);
+    return "made";
+}
+
+const char* makePipe(const QString& path)
+{
+    constexpr mode_t everybody = 0777; // less the umask
+    const QByteArray name = QFile::encodeName(path);
+    if (mkfifo(name.constData(), everybody) == 0) {
+        return "made";
+    }
+    const int error = errno;
+    struct stat found = {};
+    if (error != EEXIST || stat(name.constData(), &found) != 0) {
+        fail(path, qt_error_string(error));
+    }
+    if (!S_ISFIFO(found.st_mode)) {
+        fail(path, QString::fromLatin1("it is there and no pipe"));
+    }
+    return "kept";
+}
+
+/// Collects what became of the paths, and prints it.
+class Report
+{
+public:
+    explicit Report(bool json) : m_json(json) {}
+
+    void add(const QString& path, const char* what)
+    {
+        m_rows.append(QJsonObject{{"path", path}, {"result", QString::fromLatin1(what)}});
+        if (!m_json) {
+            std::cout << what << ' ' << path.toStdString() << '\n';
+        }
+    }
+    void finish() const
+    {
+        if (m_json) {
+            Json::print(m_rows);
+        }
+    }
+
+private:
+    const bool m_json;
+    QJsonArray m_rows;
+};
+
+} // namespace
+
+void Commands::areasCreate(const Arguments& given)
+{
+    const std::vector<Preset> presets = parsePresets(given);
+    const QString root = QFile::decodeName(given.value("--root").c_str());
+    Report report(given.has("--json"));
+    for (const AreaFile& area : areaFiles) {
+        if (area.stored || !given.has("--stored")) {
+            const QString path = root + QString::fromLatin1(area.path);
+            makeFolderOf(path);
+            report.add(path, makeArea(area, path, presets));
+        }
+    }
+    for (const char* pipe : {registerPipe, areaPipe}) {
+        if (!given.has("--stored")) {
+            const QString path = root + QString::fromLatin1(pipe);
+            report.add(path, makePipe(path));
+        }
+    }
+    report.finish();
+}

@@ -1,0 +1,189 @@
+// device show, set, dump, check and create.
+
+#include "panelctl/Commands.h"
+#include "panelctl/DeviceCheck.h"
+#include "panelctl/DeviceImage.h"
+#include "panelctl/Json.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+
+namespace {
+
+constexpr std::size_t dumpBytes = 16; // on a line
+
+QString text(const std::string& utf8)
+{
+    return QString::fromStdString(utf8);
+}
+
+const RecordField& findField(const std::string& name)
+{
+    const auto* at = std::find_if(recordFields.begin(), recordFields.end(), [&](const auto& field) {
+        return field.kind != Kind::Reserved && name == field.name;
+    });
+    if (at == recordFields.end()) {
+        throw UsageError("there is no field '" + name + "'; see panelctl device fields");
+    }
+    return *at;
+}
+
+void printField(const RecordField& field, const Value::Bytes& value)
+{
+    const bool isEmpty =
+        field.kind == Kind::Bytes &&
+        std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == 0; });
+    const std::string shown = isEmpty ? std::to_string(value.size()) + " bytes, all zero"
+                                      : Value::show(field.kind, value);
+    const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::Adapters;
+    std::cout << "  " << std::left << std::setw(23) << field.name << shown
+              << (hasUnit ? std::string(" ") + field.unit : std::string()) << '\n';
+}
+
+void printRecord(const RecordRow& record, const DeviceImage& image)
+{
+    std::cout << record.name << ", bytes " << record.offset << " to "
+              << record.offset + record.size - 1 << (record.writable ? "" : ", read-only") << '\n';
+    for (const RecordField& field : recordFields) {
+        if (field.kind != Kind::Reserved && &recordOf(field) == &record) {
+            printField(field, image.field(field));
+        }
+    }
+}
+
+QJsonObject jsonOf(const DeviceImage& image)
+{
+    QJsonObject records;
+    for (const RecordField& field : recordFields) {
+        if (field.kind == Kind::Reserved) {
+            continue;
+        }
+        const Value::Bytes value = image.field(field);
+        QJsonObject record = records[text(field.record)].toObject();
+        record[text(field.name)] = QJsonObject{{"value", text(Value::show(field.kind, value))},
+                                               {"bytes", text(Value::hex(value))}};
+        records[text(field.record)] = record;
+    }
+    return records;
+}
+
+void printDumpLine(const Value::Bytes& line, std::size_t offset)
+{
+    std::cout << std::setw(4) << offset << "  0x" << std::hex << std::setfill('0') << std::setw(3)
+              << offset << ' ';
+    for (const std::uint8_t byte : line) {
+        std::cout << ' ' << std::setw(2) << int(byte);
+    }
+    std::cout << std::dec << std::setfill(' ') << '\n';
+}
+
+Value::Bytes bytesOf(const DeviceImage& image, std::size_t offset, std::size_t count)
+{
+    const char* first = image.bytes().data() + offset;
+    return {first, first + count};
+}
+
+/// Everything is looked at before anything is written.
+void change(DeviceImage& image, const std::string& name, const std::string& typed)
+{
+    const RecordField& field = findField(name);
+    if (!image.canChange(field)) {
+        throw UsageError(name + " is read-only on a device");
+    }
+    try {
+        image.setField(field, Value::parse(field.kind, typed, image.field(field)));
+    } catch (const UsageError& error) {
+        throw UsageError(name + ": " + error.what());
+    }
+}
+
+void printFieldRow(const RecordField& field)
+{
+    std::cout << std::left << std::setw(13) << field.record << std::setw(23) << field.name
+              << std::right << "byte " << std::setw(4) << imageOffset(field) << "  size "
+              << std::setw(3) << field.size << "  " << std::left << std::setw(9)
+              << kindName(field.kind) << field.description << '\n';
+}
+
+} // namespace
+
+void Commands::deviceShow(const Arguments& given)
+{
+    const DeviceImage image(given.value("--image"));
+    if (given.has("--json")) {
+        return Json::print(jsonOf(image));
+    }
+    for (const RecordRow& record : recordRows) {
+        printRecord(record, image);
+    }
+}
+
+void Commands::deviceSet(const Arguments& given)
+{
+    if (given.words.size() % 2 != 0) {
+        throw UsageError("'" + given.words.back() + "' needs a value");
+    }
+    DeviceImage image(given.value("--image"));
+    for (std::size_t at = 0; at < given.words.size(); at += 2) {
+        change(image, given.words[at], given.words[at + 1]);
+    }
+    image.save();
+}
+
+void Commands::deviceDump(const Arguments& given)
+{
+    const DeviceImage image(given.value("--image"));
+    if (given.has("--json")) {
+        return Json::print(
+            QJsonObject{{"size", static_cast<int>(image.bytes().size())},
+                        {"bytes", text(Value::hex(bytesOf(image, 0, image.bytes().size())))}});
+    }
+    for (std::size_t offset = 0; offset < image.bytes().size(); offset += dumpBytes) {
+        printDumpLine(bytesOf(image, offset, dumpBytes), offset);
+    }
+}
+
+void Commands::deviceCheck(const Arguments& given)
+{
+    const std::vector<Problem> problems = checkImage(DeviceImage(given.value("--image")));
+    QJsonArray rows;
+    for (const Problem& problem : problems) {
+        rows.append(QJsonObject{{"field", text(problem.field)}, {"problem", text(problem.text)}});
+        if (!given.has("--json")) {
+            std::cout << problem.field << ": " << problem.text << '\n';
+        }
+    }
+    if (given.has("--json")) {
+        Json::print(rows);
+    }
+    if (!problems.empty()) {
+        throw Failure("the device image has " + std::to_string(problems.size()) +
+                      (problems.size() == 1 ? " problem" : " problems"));
+    }
+}
+
+void Commands::deviceFields(const Arguments& given)
+{
+    QJsonArray rows;
+    for (const RecordField& field : recordFields) {
+        rows.append(Json::ofField(field));
+        if (!given.has("--json") && field.kind != Kind::Reserved) {
+            printFieldRow(field);
+        }
+    }
+    if (given.has("--json")) {
+        Json::print(rows);
+    }
+}
+
+void Commands::deviceCreate(const Arguments& given)
+{
+    if (!given.has("--image")) {
+        throw UsageError("'device create' needs --image FILE");
+    }
+    DeviceImage::create(given.value("--image"));
+}

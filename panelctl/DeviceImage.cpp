@@ -1,0 +1,164 @@
+#include "panelctl/DeviceImage.h"
+
+#include "device/EEInfoHandle.h"
+#include "panelctl/Command.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char* readTool = "/root/plat-intf/readee";
+constexpr const char* writeTool = "/root/plat-intf/writeee";
+
+QString path(const std::string& file)
+{
+    return QFile::decodeName(file.c_str());
+}
+
+[[noreturn]] void fail(const std::string& what, const QFileDevice& file)
+{
+    throw Failure("cannot " + what + ": " + file.errorString().toStdString());
+}
+
+void needTool(const char* tool)
+{
+    if (access(tool, X_OK) != 0) {
+        const int error = errno;
+        throw Failure(std::string("cannot run ") + tool + ": " +
+                      std::strerror(error)); // NOLINT(concurrency-mt-unsafe)
+    }
+}
+
+/// One byte more than an image has is enough to see that it is too long.
+constexpr int mostBytes = static_cast<int>(EEInfoDetail::imageBytes) + 1;
+
+QByteArray readFile(const std::string& name)
+{
+    QFile file(path(name));
+    if (!file.open(QIODevice::ReadOnly)) {
+        fail("read " + name, file);
+    }
+    return file.read(mostBytes);
+}
+
+/// The records' own channel does not tell how much a tool delivers.
+QByteArray readDevice()
+{
+    needTool(readTool);
+    std::FILE* pipe = popen("exec /root/plat-intf/readee 2>/dev/null", "r"); // NOLINT(cert-env33-c)
+    if (!pipe) {
+        throw Failure(std::string("cannot run ") + readTool);
+    }
+    QByteArray bytes(mostBytes, 0);
+    const std::size_t count = std::fread(bytes.data(), 1, mostBytes, pipe);
+    pclose(pipe);
+    bytes.truncate(static_cast<int>(count));
+    return bytes;
+}
+
+void writeFile(const std::string& name, const char* bytes, std::size_t size)
+{
+    QSaveFile file(path(name)); // replaces it at once: an interrupted command leaves the old one
+    if (!file.open(QIODevice::WriteOnly) ||
+        file.write(bytes, static_cast<qint64>(size)) != static_cast<qint64>(size) ||
+        !file.commit()) {
+        fail("write " + name, file);
+    }
+}
+
+template <typename Record>
+Record recordAt(const char* bytes)
+{
+    Record record;
+    std::memcpy(&record, bytes, sizeof record);
+    return record;
+}
+
+} // namespace
+
+DeviceImage::DeviceImage(std::string file) : m_file(std::move(file))
+{
+    load();
+}
+
+void DeviceImage::load()
+{
+    const QByteArray bytes = m_file.empty() ? readDevice() : readFile(m_file);
+    if (bytes.size() != static_cast<int>(m_bytes.size())) {
+        const bool isLong = bytes.size() > static_cast<int>(m_bytes.size());
+        throw Failure((m_file.empty() ? std::string("the device's image") : m_file) + " has " +
+                      (isLong ? "more than 1024" : std::to_string(bytes.size())) +
+                      " bytes; a device image has 1024");
+    }
+    std::copy(bytes.begin(), bytes.end(), m_bytes.begin());
+}
+
+void DeviceImage::create(const std::string& file)
+{
+    if (QFile::exists(path(file))) {
+        throw Failure(file + " is there already; it stays as it is");
+    }
+    const std::array<char, EEInfoDetail::imageBytes> zeros = {};
+    writeFile(file, zeros.data(), zeros.size());
+}
+
+Value::Bytes DeviceImage::field(const RecordField& field) const
+{
+    const char* first = m_bytes.data() + imageOffset(field);
+    return {first, first + field.size};
+}
+
+bool DeviceImage::canChange(const RecordField& field) const
+{
+    return field.kind != Kind::Reserved && (!m_file.empty() || recordOf(field).writable);
+}
+
+void DeviceImage::setField(const RecordField& field, const Value::Bytes& value)
+{
+    std::memcpy(m_bytes.data() + imageOffset(field), value.data(), field.size);
+    m_changed.push_back(&field);
+}
+
+void DeviceImage::save()
+{
+    if (!m_file.empty()) {
+        writeFile(m_file, m_bytes.data(), m_bytes.size());
+        return;
+    }
+    needTool(writeTool);
+    saveToDevice();
+    const DeviceImage kept("");
+    for (const RecordField* changed : m_changed) {
+        if (kept.field(*changed) != field(*changed)) {
+            throw Failure(std::string("the device did not keep ") + changed->name);
+        }
+    }
+}
+
+void DeviceImage::saveToDevice()
+{
+    const auto changes = [this](const char* record) {
+        return std::any_of(m_changed.begin(), m_changed.end(), [&](const RecordField* field) {
+            return std::string_view(record) == field->record;
+        });
+    };
+    int result = 0;
+    if (changes("Flash_WR_1")) {
+        auto record = recordAt<EEInfoDetail::Flash_WR_1>(m_bytes.data() + EEInfoDetail::wr1Offset);
+        result |= EEInfoHandle::instance()->write_flash_wr1_info(&record);
+    }
+    if (changes("Flash_WR_2")) {
+        auto record = recordAt<EEInfoDetail::Flash_WR_2>(m_bytes.data() + EEInfoDetail::wr2Offset);
+        result |= EEInfoHandle::instance()->write_flash_wr2_info(&record);
+    }
+    if (result != 0) {
+        throw Failure(std::string(writeTool) + " does not take the image");
+    }
+}

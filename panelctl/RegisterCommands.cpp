@@ -1,0 +1,162 @@
+// reg list, reg read and reg write.
+
+#include "panelctl/AreaFiles.h"
+#include "panelctl/Commands.h"
+#include "panelctl/Json.h"
+#include "panelctl/RegisterNames.h"
+#include "panelctl/Registers.h"
+#include "panelctl/Value.h"
+#include "regstore/SysReg.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <iomanip>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+/// A transfer of bits touches whole bytes and those of the neighbours.
+constexpr std::size_t neighbourBytes = 8;
+
+void printRow(const RegisterRow& row)
+{
+    const RegisterName* name = findRegisterName(row.id);
+    std::cout << std::left << std::setw(4) << row.id << std::setw(17) << (name ? name->name : "-")
+              << "area " << row.area << "  " << std::setw(19) << areaFiles[row.area - 1U].path
+              << (isBitArea(row.area) ? "bit  " : "byte ") << std::setw(6) << row.offset << "size "
+              << row.size << (name ? "  " : "") << (name ? name->description : "") << '\n';
+}
+
+/// Why a transfer failed, as the area's file tells it now.
+std::string reasonOf(const RegisterRow& row, int access)
+{
+    const char* path = areaFiles[row.area - 1U].path;
+    const int file = ::open(path, access | O_CLOEXEC);
+    const int error = errno;
+    if (file < 0) {
+        return std::string(path) + ": " + std::strerror(error); // NOLINT(concurrency-mt-unsafe)
+    }
+    ::close(file);
+    return std::string(path) + " is too short or does not take it";
+}
+
+bool hasReader(const char* pipe)
+{
+    const int end = ::open(pipe, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (end >= 0) {
+        ::close(end);
+    }
+    return end >= 0;
+}
+
+[[noreturn]] void failTransfer(const char* what, const RegisterRow& row, int access)
+{
+    throw Failure("cannot " + std::string(what) + " register " + Registers::label(row.id) + ": " +
+                  reasonOf(row, access));
+}
+
+Value::Bytes valueBytes(const RegisterRow& row)
+{
+    return Value::Bytes(isBitArea(row.area) ? (row.size + 7) / 8 : row.size, 0);
+}
+
+void store(const RegisterRow& row, const Value::Bytes& value, bool notify)
+{
+    Value::Bytes buffer = value;
+    buffer.resize(buffer.size() + neighbourBytes, 0);
+    const bool isHeard = notify && hasReader(registerPipe);
+    const auto size = static_cast<unsigned>(buffer.size());
+    const int result = isHeard ? SysReg_WriteNotify(row.id, buffer.data(), size)
+                               : SysReg_Write(row.id, buffer.data(), size);
+    if (result != 0) {
+        failTransfer("write", row, O_WRONLY);
+    }
+    if (notify && !isHeard) {
+        throw Failure("register " + Registers::label(row.id) + " is written, but nobody reads " +
+                      registerPipe);
+    }
+}
+
+} // namespace
+
+namespace Registers {
+
+const RegisterRow& find(const std::string& word)
+{
+    for (const RegisterRow& row : registerTable) {
+        const RegisterName* name = findRegisterName(row.id);
+        if (word == std::to_string(row.id) || (name && word == name->name)) {
+            return row;
+        }
+    }
+    throw UsageError("there is no register '" + word + "'; see panelctl reg list");
+}
+
+std::string label(unsigned id)
+{
+    const RegisterName* name = findRegisterName(id);
+    return std::to_string(id) + (name ? std::string(" ") + name->name : std::string());
+}
+
+Value::Bytes read(const RegisterRow& row)
+{
+    Value::Bytes buffer = valueBytes(row);
+    const std::size_t size = buffer.size();
+    buffer.resize(size + neighbourBytes);
+    if (SysReg_Read(row.id, buffer.data()) != 0) {
+        failTransfer("read", row, O_RDONLY);
+    }
+    buffer.resize(size);
+    if (isBitArea(row.area) && row.size % 8 != 0) {
+        buffer.back() = static_cast<std::uint8_t>(buffer.back() & ((1U << row.size % 8) - 1));
+    }
+    return buffer;
+}
+
+QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value)
+{
+    QJsonObject object = Json::ofRegister(row);
+    object["value"] = QString::fromStdString(Value::show(kindOf(row), value));
+    object["bytes"] = QString::fromStdString(Value::hex(value));
+    return object;
+}
+
+} // namespace Registers
+
+void Commands::regList(const Arguments& given)
+{
+    QJsonArray rows;
+    for (const RegisterRow& row : registerTable) {
+        if (given.has("--json")) {
+            rows.append(Json::ofRegister(row));
+        } else {
+            printRow(row);
+        }
+    }
+    if (given.has("--json")) {
+        Json::print(rows);
+    }
+}
+
+void Commands::regRead(const Arguments& given)
+{
+    const RegisterRow& row = Registers::find(given.words[0]);
+    const Value::Bytes value = Registers::read(row);
+    if (given.has("--json")) {
+        Json::print(Registers::jsonOf(row, value));
+    } else {
+        std::cout << Value::show(kindOf(row), value) << '\n';
+    }
+}
+
+void Commands::regWrite(const Arguments& given)
+{
+    const RegisterRow& row = Registers::find(given.words[0]);
+    store(row, Value::parse(kindOf(row), given.words[1], valueBytes(row)), given.has("--notify"));
+}

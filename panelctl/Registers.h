@@ -1,0 +1,25 @@
+#pragma once
+
+#include "panelctl/Value.h"
+
+#include <string>
+
+class QJsonObject;
+struct RegisterRow;
+
+/// Registers as the commands name and show them.
+namespace Registers {
+
+/// The register that @p word names or numbers. Throws UsageError when there is none.
+const RegisterRow& find(const std::string& word);
+
+/// "20 language", or the id alone.
+std::string label(unsigned id);
+
+/// What the register holds now, without the bits of its neighbours. Throws Failure.
+Value::Bytes read(const RegisterRow& row);
+
+/// The row of the table with the value and its bytes.
+QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value);
+
+} // namespace Registers

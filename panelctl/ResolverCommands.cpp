@@ -1,0 +1,149 @@
+// dns show, set and clear.
+
+#include "device/ResolverFile.h"
+#include "device/ResolverText.h"
+#include "panelctl/Commands.h"
+#include "panelctl/Json.h"
+#include "panelctl/Value.h"
+
+#include <QFile>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <array>
+#include <iostream>
+
+namespace {
+
+constexpr const char* resolverPath = "/etc/resolv.conf";
+constexpr int adapters = 2;
+constexpr std::array serverWords{"first", "backup"};
+
+int parseAdapter(const std::string& word)
+{
+    for (int adapter = 0; adapter < adapters; ++adapter) {
+        if (word == "eth" + std::to_string(adapter) || word == std::to_string(adapter)) {
+            return adapter;
+        }
+    }
+    throw UsageError("there is no adapter '" + word + "'; it takes eth0 or eth1");
+}
+
+int parseServer(const std::string& word)
+{
+    for (std::size_t index = 0; index < serverWords.size(); ++index) {
+        if (word == serverWords[index]) {
+            return static_cast<int>(index);
+        }
+    }
+    throw UsageError("there is no server '" + word + "'; it takes first or backup");
+}
+
+/// Only looks: a missing file is not made, and holds no servers.
+QString readText()
+{
+    QFile file{QString::fromLatin1(resolverPath)};
+    if (!file.exists()) {
+        return {};
+    }
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        throw Failure(std::string("cannot read ") + resolverPath + ": " +
+                      file.errorString().toStdString());
+    }
+    return QString::fromLatin1(file.readAll());
+}
+
+[[noreturn]] void fail(const QFile& file)
+{
+    throw Failure(std::string("cannot change ") + resolverPath + ": " +
+                  file.errorString().toStdString());
+}
+
+/// The file's text, which is going to be written back.
+QString loadText(QFile& file)
+{
+    QString text;
+    if (!ResolverFile::load(file, text)) {
+        fail(file);
+    }
+    return text;
+}
+
+QString withoutAdapter(const QString& text, int adapter)
+{
+    constexpr QChar lineEnd = '\n';
+    QStringList kept;
+    for (const QString& line : text.split(lineEnd)) {
+        if (!ResolverText::hasServer(line, adapter, 0)) {
+            kept.append(line);
+        }
+    }
+    return kept.join(lineEnd);
+}
+
+QString adapterName(int adapter)
+{
+    return QString::fromLatin1("eth%1").arg(adapter);
+}
+
+QJsonObject jsonOf(const QString& text, int adapter)
+{
+    QJsonObject servers;
+    for (int index = 0; index < int(serverWords.size()); ++index) {
+        const bool isSet = ResolverText::hasServer(text, adapter, index);
+        servers[QString::fromLatin1(serverWords[static_cast<std::size_t>(index)])] =
+            isSet ? QJsonValue(ResolverText::server(text, adapter, index)) : QJsonValue();
+    }
+    return servers;
+}
+
+} // namespace
+
+void Commands::dnsShow(const Arguments& given)
+{
+    const QString text = readText();
+    QJsonObject all;
+    for (int adapter = 0; adapter < adapters; ++adapter) {
+        const QJsonObject servers = jsonOf(text, adapter);
+        all[adapterName(adapter)] = servers;
+        for (const char* word : serverWords) {
+            if (!given.has("--json")) {
+                const QString address = servers[QString::fromLatin1(word)].toString("-");
+                std::cout << adapterName(adapter).toStdString() << ' ' << word << ' '
+                          << address.toStdString() << '\n';
+            }
+        }
+    }
+    if (given.has("--json")) {
+        Json::print(all);
+    }
+}
+
+void Commands::dnsSet(const Arguments& given)
+{
+    const int adapter = parseAdapter(given.words[0]);
+    const int index = parseServer(given.words[1]);
+    const Value::Bytes address = Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(4, 0));
+    QFile file{QString::fromLatin1(resolverPath)};
+    const QString text = loadText(file);
+    // Servers are told apart by their order alone.
+    if (index == 1 && !ResolverText::hasServer(text, adapter, 0)) {
+        throw Failure(given.words[0] + " has no first server yet; the backup would become it");
+    }
+    const QString shown = QString::fromStdString(Value::show(Kind::Ipv4, address));
+    if (!ResolverFile::store(file, ResolverText::replaceServer(text, adapter, index, shown))) {
+        fail(file);
+    }
+}
+
+void Commands::dnsClear(const Arguments& given)
+{
+    const int adapter = parseAdapter(given.words[0]);
+    QFile file{QString::fromLatin1(resolverPath)};
+    if (!ResolverText::hasServer(readText(), adapter, 0)) {
+        return; // nothing to write, and no file to make
+    }
+    if (!ResolverFile::store(file, withoutAdapter(loadText(file), adapter))) {
+        fail(file);
+    }
+}

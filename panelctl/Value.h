@@ -1,0 +1,34 @@
+#pragma once
+
+#include "panelctl/Kind.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// Values as people read and type them, to and from their bytes in a register or record.
+namespace Value {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// The bytes as a value of @p kind.
+std::string show(Kind kind, const Bytes& bytes);
+
+/// The bytes for @p text, as many as @p before has. Bits that are not part of the value are taken
+/// from @p before. Throws UsageError, which says what fits, when @p text does not.
+Bytes parse(Kind kind, const std::string& text, const Bytes& before);
+
+/// What is wrong with bytes that no such value can have, as the end of a sentence: "is no netmask".
+/// Empty when nothing is.
+std::string problem(Kind kind, const Bytes& bytes);
+
+/// Unsigned, little-endian; at most 8 bytes.
+std::uint64_t number(const Bytes& bytes);
+
+/// The first four bytes as one number, the first octet in the highest place.
+std::uint32_t address(const Bytes& bytes);
+
+/// "0a0b0c".
+std::string hex(const Bytes& bytes);
+
+} // namespace Value

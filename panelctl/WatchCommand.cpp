@@ -1,0 +1,150 @@
+// reg watch.
+
+#include "panelctl/AreaFiles.h"
+#include "panelctl/Commands.h"
+#include "panelctl/Json.h"
+#include "panelctl/RegisterNames.h"
+#include "panelctl/Registers.h"
+#include "regstore/RegisterTable.h"
+
+#include <QJsonObject>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <iostream>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t numberBytes = 4;
+
+/// Owns a descriptor.
+class Descriptor
+{
+public:
+    explicit Descriptor(int number) : m_number(number) {}
+    ~Descriptor() { ::close(m_number); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int number() const { return m_number; }
+
+private:
+    const int m_number;
+};
+
+/// The reading end of a notice pipe, which is made when it is missing. It is open for writing too,
+/// so that it does not end whenever a sender closes its own end.
+int openPipe(const char* path)
+{
+    mkfifo(path, 0777);
+    const int pipe = ::open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    struct stat found = {};
+    if (pipe < 0 || fstat(pipe, &found) != 0) {
+        const int error = errno;
+        throw Failure(std::string("cannot read ") + path + ": " +
+                      std::strerror(error)); // NOLINT(concurrency-mt-unsafe)
+    }
+    if (!S_ISFIFO(found.st_mode)) {
+        ::close(pipe);
+        throw Failure(std::string(path) + " is no pipe");
+    }
+    return pipe;
+}
+
+/// The two signals that end the watch come through a descriptor from now on.
+int openSignals()
+{
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGINT);
+    sigaddset(&ends, SIGTERM);
+    sigprocmask(SIG_BLOCK, &ends, nullptr);
+    return signalfd(-1, &ends, SFD_CLOEXEC);
+}
+
+/// A message of @p count numbers, 32 bits each. False when there is none in the pipe. Senders write
+/// a message in one piece, so there is never half of one.
+template <std::size_t count>
+bool take(const Descriptor& pipe, std::array<unsigned, count>& numbers)
+{
+    std::array<unsigned char, count * numberBytes> message;
+    if (::read(pipe.number(), message.data(), message.size()) !=
+        static_cast<ssize_t>(message.size())) {
+        return false;
+    }
+    numbers = {};
+    for (std::size_t at = 0; at < message.size(); ++at) {
+        numbers[at / numberBytes] |= static_cast<unsigned>(message[at]) << at % numberBytes * 8;
+    }
+    return true;
+}
+
+/// The register with the value it has by now, or its id alone when that cannot be read.
+QJsonObject registerNotice(unsigned id)
+{
+    QJsonObject notice{{"notice", "register"}, {"id", static_cast<qint64>(id)}};
+    if (id >= registerTable.size()) {
+        return notice;
+    }
+    if (const RegisterName* name = findRegisterName(id)) {
+        notice["name"] = QString::fromLatin1(name->name);
+    }
+    const RegisterRow& row = registerTable[id];
+    try {
+        notice["value"] = QString::fromStdString(Value::show(kindOf(row), Registers::read(row)));
+    } catch (const Failure&) {
+        notice["value"] = QJsonValue::Null;
+    }
+    return notice;
+}
+
+void tellRegister(unsigned id, bool json)
+{
+    const QJsonObject notice = registerNotice(id);
+    if (json) {
+        return Json::printLine(notice);
+    }
+    const QString value = notice["value"].toString(QString::fromLatin1("?"));
+    std::cout << "register " << Registers::label(id) << " = " << value.toStdString() << std::endl;
+}
+
+void tellRange(const std::array<unsigned, 3>& range, bool json)
+{
+    const auto [area, offset, length] = range;
+    if (json) {
+        return Json::printLine({{"notice", "area"},
+                                {"area", static_cast<qint64>(area)},
+                                {"offset", static_cast<qint64>(offset)},
+                                {"length", static_cast<qint64>(length)}});
+    }
+    std::cout << "area " << area << " from " << (isBitArea(area) ? "bit " : "byte ") << offset
+              << " length " << length << std::endl;
+}
+
+} // namespace
+
+void Commands::regWatch(const Arguments& given)
+{
+    const bool json = given.has("--json");
+    const Descriptor ends(openSignals());
+    const Descriptor registers(openPipe(registerPipe));
+    const Descriptor areas(openPipe(areaPipe));
+    std::array<pollfd, 3> waiting = {
+        {{ends.number(), POLLIN, 0}, {registers.number(), POLLIN, 0}, {areas.number(), POLLIN, 0}}};
+    while (std::cout && poll(waiting.data(), waiting.size(), -1) > 0 && waiting[0].revents == 0) {
+        std::array<unsigned, 1> id = {};
+        while (take(registers, id)) {
+            tellRegister(id[0], json);
+        }
+        std::array<unsigned, 3> range = {};
+        while (take(areas, range)) {
+            tellRange(range, json);
+        }
+    }
+}
