@@ -431,9 +431,11 @@ void TestNetwork::fields_areToldByIdentity()
         QCOMPARE(fields.size(), 20);
         for (int field = 0; field < fields.size(); ++field) {
             for (const int adapter : {0, 1}) {
-                for (int value = 0; value < 5; ++value) {
-                    QCOMPARE((page.*asks[value])(Index(adapter), fields.at(field)),
+                int value = 0;
+                for (const Asks ask : asks) {
+                    QCOMPARE((page.*ask)(Index(adapter), fields.at(field)),
                              adapter == owner && value == field / 4);
+                    ++value;
                 }
             }
         }
