@@ -67,6 +67,7 @@ DateTimeDialog* DateTimeDialog::Instance(int fontId, QSettings* settings, QWidge
     } else if (!m_instance->m_settings) {
         m_instance->m_settings = settings;
     }
+    m_instance->m_caller.watch(m_instance, settings);
     return m_instance;
 }
 
@@ -197,9 +198,12 @@ bool DateTimeDialog::editField(int field)
     const Field& row = fields[size_t(field)];
     QLineEdit* edit = ui->*row.edit;
     const QPointer<DateTimeDialog> self(this);
-    const int result = InputDialog::Instance(m_fontId, row.minimum, row.maximum,
-                                             edit->text().toInt(), m_settings, nullptr)
-                           ->exec();
+    InputDialog* keypad = InputDialog::Instance(m_fontId, row.minimum, row.maximum,
+                                                edit->text().toInt(), m_settings, nullptr);
+    // Nobody waits for the value once the dialog has closed.
+    const auto closing = connect(this, &QDialog::finished, keypad, &QDialog::reject);
+    const int result = keypad->exec();
+    disconnect(closing);
     if (!self) {
         return false;
     }

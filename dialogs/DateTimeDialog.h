@@ -2,6 +2,8 @@
 
 #include "common/TitleBarDrag.h"
 
+#include "dialogs/CallerGuard.h"
+
 #include <QDialog>
 #include <QPointer>
 #include <QSettings>
@@ -64,6 +66,7 @@ private:
     std::array<int, 6> m_values = {}; ///< Year, month, day, hour, minute, second.
     TitleBarDrag m_drag;
     QPointer<QSettings> m_settings;
+    CallerGuard m_caller;
     int m_dialogWidth = 0; ///< Pixels, as the next two.
     int m_yearWidth = 0;
     int m_fieldWidth = 0;

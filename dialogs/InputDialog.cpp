@@ -52,6 +52,7 @@ InputDialog* InputDialog::Instance(int fontId, int min, int max, int current, QS
 {
     if (!m_instance) {
         m_instance = new InputDialog(fontId, min, max, current, settings, parent);
+        m_instance->m_caller.watch(m_instance, settings);
         return m_instance;
     }
     m_instance->setFontId(fontId);
@@ -65,6 +66,7 @@ InputDialog* InputDialog::Instance(int fontId, int min, int max, int current, QS
     if (!m_instance->m_settings) {
         m_instance->m_settings = settings;
     }
+    m_instance->m_caller.watch(m_instance, settings);
     return m_instance;
 }
 

@@ -2,6 +2,8 @@
 
 #include "common/TitleBarDrag.h"
 
+#include "dialogs/CallerGuard.h"
+
 #include <QDialog>
 #include <QPointer>
 #include <QSettings>
@@ -75,6 +77,7 @@ private:
     int m_minValue;
     int m_maxValue;
     QPointer<QSettings> m_settings;
+    CallerGuard m_caller;
     TitleBarDrag m_drag;
 
     static InputDialog* m_instance;

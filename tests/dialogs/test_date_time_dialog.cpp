@@ -152,6 +152,7 @@ private slots:
     void instance_takesTheNextSettingsOnceTheFirstAreGone();
     void drag_startsOnTheTitleBar();
     void deletedWhileTheKeypadIsOpen_isNoCrash();
+    void caller_goneMeanwhile_closesDialogAndKeypad();
 };
 
 void TestDateTimeDialog::initTestCase()
@@ -690,6 +691,26 @@ void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_isNoCrash()
         keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
     });
     QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
+}
+
+void TestDateTimeDialog::caller_goneMeanwhile_closesDialogAndKeypad()
+{
+    auto settings =
+        std::make_unique<QSettings>(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
+    DateTimeDialog* open = dialog(settings.get());
+    auto* hour = open->findChild<QLineEdit*>(QStringLiteral("hourLineEdit"));
+    bool keypadWasOpen = false;
+    QTimer::singleShot(0, open, [&] {
+        QTimer::singleShot(0, open, [&] {
+            keypadWasOpen = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+            settings.reset();
+        });
+        QTest::mousePress(hour, Qt::LeftButton);
+    });
+    QCOMPARE(open->exec(), 0);
+    QVERIFY(keypadWasOpen);
+    QVERIFY(!QApplication::activeModalWidget());
     QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
 }
 

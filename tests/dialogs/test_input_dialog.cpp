@@ -170,6 +170,8 @@ private slots:
     void instance_takesTheNextSettingsOnceTheFirstAreGone();
     void instance_followsItsParent();
     void instance_deletedWithItsParent_isMadeAgain();
+    void caller_goneMeanwhile_closesTheKeypad();
+    void earlierCaller_goneMeanwhile_changesNothing();
     void release_deletesIt();
     void drag_startsOnTheTitleBar_data();
     void drag_startsOnTheTitleBar();
@@ -777,6 +779,38 @@ void TestInputDialog::entries_leaveNothingBehind()
         own.show();
     }
     QCOMPARE(QApplication::allWidgets().size(), widgets);
+}
+
+void TestInputDialog::caller_goneMeanwhile_closesTheKeypad()
+{
+    for (int round = 0; round < 2; ++round) { // for a new keypad and one that is used again
+        auto settings =
+            std::make_unique<QSettings>(QStringLiteral("/tmp/keypad.ini"), QSettings::IniFormat);
+        InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, settings.get(), nullptr);
+        bool wasOpen = false;
+        QTimer::singleShot(0, keypad, [&] {
+            type(*keypad, QStringLiteral("7"));
+            wasOpen = keypad->isVisible();
+            settings.reset();
+        });
+        QCOMPARE(keypad->exec(), 0);
+        QVERIFY(wasOpen);
+        QVERIFY(!keypad->isVisible());
+    }
+}
+
+void TestInputDialog::earlierCaller_goneMeanwhile_changesNothing()
+{
+    auto earlier =
+        std::make_unique<QSettings>(QStringLiteral("/tmp/keypad.ini"), QSettings::IniFormat);
+    QSettings settings(QStringLiteral("/tmp/keypad2.ini"), QSettings::IniFormat);
+    InputDialog::Instance(0, 1, 32, 5, earlier.get(), nullptr);
+    InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, &settings, nullptr);
+    QTimer::singleShot(0, keypad, [&] {
+        earlier.reset();
+        type(*keypad, QStringLiteral("7E"));
+    });
+    QCOMPARE(keypad->exec(), 8);
 }
 
 QTEST_MAIN(TestInputDialog)
