@@ -15,7 +15,8 @@ bool load(QFile& file, QString& text)
     const QByteArray bytes = file.readAll();
     const bool isWhole = file.error() == QFileDevice::NoError;
     file.close();
-    text = isWhole ? QString::fromLatin1(bytes) : text;
+    // With its length: otherwise it would end at a zero byte, and the rest of the file be lost.
+    text = isWhole ? QString::fromLatin1(bytes.constData(), bytes.size()) : text;
     return isWhole;
 }
 

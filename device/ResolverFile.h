@@ -4,7 +4,8 @@ class QFile;
 class QString;
 
 /// The resolver file on the device. Its bytes are handled as Latin-1 characters, so that whatever
-/// somebody else wrote into it goes back as it was read.
+/// somebody else wrote into it goes back as it was read, but for carriage returns, which go: it is
+/// opened as text.
 namespace ResolverFile {
 
 /// Reads the whole file. False, with @p text untouched, when it cannot be opened for reading and

@@ -218,6 +218,7 @@ private slots:
     void resolver_replacesServers();
     void resolver_fileIsRewrittenAndBackedUp();
     void resolver_shorterText_leavesNoRest();
+    void resolver_bytesOfOthers_stay();
     void resolver_unwritableFile_isLeftAlone();
     void resolver_missingFile_isMade();
 };
@@ -1157,6 +1158,14 @@ void TestDevice::resolver_shorterText_leavesNoRest()
     device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
     QCOMPARE(PanelWorld::fileContent(resolverPath),
              QByteArray("nameserver 7.7.7.7 # eth0\nsearch plant"));
+}
+
+void TestDevice::resolver_bytesOfOthers_stay()
+{
+    const QByteArray others("search \0 plant\n# \xc3\xa4\xff\x80", 21);
+    PanelWorld::writeFile(resolverPath, others + "\nnameserver 1.1.1.1 # eth0\n");
+    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    QCOMPARE(PanelWorld::fileContent(resolverPath), others + "\nnameserver 7.7.7.7 # eth0");
 }
 
 void TestDevice::resolver_unwritableFile_isLeftAlone()
