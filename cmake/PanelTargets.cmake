@@ -7,11 +7,17 @@ target_compile_options(panel_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Werror
   # Qt's template statics would be emitted as unique symbols, which pin a library in
   # memory: a host could then never unload the plugin.
-  -fno-gnu-unique)
+  # The other compiler makes none of those.
+  $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 target_compile_definitions(panel_flags INTERFACE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
 if(PANEL_SANITIZE)
   target_compile_options(panel_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  target_link_options(panel_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(PANEL_FUZZ)
+  target_compile_options(panel_flags INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+    -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
   target_link_options(panel_flags INTERFACE -fsanitize=address,undefined)
 endif()
 if(PANEL_COVERAGE)

@@ -40,9 +40,12 @@ class Machine(unittest.TestCase):
         self.stand_in("apt-get")
         self.stand_in("cpack", 'mkdir -p "$4/_CPack_Packages"; : >"$4/panel-settings_1_all.deb"')
         self.stand_in("ctest", "echo '100% tests passed, 0 tests failed out of 4'")
-        self.stand_in("cmake", 'case $1$2 in --presetrelease | --presetasan-ubsan)'
+        self.stand_in("cmake", 'case $1$2 in --presetrelease | --presetasan-ubsan | --presetfuzz)'
                       'mkdir -p build/$2; : >build/$2/build.ninja ;; esac')
-        for name in ("simulator/run", "simulator/shots", "tests/lint", "tests/check-sources"):
+        for target in ("registers", "resolver"):
+            (self.project / "fuzz" / "corpus" / target).mkdir(parents=True)
+        for name in ("simulator/run", "simulator/sandbox", "simulator/shots", "tests/lint",
+                     "tests/check-sources", "fuzz/run"):
             self.script(self.project / name, name.replace("/", "-"))
 
     def script(self, path, name, body="", quiet=False):
@@ -111,7 +114,15 @@ class Words(Machine):
                 (["shots", "here"], "unknown option 'here'"),
                 (["lint", "here"], "unknown option 'here'"),
                 (["bench", "here"], "unknown option 'here'"),
-                (["package", "here"], "unknown option 'here'")):
+                (["package", "here"], "unknown option 'here'"),
+                (["fuzz", "--minutes", "3"], "unknown option '--minutes'"),
+                (["fuzz", "--seconds"], "--seconds needs a value"),
+                (["fuzz", "--seconds", "0"], "a number from 1 to 9999999, not '0'"),
+                (["fuzz", "nothing"], "unknown target 'nothing'; there are: registers resolver"),
+                (["soak", "long"], "unknown option 'long'"),
+                (["soak", "--seed"], "--seed needs a value"),
+                (["soak", "--seed", "x"], "--seed is a number from 1 to 9999999, not 'x'"),
+                (["soak", "--presses", "-1"], "a number from 1 to 9999999, not '-1'")):
             with self.subTest(arguments=arguments):
                 self.assert_refused(arguments, text)
                 self.assertEqual(self.calls(), [])
@@ -119,14 +130,16 @@ class Words(Machine):
     def test_help_names_every_command_and_option(self):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
-            for word in ("run", "test", "shots", "bench", "lint", "package", "--size", "--adapters", "--fresh",
-                         "--state", "--inspect"):
+            for word in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package", "--size",
+                         "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
+                         "--presses"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
 
     def test_every_command_does_its_job(self):
         for command, job in (("run", "simulator-run"), ("shots", "simulator-shots"),
-                             ("lint", "tests-lint"), ("test", "ctest"), ("package", "cpack")):
+                             ("lint", "tests-lint"), ("test", "ctest"), ("package", "cpack"),
+                             ("fuzz", "fuzz-run"), ("soak", "simulator-sandbox")):
             with self.subTest(command=command):
                 self.succeed(command)
                 self.assertIn(job, [call.split()[0] for call in self.calls()])
@@ -212,6 +225,30 @@ class Bench(Machine):
         self.benchmark("then")
         self.assertEqual(self.panel("bench").returncode, 1)
         self.assertEqual(len([call for call in self.calls() if call.startswith("sandbox")]), 2)
+
+
+class Searches(Machine):
+    def test_fuzzer_gets_its_time_and_targets(self):
+        self.succeed("fuzz")
+        build = self.project / "build" / "fuzz"
+        self.assertEqual(self.calls()[-1], f"fuzz-run --build {build} --seconds 600")
+        self.succeed("fuzz", "--seconds", "5", "resolver", "registers")
+        self.assertEqual(self.calls()[-1],
+                         f"fuzz-run --build {build} --seconds 5 resolver registers")
+
+    def test_soak_gets_its_seed_and_length(self):
+        self.succeed("soak")
+        build = self.project / "build" / "asan-ubsan"
+        start = f"simulator-sandbox --build {build} -- {build}/tests/soak/soak"
+        self.assertEqual(self.calls()[-1], f"{start} --seed 1 --presses 3600")
+        self.succeed("soak", "--presses", "36000", "--seed", "7")
+        self.assertEqual(self.calls()[-1], f"{start} --seed 7 --presses 36000")
+
+    def test_what_they_find_fails_them(self):
+        for command, script in (("fuzz", "fuzz/run"), ("soak", "simulator/sandbox")):
+            with self.subTest(command=command):
+                self.script(self.project / script, command, "exit 1")
+                self.assertEqual(self.panel(command).returncode, 1)
 
 
 class DebianPackages(Machine):
@@ -311,15 +348,16 @@ class Packages(Machine):
 
 
 class Test(Machine):
-    def test_both_builds_are_tested_and_summed_up_in_the_last_line(self):
+    def test_every_build_is_tested_and_summed_up_in_the_last_line(self):
         output = self.succeed("test")
-        self.assertEqual(output.splitlines()[-1], "8 passed, 0 failed")
+        self.assertEqual(output.splitlines()[-1], "12 passed, 0 failed")
         self.assertEqual([call for call in self.calls() if call.startswith("ctest")],
                          ["ctest --preset release --parallel 3",
-                          "ctest --preset asan-ubsan --parallel 3"])
+                          "ctest --preset asan-ubsan --parallel 3",
+                          "ctest --preset fuzz --parallel 3"])
 
     def test_failed_tests_of_any_build_fail_the_whole(self):
-        for failing in ("release", "asan-ubsan"):
+        for failing in ("release", "asan-ubsan", "fuzz"):
             with self.subTest(failing=failing):
                 self.stand_in("ctest", f"""
                     case $2 in
@@ -328,7 +366,7 @@ class Test(Machine):
                     esac""")
                 result = self.panel("test")
                 self.assertEqual(result.returncode, 1)
-                self.assertEqual(result.stdout.splitlines()[-1], "5 passed, 1 failed")
+                self.assertEqual(result.stdout.splitlines()[-1], "8 passed, 1 failed")
 
     def test_run_without_tests_is_no_success(self):
         self.stand_in("ctest", "echo 'No tests were found!!!'")
