@@ -19,6 +19,7 @@ class Panel:
         self._folder = tempfile.TemporaryDirectory(prefix="panel-test.")
         self.folder = pathlib.Path(self._folder.name)
         self.state = self.folder / "device"
+        self._output = self.folder / "output"
         self._build = build
         self._options = options
         self._process = None
@@ -27,11 +28,12 @@ class Panel:
         """Boots the panel and returns when its home page is there."""
         scratch = self.folder / "scratch"
         scratch.mkdir(exist_ok=True)
-        self._process = subprocess.Popen(
-            [ROOT / "simulator" / "run", "--build", self._build, "--state", self.state,
-             "--display", "none", *self._options, *options],
-            env={**os.environ, "TMPDIR": str(scratch)},
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        with open(self._output, "wb") as output:
+            self._process = subprocess.Popen(
+                [ROOT / "simulator" / "run", "--build", self._build, "--state", self.state,
+                 "--display", "none", *self._options, *options],
+                env={**os.environ, "TMPDIR": str(scratch)},
+                stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
         return self.look()
 
     def look(self):
@@ -44,13 +46,17 @@ class Panel:
     def stop(self):
         """Ends the panel and returns what it printed."""
         self._process.send_signal(signal.SIGTERM)
-        output, _ = self._process.communicate(timeout=30)
-        return output
+        self._process.wait(timeout=30)
+        return self.printed()
+
+    def printed(self):
+        """What it has printed since it was started."""
+        return self._output.read_text()
 
     def crash(self):
         """Kills the script that runs the panel, which then can tidy up nothing."""
         self._process.kill()
-        self._process.communicate(timeout=30)
+        self._process.wait(timeout=30)
 
     def plant(self, verb):
         """Carries out a verb of the plant, as `plant VERB` would in the panel, and returns what it

@@ -271,8 +271,9 @@ class Inspector(unittest.TestCase):
         folder = str(self.panel.folder)
         running = processes_mentioning(folder).values()
         self.assertTrue([line for line in running if "simulator/inspect" in line])
-        output = self.panel.stop()
-        self.assertIn(f"Its inspector is at {self.address}\n", output)
+        wait_for(lambda: f"Its inspector is at {self.address}\n" in self.panel.printed(),
+                 "the line that tells where it is")
+        self.panel.stop()
         wait_for(lambda: not processes_mentioning(folder), "every process to end")
         self.assertEqual(self.panel.remains(), [])
         with self.assertRaises(OSError):
