@@ -58,8 +58,9 @@ void place(QByteArray& content, const Preset& preset)
 {
     const auto offset = static_cast<int>(preset.row->offset);
     if (isBitArea(preset.row->area)) {
-        const unsigned bit = (preset.value[0] & 1U) << offset % 8;
-        content[offset / 8] = static_cast<char>(static_cast<unsigned>(content[offset / 8]) | bit);
+        const unsigned mask = 1U << offset % 8;
+        const unsigned others = static_cast<unsigned char>(content[offset / 8]) & ~mask;
+        content[offset / 8] = static_cast<char>(preset.value[0] != 0 ? others | mask : others);
     } else {
         std::memcpy(content.data() + offset, preset.value.data(), preset.value.size());
     }

@@ -32,16 +32,24 @@ const RecordField& findField(const std::string& name)
     return *at;
 }
 
-void printField(const RecordField& field, const Value::Bytes& value)
+/// A value for people.
+std::string explain(const RecordField& field, const Value::Bytes& value)
 {
     const bool isEmpty =
         field.kind == Kind::Bytes &&
         std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == 0; });
-    const std::string shown = isEmpty ? std::to_string(value.size()) + " bytes, all zero"
-                                      : Value::show(field.kind, value);
+    if (isEmpty) {
+        return std::to_string(value.size()) + " bytes, all zero";
+    }
     const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::Adapters;
-    std::cout << "  " << std::left << std::setw(23) << field.name << shown
-              << (hasUnit ? std::string(" ") + field.unit : std::string()) << '\n';
+    const std::string note = Value::note(field.kind, value);
+    return Value::show(field.kind, value) + (hasUnit ? std::string(" ") + field.unit : "") +
+           (note.empty() ? "" : " (" + note + ")");
+}
+
+void printField(const RecordField& field, const Value::Bytes& value)
+{
+    std::cout << "  " << std::left << std::setw(23) << field.name << explain(field, value) << '\n';
 }
 
 void printRecord(const RecordRow& record, const DeviceImage& image)
@@ -87,8 +95,7 @@ Value::Bytes bytesOf(const DeviceImage& image, std::size_t offset, std::size_t c
     return {first, first + count};
 }
 
-/// Everything is looked at before anything is written.
-void change(DeviceImage& image, const std::string& name, const std::string& typed)
+void changeField(DeviceImage& image, const std::string& name, const std::string& typed)
 {
     const RecordField& field = findField(name);
     if (!image.canChange(field)) {
@@ -98,6 +105,17 @@ void change(DeviceImage& image, const std::string& name, const std::string& type
         image.setField(field, Value::parse(field.kind, typed, image.field(field)));
     } catch (const UsageError& error) {
         throw UsageError(name + ": " + error.what());
+    }
+}
+
+/// Everything is looked at before anything is written.
+void change(DeviceImage& image, const std::vector<std::string>& words)
+{
+    if (words.size() % 2 != 0) {
+        throw UsageError("'" + words.back() + "' needs a value");
+    }
+    for (std::size_t at = 0; at < words.size(); at += 2) {
+        changeField(image, words[at], words[at + 1]);
     }
 }
 
@@ -124,13 +142,8 @@ void Commands::deviceShow(const Arguments& given)
 
 void Commands::deviceSet(const Arguments& given)
 {
-    if (given.words.size() % 2 != 0) {
-        throw UsageError("'" + given.words.back() + "' needs a value");
-    }
     DeviceImage image(given.value("--image"));
-    for (std::size_t at = 0; at < given.words.size(); at += 2) {
-        change(image, given.words[at], given.words[at + 1]);
-    }
+    change(image, given.words);
     image.save();
 }
 
@@ -185,5 +198,7 @@ void Commands::deviceCreate(const Arguments& given)
     if (!given.has("--image")) {
         throw UsageError("'device create' needs --image FILE");
     }
-    DeviceImage::create(given.value("--image"));
+    DeviceImage image = DeviceImage::create(given.value("--image"));
+    change(image, given.words);
+    image.save();
 }

@@ -1,6 +1,6 @@
 #include "panelctl/DeviceImage.h"
 
-#include "device/EEInfoHandle.h"
+#include "device/PlateformInterface.h"
 #include "panelctl/Command.h"
 
 #include <QFile>
@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char* readTool = "/root/plat-intf/readee";
 constexpr const char* writeTool = "/root/plat-intf/writeee";
+constexpr const char* writeCommand = "/root/plat-intf/writeee count=16";
 
 QString path(const std::string& file)
 {
@@ -73,14 +74,6 @@ void writeFile(const std::string& name, const char* bytes, std::size_t size)
     }
 }
 
-template <typename Record>
-Record recordAt(const char* bytes)
-{
-    Record record;
-    std::memcpy(&record, bytes, sizeof record);
-    return record;
-}
-
 } // namespace
 
 DeviceImage::DeviceImage(std::string file) : m_file(std::move(file))
@@ -100,13 +93,14 @@ void DeviceImage::load()
     std::copy(bytes.begin(), bytes.end(), m_bytes.begin());
 }
 
-void DeviceImage::create(const std::string& file)
+DeviceImage DeviceImage::create(const std::string& file)
 {
     if (QFile::exists(path(file))) {
         throw Failure(file + " is there already; it stays as it is");
     }
-    const std::array<char, EEInfoDetail::imageBytes> zeros = {};
-    writeFile(file, zeros.data(), zeros.size());
+    DeviceImage image;
+    image.m_file = file;
+    return image;
 }
 
 Value::Bytes DeviceImage::field(const RecordField& field) const
@@ -142,23 +136,15 @@ void DeviceImage::save()
     }
 }
 
-void DeviceImage::saveToDevice()
+void DeviceImage::saveToDevice() const
 {
-    const auto changes = [this](const char* record) {
-        return std::any_of(m_changed.begin(), m_changed.end(), [&](const RecordField* field) {
-            return std::string_view(record) == field->record;
-        });
-    };
-    int result = 0;
-    if (changes("Flash_WR_1")) {
-        auto record = recordAt<EEInfoDetail::Flash_WR_1>(m_bytes.data() + EEInfoDetail::wr1Offset);
-        result |= EEInfoHandle::instance()->write_flash_wr1_info(&record);
+    DeviceImage now("");
+    for (const RecordField* changed : m_changed) {
+        now.setField(*changed, field(*changed));
     }
-    if (changes("Flash_WR_2")) {
-        auto record = recordAt<EEInfoDetail::Flash_WR_2>(m_bytes.data() + EEInfoDetail::wr2Offset);
-        result |= EEInfoHandle::instance()->write_flash_wr2_info(&record);
-    }
-    if (result != 0) {
+    // One transfer, not one for each record: the device keeps all of it or nothing.
+    if (PlateformInterface().writecmd(writeCommand, now.m_bytes.data(),
+                                      static_cast<int>(now.m_bytes.size())) != 0) {
         throw Failure(std::string(writeTool) + " does not take the image");
     }
 }

@@ -18,8 +18,9 @@ public:
     /// cannot be read or is not 1024 bytes long.
     explicit DeviceImage(std::string file);
 
-    /// Makes a new file with an image of zeros. Throws Failure, also when there is a file already.
-    static void create(const std::string& file);
+    /// An image of zeros, for a new file that save() makes. Throws Failure when there is a file
+    /// already.
+    static DeviceImage create(const std::string& file);
 
     const std::array<char, EEInfoDetail::imageBytes>& bytes() const { return m_bytes; }
     Value::Bytes field(const RecordField& field) const;
@@ -28,13 +29,14 @@ public:
     bool canChange(const RecordField& field) const;
     void setField(const RecordField& field, const Value::Bytes& value);
 
-    /// Writes what was set: only the records with a change, and on the device all other bytes as
-    /// they are there at that moment. Throws Failure, also when the device does not keep it.
+    /// Writes what was set, all of it in one piece; on the device all other bytes go back as they
+    /// are there at that moment. Throws Failure, also when the device does not keep it.
     void save();
 
 private:
+    DeviceImage() = default;
     void load();
-    void saveToDevice();
+    void saveToDevice() const;
 
     std::string m_file;
     std::array<char, EEInfoDetail::imageBytes> m_bytes = {};

@@ -33,8 +33,9 @@ constexpr std::array commands{
             Commands::deviceCheck},
     Command{"device", "fields", "[--json]", 0, 0, " --json ", "Lists the fields of the records.",
             Commands::deviceFields},
-    Command{"device", "create", "--image FILE", 0, 0, " --image ",
-            "Makes a new image of zeros in a file. An existing one stays as it is.",
+    Command{"device", "create", "--image FILE [FIELD VALUE...]", 0, 64, " --image ",
+            "Makes a new image in a file, all zeros but for the values given. An existing one "
+            "stays as it is.",
             Commands::deviceCreate},
     Command{"dns", "show", "[--json]", 0, 0, " --json ", "Prints the DNS servers of both adapters.",
             Commands::dnsShow},
@@ -48,7 +49,7 @@ constexpr std::array commands{
             "Makes the register areas and notice pipes of a new device. What is there stays as it "
             "is; the values go into files that are made new.",
             Commands::areasCreate},
-    Command{"tables", "", "--json", 0, 0, " --json ",
+    Command{"tables", "", "[--json]", 0, 0, " --json ",
             "Prints everything that is where: records, fields, areas and registers.",
             Commands::tables},
 };
@@ -186,9 +187,10 @@ void run(const Words& words)
     if (isHelp(words[0])) {
         return printCommands("");
     }
-    const bool knowsGroup = std::any_of(commands.begin(), commands.end(),
-                                        [&](const Command& one) { return words[0] == one.group; });
-    if (knowsGroup && words.size() == 2 && isHelp(words[1])) {
+    const bool isGroup = std::any_of(commands.begin(), commands.end(), [&](const Command& one) {
+        return words[0] == one.group && *one.verb;
+    });
+    if (isGroup && words.size() == 2 && isHelp(words[1])) {
         return printCommands(words[0]);
     }
     std::size_t used = 0;
@@ -199,10 +201,16 @@ void run(const Words& words)
     command.run(parse(command, words, used));
 }
 
+/// Says it on one line, whatever somebody typed into it.
 int complain(const std::exception& error, int status)
 {
+    constexpr unsigned char firstPrintable = ' ';
+    std::string line = error.what();
+    std::replace_if(
+        line.begin(), line.end(),
+        [](char letter) { return static_cast<unsigned char>(letter) < firstPrintable; }, '?');
     std::cout.flush();
-    std::cerr << "panelctl: " << error.what() << '\n';
+    std::cerr << "panelctl: " << line << '\n';
     return status;
 }
 

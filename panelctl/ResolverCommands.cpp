@@ -1,6 +1,5 @@
 // dns show, set and clear.
 
-#include "device/ResolverFile.h"
 #include "device/ResolverText.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
@@ -39,34 +38,38 @@ int parseServer(const std::string& word)
     throw UsageError("there is no server '" + word + "'; it takes first or backup");
 }
 
-/// Only looks: a missing file is not made, and holds no servers.
+[[noreturn]] void fail(const char* what, const QFile& file)
+{
+    throw Failure(std::string("cannot ") + what + " " + resolverPath + ": " +
+                  file.errorString().toStdString());
+}
+
+/// The file's bytes as Latin-1, so that all of them can be written back. A missing file is not
+/// made, and holds no servers.
 QString readText()
 {
     QFile file{QString::fromLatin1(resolverPath)};
     if (!file.exists()) {
         return {};
     }
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        throw Failure(std::string("cannot read ") + resolverPath + ": " +
-                      file.errorString().toStdString());
+    if (!file.open(QIODevice::ReadOnly)) {
+        fail("read", file);
     }
-    return QString::fromLatin1(file.readAll());
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        fail("read", file);
+    }
+    return QString::fromLatin1(bytes.constData(), bytes.size());
 }
 
-[[noreturn]] void fail(const QFile& file)
+void writeText(const QString& text)
 {
-    throw Failure(std::string("cannot change ") + resolverPath + ": " +
-                  file.errorString().toStdString());
-}
-
-/// The file's text, which is going to be written back.
-QString loadText(QFile& file)
-{
-    QString text;
-    if (!ResolverFile::load(file, text)) {
-        fail(file);
+    const QByteArray bytes = text.toLatin1();
+    QFile file{QString::fromLatin1(resolverPath)};
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(bytes) != bytes.size() || !file.flush()) {
+        fail("change", file);
     }
-    return text;
 }
 
 QString withoutAdapter(const QString& text, int adapter)
@@ -124,26 +127,20 @@ void Commands::dnsSet(const Arguments& given)
     const int adapter = parseAdapter(given.words[0]);
     const int index = parseServer(given.words[1]);
     const Value::Bytes address = Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(4, 0));
-    QFile file{QString::fromLatin1(resolverPath)};
-    const QString text = loadText(file);
+    const QString text = readText();
     // Servers are told apart by their order alone.
     if (index == 1 && !ResolverText::hasServer(text, adapter, 0)) {
         throw Failure(given.words[0] + " has no first server yet; the backup would become it");
     }
     const QString shown = QString::fromStdString(Value::show(Kind::Ipv4, address));
-    if (!ResolverFile::store(file, ResolverText::replaceServer(text, adapter, index, shown))) {
-        fail(file);
-    }
+    writeText(ResolverText::replaceServer(text, adapter, index, shown));
 }
 
 void Commands::dnsClear(const Arguments& given)
 {
     const int adapter = parseAdapter(given.words[0]);
-    QFile file{QString::fromLatin1(resolverPath)};
-    if (!ResolverText::hasServer(readText(), adapter, 0)) {
-        return; // nothing to write, and no file to make
-    }
-    if (!ResolverFile::store(file, withoutAdapter(loadText(file), adapter))) {
-        fail(file);
+    const QString text = readText();
+    if (ResolverText::hasServer(text, adapter, 0)) { // otherwise there is no file to make
+        writeText(withoutAdapter(text, adapter));
     }
 }

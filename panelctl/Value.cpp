@@ -164,13 +164,12 @@ bool isLevel(std::uint64_t value)
     return value >= darkestLevel && value <= brightestLevel;
 }
 
-std::string showLevel(std::uint64_t value)
+std::string levelNote(std::uint64_t value)
 {
-    const std::string text = std::to_string(value);
     if (!isLevel(value)) {
-        return text + (value == 0 ? " (off)" : " (no level)");
+        return value == 0 ? "off" : "no level";
     }
-    return text + " (level " + std::to_string((value - darkestLevel) / levelStep + 1) + " of 32)";
+    return "level " + std::to_string((value - darkestLevel) / levelStep + 1) + " of 32";
 }
 
 std::uint16_t word(const Bytes& bytes)
@@ -270,10 +269,9 @@ std::string show(Kind kind, const Bytes& bytes)
     case Kind::Reserved:
     case Kind::Bytes:
         return hex(bytes);
+    case Kind::Level:
     case Kind::Number:
         return std::to_string(number(bytes));
-    case Kind::Level:
-        return showLevel(number(bytes));
     case Kind::Switch:
         return number(bytes) != 0 ? "on" : "off";
     case Kind::Ipv4:
@@ -291,6 +289,11 @@ std::string show(Kind kind, const Bytes& bytes)
         return showWidth(bytes);
     }
     return {};
+}
+
+std::string note(Kind kind, const Bytes& bytes)
+{
+    return kind == Kind::Level ? levelNote(number(bytes)) : std::string();
 }
 
 Bytes parse(Kind kind, const std::string& text, const Bytes& before)

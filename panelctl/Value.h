@@ -11,8 +11,11 @@ namespace Value {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The bytes as a value of @p kind.
+/// The bytes as a value of @p kind, as parse() takes it.
 std::string show(Kind kind, const Bytes& bytes);
+
+/// What people want to know beside the value, "level 17 of 32"; empty for most.
+std::string note(Kind kind, const Bytes& bytes);
 
 /// The bytes for @p text, as many as @p before has. Bits that are not part of the value are taken
 /// from @p before. Throws UsageError, which says what fits, when @p text does not.

@@ -138,12 +138,13 @@ void Commands::regWatch(const Arguments& given)
     std::array<pollfd, 3> waiting = {
         {{ends.number(), POLLIN, 0}, {registers.number(), POLLIN, 0}, {areas.number(), POLLIN, 0}}};
     while (std::cout && poll(waiting.data(), waiting.size(), -1) > 0 && waiting[0].revents == 0) {
+        // One message each, then the signals have their turn, however many more there are.
         std::array<unsigned, 1> id = {};
-        while (take(registers, id)) {
+        if (take(registers, id)) {
             tellRegister(id[0], json);
         }
         std::array<unsigned, 3> range = {};
-        while (take(areas, range)) {
+        if (take(areas, range)) {
             tellRange(range, json);
         }
     }

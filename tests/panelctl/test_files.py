@@ -1,0 +1,262 @@
+"""panelctl and the resolver file; panelctl and the files of a new device."""
+
+import itertools
+import stat
+import unittest
+
+from panel_values import encode, fitting, unfit
+from panel_world import (AREA_PIPE, AREAS, REGISTER_PIPE, REGISTERS, RESOLVER, TABLES, PanelTest,
+                         noise, start)
+
+# Lines of somebody else, in any encoding and with any line end.
+OTHERS = [b"# generated", b"search example.com", b"nameserver 9.9.9.9", b"eth0 begins this line",
+          b"  options rotate\t", b"\xff\xfe\x80 no text", b"with\0zero", b"from elsewhere\r",
+          b"nameserver 8.8.4.4 # wlan0"]
+ADAPTERS, SERVERS = ("eth0", "eth1"), ("first", "backup")
+
+
+def line(adapter, address):
+    return f"nameserver {address} # {adapter}".encode()
+
+
+class Resolver(PanelTest):
+    def content(self, *lines):
+        RESOLVER.write_bytes(b"\n".join(lines))
+
+    def lines(self):
+        return RESOLVER.read_bytes().split(b"\n")
+
+    def servers(self):
+        """What is shown, for people and as JSON, which say the same."""
+        shown = self.json("dns", "show")
+        printed = {tuple(row.split()[:2]): row.split()[2]
+                   for row in self.output("dns", "show").splitlines()}
+        self.assertEqual(printed, {(adapter, server): shown[adapter][server] or "-"
+                                   for adapter in ADAPTERS for server in SERVERS})
+        return {pair: address for pair, address in printed.items() if address != "-"}
+
+    def test_servers_are_told_by_adapter_and_order(self):
+        self.assertEqual(self.servers(), {})
+        self.content(*OTHERS, line("eth1", "4.4.4.4"), OTHERS[0], line("eth0", "1.1.1.1"),
+                     line("eth1", "5.5.5.5"), line("eth1", "6.6.6.6"), b"")
+        self.assertEqual(self.servers(), {("eth0", "first"): "1.1.1.1",
+                                          ("eth1", "first"): "4.4.4.4",
+                                          ("eth1", "backup"): "5.5.5.5"})
+
+    def test_missing_file_holds_no_servers_and_is_not_made_by_looking(self):
+        RESOLVER.unlink()
+        self.assertEqual(self.servers(), {})
+        for adapter in ADAPTERS:
+            self.silent("dns", "clear", adapter)
+        self.complaint(1, "dns", "set", "eth0", "backup", "1.1.1.1")
+        self.assertFalse(RESOLVER.exists())
+        self.silent("dns", "set", "eth0", "first", "1.1.1.1")
+        self.assertEqual(self.servers(), {("eth0", "first"): "1.1.1.1"})
+
+    def test_server_is_set_in_its_place_and_lines_of_others_stay(self):
+        own = [line("eth0", "1.0.0.1"), line("eth1", "1.1.0.1"), line("eth0", "1.0.0.2"),
+               line("eth1", "1.1.0.2")]
+        # Its own lines before, between and behind those of others.
+        content = [own[0], *OTHERS[:4], own[1], own[2], *OTHERS[4:], own[3]]
+        for adapter, (index, server) in itertools.product(ADAPTERS, enumerate(SERVERS)):
+            with self.subTest(adapter=adapter, server=server):
+                self.content(*content)
+                self.silent("dns", "set", adapter, server, "203.0.113.99")
+                at = content.index([text for text in own if adapter.encode() in text][index])
+                self.assertEqual(self.lines(), [*content[:at], line(adapter, "203.0.113.99"),
+                                                *content[at + 1:]])
+
+    def test_new_server_is_added_behind_lines_of_others(self):
+        for adapter, (number, other) in itertools.product(ADAPTERS, enumerate(OTHERS)):
+            with self.subTest(adapter=adapter, other=other):
+                self.content(other, b"")
+                self.silent("dns", "set", adapter, "first", "203.0.113.1")
+                self.silent("dns", "set", str(ADAPTERS.index(adapter)), "backup", "203.0.113.2")
+                self.assertEqual(self.lines(), [other, line(adapter, "203.0.113.1"),
+                                                line(adapter, "203.0.113.2")])
+
+    def test_clear_removes_every_line_of_its_adapter_and_no_other_byte(self):
+        for adapter, other in (ADAPTERS, ADAPTERS[::-1]):
+            with self.subTest(adapter=adapter):
+                kept = [line(other, "4.4.4.4"), *OTHERS, b"", line(other, "5.5.5.5"), b""]
+                content = list(kept)
+                for at in (11, 6, 6, 0):
+                    content.insert(at, line(adapter, f"7.7.7.{at}"))
+                self.content(*content)
+                self.silent("dns", "clear", adapter)
+                self.assertEqual(self.lines(), kept)
+
+    def test_clear_without_servers_writes_nothing(self):
+        self.content(*OTHERS)
+        before = RESOLVER.stat()
+        self.silent("dns", "clear", "eth0")
+        self.assertEqual(RESOLVER.stat().st_mtime_ns, before.st_mtime_ns)
+
+    def test_backup_without_a_first_server_is_refused(self):
+        self.content(*OTHERS, line("eth1", "4.4.4.4"))
+        before = RESOLVER.read_bytes()
+        self.assertIn("no first server", self.complaint(1, "dns", "set", "eth0", "backup",
+                                                        "1.1.1.1"))
+        self.assertEqual(RESOLVER.read_bytes(), before)
+
+    def test_words_that_do_not_fit_are_refused_and_change_nothing(self):
+        self.content(*OTHERS, line("eth0", "1.1.1.1"), line("eth0", "2.2.2.2"))
+        before = RESOLVER.read_bytes()
+        addresses = unfit({"kind": "ipv4", "size": 4, "unit": ""})
+        for words in [*(("set", name, "first", "1.1.1.1") for name in ("eth2", "2", "", "lo")),
+                      *(("clear", name) for name in ("eth2", "2", "", "ETH0")),
+                      *(("set", "eth0", server, "1.1.1.1") for server in ("second", "0", "")),
+                      *(("set", "eth0", "first", address) for address in addresses)]:
+            with self.subTest(words=words):
+                self.complaint(2, "dns", *words)
+        self.assertEqual(RESOLVER.read_bytes(), before)
+
+    def test_file_that_cannot_be_used_is_told(self):
+        RESOLVER.unlink()
+        RESOLVER.mkdir()
+        try:
+            for words in (("show",), ("set", "eth0", "first", "1.1.1.1"), ("clear", "eth0")):
+                with self.subTest(words=words):
+                    self.assertIn(str(RESOLVER), self.complaint(1, "dns", *words))
+        finally:
+            RESOLVER.rmdir()
+
+
+class Areas(PanelTest):
+    def setUp(self):
+        super().setUp()
+        self.root = self.folder / "root"
+
+    def below(self, path):
+        return self.root / str(path)[1:]
+
+    def made(self):
+        """The files and pipes below the root: their content, None for a pipe."""
+        found = {}
+        for path in self.root.rglob("*"):
+            if stat.S_ISFIFO(path.stat().st_mode):
+                found[path] = None
+            elif not path.is_dir():
+                found[path] = path.read_bytes()
+        return found
+
+    def expected(self, stored_only=False):
+        content = {self.below(area["file"]): bytes(area["bytes"]) for area in TABLES["areas"]
+                   if area["stored"] or not stored_only}
+        return content | ({} if stored_only else
+                          {self.below(pipe): None for pipe in (REGISTER_PIPE, AREA_PIPE)})
+
+    def with_value(self, content, row, text):
+        path = self.below(row["file"])
+        area = bytearray(content[path])
+        if row["unit"] == "bytes":
+            place = slice(row["offset"], row["offset"] + row["size"])
+            area[place] = encode(row, text, bytes(row["size"]))
+        else:
+            mask = 1 << row["offset"] % 8
+            at = row["offset"] // 8
+            area[at] = area[at] & ~mask | mask * encode(row, text, b"\0")[0]
+        return content | {path: bytes(area)}
+
+    def create(self, *words):
+        return self.output("areas", "create", "--root", self.root, *words)
+
+    def test_every_area_and_pipe_of_a_new_device_is_made(self):
+        told = self.create().splitlines()
+        self.assertEqual(self.made(), self.expected())
+        self.assertEqual({tuple(line.split()) for line in told},
+                         {("made", str(path)) for path in self.made()})
+
+    def test_stored_is_what_outlives_a_power_cut(self):
+        self.create("--stored")
+        self.assertEqual(self.made(), self.expected(stored_only=True))
+
+    def test_without_a_root_it_is_the_panel_itself(self):
+        for path in AREAS.values():
+            path.unlink()
+        self.output("areas", "create")
+        for path in AREAS.values():
+            self.assertEqual(path.read_bytes(), bytes(4096), path)
+        for pipe in (REGISTER_PIPE, AREA_PIPE):
+            self.assertTrue(stat.S_ISFIFO(pipe.stat().st_mode))
+        self.output("reg", "write", "language", "english")
+
+    def test_json_tells_what_became_of_each(self):
+        rows = self.json("areas", "create", "--root", self.root)
+        self.assertEqual({row["path"]: row["result"] for row in rows},
+                         {str(path): "made" for path in self.made()})
+
+    def test_every_register_takes_every_value(self):
+        for row in REGISTERS:
+            for at, text in enumerate(fitting(row)):
+                word = row["name"] if "name" in row and at % 2 else row["id"]
+                with self.subTest(id=row["id"], text=text):
+                    self.root = self.folder / f"{row['id']}-{at}"
+                    self.create(f"{word}={text}")
+                    self.assertTrue(self.made() == self.with_value(self.expected(), row, text))
+
+    def test_all_registers_at_once_and_the_last_value_counts(self):
+        for rows in (REGISTERS[:45], REGISTERS[45:]):
+            self.root = self.folder / str(rows[0]["id"])
+            expected, words = self.expected(), []
+            for row in rows:
+                for text in fitting(row)[:2]:
+                    words.append(f"{row['id']}={text}")
+                    expected = self.with_value(expected, row, text)
+            self.create(*words)
+            self.assertTrue(self.made() == expected)
+
+    def test_values_that_do_not_fit_make_nothing(self):
+        words = [f"{row['id']}={text}" for row in REGISTERS for text in unfit(row)[:2]]
+        for word in [*words, "90=1", "=1", "buzzer", "jump=on", "buzzer=on=off"]:
+            with self.subTest(word=word):
+                self.complaint(2, "areas", "create", "--root", self.root, "20=1", word)
+                self.assertFalse(self.root.exists())
+
+    def test_volatile_values_are_refused_with_stored(self):
+        stored = {area["area"] for area in TABLES["areas"] if area["stored"]}
+        for row in REGISTERS:
+            words = ("areas", "create", "--root", self.root, "--stored",
+                     f"{row['id']}={fitting(row)[0]}")
+            with self.subTest(id=row["id"]):
+                if row["area"] in stored:
+                    self.output(*words)
+                else:
+                    made = self.root.exists()
+                    self.assertIn("memory", self.complaint(2, *words))
+                    self.assertEqual(self.root.exists(), made)
+
+    def test_what_is_there_stays(self):
+        self.create()
+        content = {path: None if old is None else noise(5000 + at, at)
+                   for at, (path, old) in enumerate(sorted(self.made().items()))}
+        for path, data in content.items():
+            if data is not None:
+                path.write_bytes(data)
+        told = self.create("buzzer=on", "language=english")
+        self.assertTrue(self.made() == content)
+        self.assertEqual({line.split()[0] for line in told.splitlines()}, {"kept"})
+
+    def test_short_areas_are_extended_and_keep_what_they_have(self):
+        path = self.below(AREAS[7])
+        path.parent.mkdir(parents=True)
+        path.write_bytes(noise(100))
+        self.assertIn(f"extended {path}\n", self.create("language=english"))
+        self.assertEqual(path.read_bytes(), noise(100) + bytes(3996))
+
+    def test_something_else_in_the_way_is_told(self):
+        for path in self.expected():
+            with self.subTest(path=path):
+                self.root = self.folder / f"way-{path.name}"
+                way = self.root / path.relative_to(self.folder / "root")
+                way.mkdir(parents=True)
+                result = start("areas", "create", "--root", self.root)
+                self.assertEqual(result.returncode, 1)
+                self.assertIn(str(way), self.one_line(result.stderr))
+        blocked = self.folder / "file"
+        blocked.write_bytes(b"")
+        self.assertIn(str(blocked), self.complaint(1, "areas", "create", "--root", blocked))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
