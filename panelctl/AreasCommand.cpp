@@ -5,6 +5,7 @@
 #include "panelctl/Json.h"
 #include "panelctl/RegisterNames.h"
 #include "panelctl/Registers.h"
+#include "panelctl/ReplaceFile.h"
 #include "panelctl/Value.h"
 
 #include <QDir>
@@ -12,13 +13,13 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QSaveFile>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <iostream>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -79,13 +80,11 @@ void makeFolderOf(const QString& path)
     }
 }
 
-/// In one go: an interrupted command leaves no half of a file.
 void makeFile(const QString& path, const QByteArray& content)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size() ||
-        !file.commit()) {
-        fail(path, file.errorString());
+    const QString reason = replaceFile(path, content);
+    if (!reason.isEmpty()) {
+        fail(path, reason);
     }
 }
 
@@ -175,6 +174,9 @@ void Commands::areasCreate(const Arguments& given)
             const QString path = root + QString::fromLatin1(pipe);
             report.add(path, makePipe(path));
         }
+    }
+    if (!given.has("--root")) {
+        ::sync(); // on the panel itself they have to outlive a power cut from now on
     }
     report.finish();
 }

@@ -2,9 +2,9 @@
 
 #include "device/PlateformInterface.h"
 #include "panelctl/Command.h"
+#include "panelctl/ReplaceFile.h"
 
 #include <QFile>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <cerrno>
@@ -23,11 +23,6 @@ QString path(const std::string& file)
     return QFile::decodeName(file.c_str());
 }
 
-[[noreturn]] void fail(const std::string& what, const QFileDevice& file)
-{
-    throw Failure("cannot " + what + ": " + file.errorString().toStdString());
-}
-
 void needTool(const char* tool)
 {
     if (access(tool, X_OK) != 0) {
@@ -44,7 +39,7 @@ QByteArray readFile(const std::string& name)
 {
     QFile file(path(name));
     if (!file.open(QIODevice::ReadOnly)) {
-        fail("read " + name, file);
+        throw Failure("cannot read " + name + ": " + file.errorString().toStdString());
     }
     return file.read(mostBytes);
 }
@@ -64,13 +59,11 @@ QByteArray readDevice()
     return bytes;
 }
 
-void writeFile(const std::string& name, const char* bytes, std::size_t size)
+void writeFile(const std::string& name, const QByteArray& bytes)
 {
-    QSaveFile file(path(name)); // replaces it at once: an interrupted command leaves the old one
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(bytes, static_cast<qint64>(size)) != static_cast<qint64>(size) ||
-        !file.commit()) {
-        fail("write " + name, file);
+    const QString reason = replaceFile(path(name), bytes);
+    if (!reason.isEmpty()) {
+        throw Failure("cannot write " + name + ": " + reason.toStdString());
     }
 }
 
@@ -123,7 +116,7 @@ void DeviceImage::setField(const RecordField& field, const Value::Bytes& value)
 void DeviceImage::save()
 {
     if (!m_file.empty()) {
-        writeFile(m_file, m_bytes.data(), m_bytes.size());
+        writeFile(m_file, QByteArray(m_bytes.data(), static_cast<int>(m_bytes.size())));
         return;
     }
     needTool(writeTool);

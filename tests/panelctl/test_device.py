@@ -129,6 +129,15 @@ class Set(DeviceTest):
         self.assertEqual(os.listdir(self.folder), ["image"])
 
 
+    def test_link_to_a_file_stays_one(self):
+        self.image_file(FACTORY)
+        link = self.folder / "link"
+        link.symlink_to("image")
+        self.silent("device", "set", "--image", link, "brightness", "76")
+        self.assertTrue(link.is_symlink())
+        self.assertTrue(self.file.read_bytes() == changed(FACTORY, "brightness", "76"))
+
+
 class Tools(DeviceTest):
     """The device behind its tools, and tools that fail."""
 
@@ -341,6 +350,9 @@ class Create(DeviceTest):
     def test_new_image_is_all_zeros(self):
         self.silent("device", "create", "--image", self.file)
         self.assertEqual(self.file.read_bytes(), bytes(1024))
+        mask = os.umask(0o022)
+        os.umask(mask)
+        self.assertEqual(self.file.stat().st_mode & 0o777, 0o666 & ~mask)
         self.assertEqual(os.listdir(self.folder), ["image"])
 
     def test_new_image_takes_values_at_once(self):

@@ -490,7 +490,7 @@ class Neighbours(PlantTest):
         self.assertRegex(result.stdout.decode(), r"(?s)192\.168\.2\.1\d\d\n1\n$")
 
     def can_read_all(self, user):
-        files = self.world.command("true")[0], self.world.build / "simulator" / "make-device"
+        files = self.world.command("true")[0], self.world.build / "panelctl" / "panelctl"
         return subprocess.run(["setpriv", "--reuid", str(user), "--clear-groups", "test",
                                "-r", files[0], "-a", "-r", files[1]], check=False).returncode == 0
 

@@ -186,8 +186,38 @@ class KeptDevice(SandboxTest):
         self.world.set_state("image", b"too short")
         result = self.world.kept("true")
         self.assertEqual(result.returncode, 2)
-        self.assertIn(b"--fresh", result.stderr)
+        self.assertRegex(result.stderr,
+                         rb"\Asandbox: the device image .* is damaged; --fresh .*\n\Z")
         self.assertEqual(self.world.kept("true", "--fresh").returncode, 0)
+
+    def stored(self):
+        """Every file of the kept device but its lock."""
+        return {path: path.read_bytes() for path in self.world.device.rglob("*")
+                if path.is_file() and path.name != "lock"}
+
+    def test_start_that_breaks_off_leaves_the_old_device(self):
+        self.world.kept(self.CHANGE)
+        before = self.stored()
+        # No file may become larger than this; whoever writes more is killed.
+        for kilobytes, options in ((1, ["--fresh"]), (0, [])):
+            command = self.world.command("true", "--state", self.world.device, *options)
+            result = subprocess.run(
+                ["bash", "-c", f'ulimit -f {kilobytes}; ulimit -c 0; exec "$@"', "bash", *command],
+                env=self.world.environment(), capture_output=True, timeout=60, check=False)
+            self.assertEqual(result.returncode, 2, result.stderr)
+            after = self.stored()
+            self.assertEqual({path: after[path] for path in before}, before)
+        result = self.world.kept("cat /panel/state/logo", "--fresh")
+        self.assertEqual((result.returncode, result.stdout), (0, b""))
+        self.assertEqual(sorted(os.listdir(self.world.device)),
+                         ["Config", "hmi_data", "lock", "state"])
+
+    def test_device_without_an_image_is_made_new(self):
+        self.world.kept(self.CHANGE)
+        (self.world.device / "state" / "image").unlink()
+        self.assertEqual(self.world.kept("cat /panel/state/logo; ls /hmi/Config").stdout, b"")
+        self.assertEqual(self.world.area("sfw.dat"), bytes(4096))
+        self.assertEqual(len(self.world.state("image")), 1024)
 
 
 class Privacy(SandboxTest):
