@@ -8,6 +8,13 @@ set(PANEL_PLUGIN_DIR ${CMAKE_INSTALL_LIBDIR}/panel-settings/plugins)
 set(PANEL_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/PanelSettings)
 
 install(TARGETS SettingsPlugin COMPONENT plugin DESTINATION ${PANEL_PLUGIN_DIR})
+install(TARGETS panelctl COMPONENT plugin DESTINATION ${CMAKE_INSTALL_BINDIR})
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/panelctl/panelctl.1)
+execute_process(
+  COMMAND gzip --best --no-name --stdout ${PROJECT_SOURCE_DIR}/panelctl/panelctl.1
+  OUTPUT_FILE ${PROJECT_BINARY_DIR}/panelctl/panelctl.1.gz COMMAND_ERROR_IS_FATAL ANY)
+install(FILES ${PROJECT_BINARY_DIR}/panelctl/panelctl.1.gz COMPONENT plugin
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 set(PANEL_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/panel-settings)
 install(FILES plugin/SettingsInterface.h COMPONENT dev DESTINATION ${PANEL_INCLUDE_DIR}/plugin)

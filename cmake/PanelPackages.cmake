@@ -50,7 +50,9 @@ set(CPACK_DEBIAN_PLUGIN_PACKAGE_SUGGESTS "iputils-ping, net-tools, psmisc, udhcp
 set(CPACK_DEBIAN_PLUGIN_DESCRIPTION
 "system settings of an operator panel
 A Qt 5 plugin that the runtime of an industrial touch panel loads to show
-the panel's settings: brightness, clock, key click, network and language.")
+the panel's settings: brightness, clock, key click, network and language.
+With it comes panelctl, which reads and changes the same registers, device
+records and files from a command line.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME panel-settings-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)

@@ -40,7 +40,7 @@ constexpr std::array commands{
     Command{"dns", "show", "[--json]", 0, 0, " --json ", "Prints the DNS servers of both adapters.",
             Commands::dnsShow},
     Command{"dns", "set", "ADAPTER first|backup ADDRESS", 3, 3, " ",
-            "Sets a DNS server of eth0 or eth1. Lines of others stay as they are.",
+            "Sets a DNS server of eth0 or eth1. Lines of others stay as they are; empty lines go.",
             Commands::dnsSet},
     Command{"dns", "clear", "ADAPTER", 1, 1, " ", "Removes the DNS servers of eth0 or eth1.",
             Commands::dnsClear},

@@ -11,6 +11,8 @@ from vnc_operator import Operator, wait_for
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLE = ROOT / "docs" / "example-host"
 PLUGIN = "lib/panel-settings/plugins/libSettingsPlugin.so"
+PANELCTL = "bin/panelctl"
+MANUAL = "share/man/man1/panelctl.1.gz"
 SCREEN = (1024, 600)
 CLOSE_BUTTON = (SCREEN[0] - 55 + 20, 15 + 20)  # the middle of 40 x 40 pixels
 

@@ -1,13 +1,16 @@
 """What `cmake --install` gives a host, and what a host makes of it."""
 
+import gzip
+import json
 import os
 import pathlib
+import re
 import sys
 import tempfile
 import unittest
 
-from foreign_host import (CLOSE_BUTTON, EXAMPLE, PLUGIN, ROOT, Host, build, configure, files_in,
-                          run)
+from foreign_host import (CLOSE_BUTTON, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, Host, build,
+                          configure, files_in, run)
 from vnc_operator import wait_for
 
 BUILD = pathlib.Path(sys.argv.pop(1))
@@ -34,7 +37,7 @@ class Installed(Folder):
         config = {f"{CONFIG}{part}.cmake" for part in ("Config", "ConfigVersion", "Targets")}
         example = {f"{DOCUMENTS}-dev/example-host/{path.name}" for path in EXAMPLE.iterdir()}
         about = ("CHANGELOG.md", "changelog.gz", "copyright")
-        panel = {PLUGIN} | {f"{DOCUMENTS}/{name}" for name in about}
+        panel = {PLUGIN, PANELCTL, MANUAL} | {f"{DOCUMENTS}/{name}" for name in about}
         host = ({HEADER, f"{DOCUMENTS}-dev/host-guide.md"} | config | example |
                 {f"{DOCUMENTS}-dev/{name}" for name in about})
         for component, files in (("plugin", panel), ("dev", host)):
@@ -48,14 +51,26 @@ class Installed(Folder):
     def test_nothing_installed_knows_where_it_was_built(self):
         install(self.prefix, "--strip")
         for name in files_in(self.prefix):
-            if SANITIZED and name == PLUGIN:
-                continue  # it names its sources in its reports
+            if SANITIZED and name in (PLUGIN, PANELCTL):
+                continue  # they name their sources in their reports
             content = (self.prefix / name).read_bytes()
             for place in (ROOT, BUILD, self.prefix):
                 self.assertFalse(str(place).encode() in content, f"{place} in {name}")
-        dynamic = run("readelf", "--dynamic", self.prefix / PLUGIN)
-        self.assertIn("NEEDED", dynamic)
-        self.assertNotRegex(dynamic, "RPATH|RUNPATH")
+        for name in (PLUGIN, PANELCTL):
+            dynamic = run("readelf", "--dynamic", self.prefix / name)
+            self.assertIn("NEEDED", dynamic)
+            self.assertNotRegex(dynamic, "RPATH|RUNPATH")
+
+    def test_panelctl_starts_and_its_manual_has_every_command(self):
+        install(self.prefix)
+        tables = json.loads(run(self.prefix / PANELCTL, "tables", "--json"))
+        self.assertEqual((tables["imageBytes"], len(tables["registers"])), (1024, 90))
+        manual = gzip.decompress((self.prefix / MANUAL).read_bytes()).decode().replace("\\-", "-")
+        help_text = run(self.prefix / PANELCTL, "--help")
+        commands = re.findall(r"^  (panelctl .*)$", help_text, re.M)
+        self.assertGreater(len(commands), 10)
+        described = re.findall(r"^\.TP\n(panelctl .*)$", manual.split(".SH EXIT")[0], re.M)
+        self.assertEqual(described, commands)
 
 
 class Consumer(Folder):

@@ -7,7 +7,7 @@ import sys
 import tempfile
 import unittest
 
-from foreign_host import EXAMPLE, PLUGIN, ROOT, Host, build, files_in, run
+from foreign_host import EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, Host, build, files_in, run
 
 BUILD = pathlib.Path(sys.argv.pop(1))
 ARCHITECTURE = run("dpkg", "--print-architecture").strip()
@@ -56,7 +56,8 @@ class Packages(unittest.TestCase):
     def test_files_belong_to_root_and_nothing_is_run_at_installation(self):
         for path in self.packages.values():
             for line in run("dpkg-deb", "--contents", path).splitlines():
-                self.assertRegex(line, r"^(drwxr-xr-x|-rw-r--r--) root/root ")
+                mode = "-rwxr-xr-x" if line.endswith(f"/usr/{PANELCTL}") else "-rw-r--r--"
+                self.assertRegex(line, rf"^(drwxr-xr-x|{mode}) root/root ")
             control = self.folder / f"{path.stem}.control"
             run("dpkg-deb", "--control", path, control)
             self.assertEqual(files_in(control), {"control", "md5sums"})
@@ -71,10 +72,20 @@ class Packages(unittest.TestCase):
             self.assertIn(f"Version: {self.field(package, 'Version')}\n", history)
             self.assertNotIn("warning", history)
 
-    def test_plugin_is_stripped(self):
-        sections = run("readelf", "--sections", "--wide", self.unpack("panel-settings") / "usr" / PLUGIN)
-        self.assertIn(".qtmetadata", sections)
-        self.assertNotRegex(sections, r"\.(symtab|debug_info)\b")
+    def test_programs_are_stripped(self):
+        panel = self.unpack("panel-settings") / "usr"
+        for name, section in ((PLUGIN, ".qtmetadata"), (PANELCTL, ".interp")):
+            sections = run("readelf", "--sections", "--wide", panel / name)
+            self.assertIn(section, sections)
+            self.assertNotRegex(sections, r"\.(symtab|debug_info)\b")
+
+    def test_panelctl_comes_with_the_plugin_and_starts(self):
+        panel = self.unpack("panel-settings") / "usr"
+        self.assertTrue((panel / MANUAL).exists())
+        image = self.folder / "image"
+        run(panel / PANELCTL, "device", "create", "--image", image, "eth0_ip", "192.168.1.10")
+        self.assertEqual(image.read_bytes()[41:45], bytes([192, 168, 1, 10]))
+        self.assertIn("192.168.1.10", run(panel / PANELCTL, "device", "show", "--image", image))
 
     def test_host_built_with_one_runs_the_plugin_of_the_other(self):
         prefix = self.unpack("panel-settings", "panel-settings-dev") / "usr"

@@ -2,10 +2,15 @@
 
 import itertools
 import json
+import pathlib
+import re
 import subprocess
 import unittest
 
-from panel_world import AREAS, FIELDS, PROGRAM, REGISTERS, TABLES, WAIT_S, PanelTest
+from panel_world import (AREAS, FACTORY, FIELDS, PROGRAM, REGISTER_PIPE, REGISTERS, TABLES, WAIT_S,
+                         PanelTest)
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 COMMAND_NAMES = ["reg list", "reg read", "reg write", "reg watch", "device show", "device set",
                  "device dump", "device check", "device fields", "device create", "dns show",
@@ -95,6 +100,37 @@ class CommandLine(PanelTest):
                                         timeout=WAIT_S, check=False)
                 self.assertEqual(result.returncode, 1)
                 self.assertIn("output", self.one_line(result.stderr))
+
+
+def examples():
+    """The command lines of panelctl that documents tell people to type."""
+    readme, guide, manual = (
+        (ROOT / name).read_text() for name in ("README.md", "docs/host-guide.md",
+                                               "panelctl/panelctl.1"))
+    yield from re.findall(r"^(panelctl [^#\n]*)", readme, re.M)
+    yield from re.findall(r"`(panelctl [a-z]+ [^`]*)`", guide)
+    yield from re.findall(r"^(panelctl [^&\n]*)", manual.split(".SH EXAMPLES")[1].replace("\\", ""),
+                          re.M)
+
+
+class Examples(PanelTest):
+    def test_commands_in_the_documents_work(self):
+        self.hear(REGISTER_PIPE)
+        lines = [line.strip() for line in examples()]
+        self.assertGreater(len(lines), 10)
+        for line in lines:
+            with self.subTest(line=line):
+                words = line.split()[1:]
+                image = self.folder / "panel.bin"
+                image.unlink(missing_ok=True)
+                if words[:2] != ["device", "create"]:
+                    image.write_bytes(FACTORY)
+                if words == ["reg", "watch"]:  # it ends when it is told to, not by itself
+                    self.assertIn(line, self.output(*words, "--help"))
+                else:
+                    self.output(*words, cwd=self.folder)
+                if image.read_bytes() != FACTORY:  # a new one that somebody was told to make
+                    self.silent("device", "check", "--image", image)
 
 
 class Tables(PanelTest):
