@@ -266,10 +266,13 @@ int CommonDevMtdWR::mtd_write(int fd, mtd_info_user* info, unsigned char* buf, u
         return 0;
     }
     const bool wholeBlocks = hmi_type() == wholeBlocksFamily;
-    if (!haveRoom(blocks, count, len) || info->writesize == 0) {
+    if (!haveRoom(blocks, count, len)) {
         return 1;
     }
     const unsigned unit = wholeBlocks ? blocks[0].length : info->writesize;
+    if (unit == 0) {
+        return 1;
+    }
     const unsigned rest = len % unit;
     BlockWriter writer(fd, blocks);
     if (!writer.writeVerified(buf, len - rest, wholeBlocks ? 0 : comparedBytes)) {

@@ -22,7 +22,9 @@ public:
     int mtd_read(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                  erase_info_user* blocks, int count) override;
     /// What is read back is compared four bytes at a time, for a family of 5 a block at a time;
-    /// such a family writes whole blocks. A difference prints "Verify Error\r".
+    /// such a family writes whole blocks: the first block's length is its unit. A difference, and a
+    /// block that cannot be moved to, prints "Verify Error\r". Only what is over a unit is not
+    /// compared: where the device does not move to its place, the result says so alone.
     int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                   erase_info_user* blocks, int count) override;
 };

@@ -22,7 +22,8 @@ public:
     /// and writes @p buf into them; a block that cannot be erased is left out.
     /// @param dev 0 to 3, for "/dev/mtd0" to "/dev/mtd3"
     /// @return 0, or 1 when there is no such flash device, when it has too few good blocks, when
-    ///         what was written reads back otherwise, or when the arguments cannot be right
+    ///         what was written reads back otherwise or its last unit cannot be placed (see
+    ///         mtd_write()), or when the arguments cannot be right
     virtual int mtd_copy_write(unsigned char* buf, unsigned len, unsigned char dev, int start) = 0;
 
     /// Reads @p len bytes back that mtd_copy_write() wrote from @p start on; bad blocks are left
@@ -37,7 +38,9 @@ public:
     /// Writes @p buf into @p count erased blocks, in their order, and reads back what fills whole
     /// units of the device (its write size). What is over is padded with zeros to one more unit,
     /// which is not read back.
-    /// @return 0, or 1 when something reads back otherwise or the blocks are too few
+    /// @return 0, or 1 when something reads back otherwise, when the blocks are too few or have no
+    ///         unit, or when the device does not move to the block in which that last unit begins,
+    ///         which is then not written
     virtual int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                           erase_info_user* blocks, int count) = 0;
 

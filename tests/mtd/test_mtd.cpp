@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QTest>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -191,10 +192,71 @@ int slotOf(Function function)
     return int((distance - 1) / std::ptrdiff_t(sizeof(void*)));
 }
 
+struct Sizes
+{
+    unsigned unit, block, device;
+};
+
 bool haveRealFlash()
 {
     struct stat info = {};
     return ::stat("/dev/mtd0", &info) == 0 && S_ISCHR(info.st_mode);
+}
+
+/// The sizes of "/dev/mtd0", whoever is behind it.
+Sizes sizesOfFlash()
+{
+    mtd_info_user info = {};
+    const int descriptor = ::open("/dev/mtd0", O_RDONLY | O_CLOEXEC);
+    const int known = ioctl(descriptor, MEMGETINFO, &info);
+    ::close(descriptor);
+    return known == 0 ? Sizes{info.writesize, info.erasesize, info.size} : Sizes{};
+}
+
+/// All bytes of "/dev/mtd0", whoever is behind it.
+QByteArray bytesOfFlash()
+{
+    QByteArray bytes;
+    QByteArray part(int(sizesOfFlash().block), '\0');
+    const int descriptor = ::open("/dev/mtd0", O_RDONLY | O_CLOEXEC);
+    for (ssize_t count = 1; count > 0; bytes += part.left(int(count))) {
+        count = qMax<ssize_t>(0, ::read(descriptor, part.data(), size_t(part.size())));
+    }
+    ::close(descriptor);
+    return bytes;
+}
+
+/// Adds the rows of a test for the emulated device and, where the kernel has flash, for that as
+/// well, all of whose blocks are then taken to be good. The test puts it into place with
+/// useFlash().
+template <typename AddRows>
+void forEachFlash(AddRows addRows)
+{
+    QTest::addColumn<bool>("real");
+    MtdEmulation::plug(0, goodDevice());
+    addRows("emulated", false, sizesOfFlash());
+    MtdEmulation::unplugAll();
+    if (haveRealFlash()) {
+        addRows("real", true, sizesOfFlash());
+    }
+}
+
+Sizes useFlash(bool real)
+{
+    if (real) {
+        MtdEmulation::unplugAll();
+    }
+    return sizesOfFlash();
+}
+
+/// Calls a function with an object of each class.
+template <typename Function>
+void forEachClass(Function function)
+{
+    CommonDevMtdWR common;
+    function(common);
+    FutureMtdWR future;
+    function(future);
 }
 
 } // namespace
@@ -205,6 +267,7 @@ class TestMtd : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -213,18 +276,19 @@ private slots:
 
     void sizes_comeBack_data();
     void sizes_comeBack();
-    void realFlash_givesSizesBack_data();
-    void realFlash_givesSizesBack();
 
     void write_saysHowFarItIs_data();
     void write_saysHowFarItIs();
     void write_erasesOnlyWhatItNeeds();
+    void write_leavesTheRestOfTheDeviceAlone_data();
     void write_leavesTheRestOfTheDeviceAlone();
     void write_handsOverItsBlocks();
     void write_toEachDevice_opensItsPathForSynchronousWriting_data();
     void write_toEachDevice_opensItsPathForSynchronousWriting();
     void write_aroundBlocksThatCannotBeErased_data();
     void write_aroundBlocksThatCannotBeErased();
+    void write_withExactlyEnoughGoodBlocks_succeeds_data();
+    void write_withExactlyEnoughGoodBlocks_succeeds();
     void write_withTooFewGoodBlocks_fails_data();
     void write_withTooFewGoodBlocks_fails();
     void write_comparesFourBytesAtATime();
@@ -239,6 +303,7 @@ private slots:
 
     void read_saysItsSizes();
     void read_handsOverItsBlocks();
+    void read_asksForWhatIsWantedOnly();
     void read_endsWhenABlockCannotBeAskedFor();
     void read_withTooFewGoodBlocks_fails();
     void read_ofNothing_asksForNothing();
@@ -247,6 +312,9 @@ private slots:
     void blocksTooFewForTheBuffer_areNotWritten_data();
     void blocksTooFewForTheBuffer_areNotWritten();
 
+    void unit_isTheFamilysOwn_data();
+    void unit_isTheFamilysOwn();
+
     void noFlash_isSaid_data();
     void noFlash_isSaid();
     void argumentsThatCannotBeMeant_touchNoDevice_data();
@@ -254,9 +322,16 @@ private slots:
     void descriptors_areClosed();
 };
 
-void TestMtd::init()
+void TestMtd::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+    if (!haveRealFlash()) {
+        qInfo("this machine simulates no NAND flash; the emulated devices alone are used");
+    }
+}
+
+void TestMtd::init()
+{
     MtdEmulation::plug(0, goodDevice());
 }
 
@@ -283,22 +358,15 @@ void TestMtd::families_tellTheirCodes()
     QCOMPARE(CommonDevMtdWR().hmi_type(), 0);
     QCOMPARE(FutureMtdWR().hmi_type(), 6);
     static_assert(std::is_base_of<CommonDevMtdWR, FutureMtdWR>::value, "shares the operations");
-    static_assert(std::is_same<MtdWRInterface::mtd_info_user, ::mtd_info_user>::value, "");
-    static_assert(std::is_same<MtdWRInterface::erase_info_user, ::erase_info_user>::value, "");
+    static_assert(std::is_same<MtdWRInterface::mtd_info_user, ::mtd_info_user>::value);
+    static_assert(std::is_same<MtdWRInterface::erase_info_user, ::erase_info_user>::value);
 }
 
 namespace {
 
-struct Sizes
-{
-    unsigned unit, block, device;
-};
-
 /// Lengths and starts around all edges of a device.
-void addSizes(const Sizes& sizes)
+void addSizes(const char* flash, bool real, const Sizes& sizes)
 {
-    QTest::addColumn<unsigned>("length");
-    QTest::addColumn<unsigned>("start");
     const QList<unsigned> lengths = {0,
                                      1,
                                      2,
@@ -314,12 +382,12 @@ void addSizes(const Sizes& sizes)
                                      sizes.block + sizes.unit,
                                      3 * sizes.block - 3,
                                      3 * sizes.block};
-    const QList<unsigned> starts = {0, sizes.block, sizes.device / 2};
-    for (const unsigned start : starts) {
+    const unsigned middle = sizes.device / sizes.block / 2 * sizes.block;
+    for (const unsigned start : {0U, sizes.block, middle}) {
         for (const unsigned length : lengths) {
-            QTest::addRow("%u bytes at %u", length, start) << length << start;
+            QTest::addRow("%s: %u bytes at %u", flash, length, start) << length << start << real;
         }
-        QTest::addRow("all from %u", start) << sizes.device - start << start;
+        QTest::addRow("%s: all from %u", flash, start) << sizes.device - start << start << real;
     }
 }
 
@@ -336,68 +404,55 @@ void compareWithWhatComesBack(MtdWRInterface& mtd, unsigned length, unsigned sta
 
 void TestMtd::sizes_comeBack_data()
 {
-    addSizes({writeBytes, blockBytes, deviceBytes});
+    QTest::addColumn<unsigned>("length");
+    QTest::addColumn<unsigned>("start");
+    forEachFlash(addSizes);
 }
 
 void TestMtd::sizes_comeBack()
 {
+    QFETCH(bool, real);
     QFETCH(unsigned, length);
     QFETCH(unsigned, start);
-    CommonDevMtdWR mtd;
-    compareWithWhatComesBack(mtd, length, start);
-    FutureMtdWR future;
-    compareWithWhatComesBack(future, length, start);
+    useFlash(real);
+    forEachClass([=](MtdWRInterface& mtd) { compareWithWhatComesBack(mtd, length, start); });
     WholeBlocksMtdWR wholeBlocks;
     compareWithWhatComesBack(wholeBlocks, length, start);
-}
-
-void TestMtd::realFlash_givesSizesBack_data()
-{
-    MtdEmulation::unplugAll();
-    if (!haveRealFlash()) {
-        QSKIP("this machine simulates no NAND flash; the emulated devices alone were used");
-    }
-    mtd_info_user info = {};
-    const int descriptor = ::open("/dev/mtd0", O_RDONLY | O_CLOEXEC);
-    const int known = ioctl(descriptor, MEMGETINFO, &info);
-    ::close(descriptor);
-    QCOMPARE(known, 0);
-    qInfo("using /dev/mtd0: %u bytes, blocks of %u, units of %u", info.size, info.erasesize,
-          info.writesize);
-    addSizes({info.writesize, info.erasesize, info.size / info.erasesize / 2 * 2 * info.erasesize});
-}
-
-void TestMtd::realFlash_givesSizesBack()
-{
-    QFETCH(unsigned, length);
-    QFETCH(unsigned, start);
-    MtdEmulation::unplugAll();
-    CommonDevMtdWR mtd;
-    compareWithWhatComesBack(mtd, length, start);
 }
 
 void TestMtd::write_saysHowFarItIs_data()
 {
     QTest::addColumn<unsigned>("length");
-    QTest::addColumn<QByteArray>("output");
-    QTest::newRow("nothing") << 0U << sizesLine(0, 0) + endOfErasing(0, 0);
-    QTest::newRow("a byte") << 1U << sizesLine(1, 1) + eraseLine(1, 1) + endOfErasing(1, 1);
-    QTest::newRow("a block") << blockBytes
-                             << sizesLine(1, blockBytes) + eraseLine(1, 1) + endOfErasing(1, 1);
-    QTest::newRow("three blocks") << 2 * blockBytes + 1
-                                  << sizesLine(3, 2 * blockBytes + 1) + eraseLine(1, 3) +
-                                         eraseLine(2, 3) + eraseLine(3, 3) + endOfErasing(3, 3);
+    QTest::addColumn<unsigned>("blocks");
+    forEachFlash([](const char* flash, bool real, const Sizes& sizes) {
+        const auto row = [=](const char* name, unsigned length, unsigned blocks) {
+            QTest::addRow("%s: %s", flash, name) << length << blocks << real;
+        };
+        row("nothing", 0, 0);
+        row("a byte", 1, 1);
+        row("a block", sizes.block, 1);
+        row("a block and a byte", sizes.block + 1, 2);
+        row("three blocks", 3 * sizes.block, 3);
+    });
 }
 
 void TestMtd::write_saysHowFarItIs()
 {
+    QFETCH(bool, real);
     QFETCH(unsigned, length);
-    QFETCH(QByteArray, output);
-    CommonDevMtdWR mtd;
-    const Said said = write(mtd, pattern(length));
-    QCOMPARE(said.result, 0);
-    QCOMPARE(said.output, output);
-    QCOMPARE(said.errors, QByteArray());
+    QFETCH(unsigned, blocks);
+    useFlash(real);
+    QByteArray output = sizesLine(blocks, length);
+    for (unsigned done = 1; done <= blocks; ++done) {
+        output += eraseLine(int(done), int(blocks));
+    }
+    output += endOfErasing(int(blocks), int(blocks));
+    forEachClass([=](MtdWRInterface& mtd) {
+        const Said said = write(mtd, pattern(length));
+        QCOMPARE(said.result, 0);
+        QCOMPARE(said.output, output);
+        QCOMPARE(said.errors, QByteArray());
+    });
 }
 
 void TestMtd::write_erasesOnlyWhatItNeeds()
@@ -413,17 +468,30 @@ void TestMtd::write_erasesOnlyWhatItNeeds()
     QCOMPARE(asked("bad"), QStringList());
 }
 
+void TestMtd::write_leavesTheRestOfTheDeviceAlone_data()
+{
+    forEachFlash(
+        [](const char* flash, bool real, const Sizes& /*sizes*/) { QTest::newRow(flash) << real; });
+}
+
 void TestMtd::write_leavesTheRestOfTheDeviceAlone()
 {
-    const QByteArray before = pattern(deviceBytes);
-    MtdEmulation::setContent(0, before.toStdString());
-    CommonDevMtdWR mtd;
-    const QByteArray bytes(int(blockBytes) + 5, 'x');
-    QCOMPARE(write(mtd, bytes, 0, int(3 * blockBytes)).result, 0);
-    const QByteArray after = content();
-    QCOMPARE(after.left(3 * blockBytes), before.left(3 * blockBytes));
-    QCOMPARE(after.mid(3 * blockBytes, bytes.size()), bytes);
-    QCOMPARE(after.mid(5 * blockBytes), before.mid(5 * blockBytes));
+    QFETCH(bool, real);
+    const Sizes sizes = useFlash(real);
+    const auto block = int(sizes.block);
+    CommonDevMtdWR common;
+    QCOMPARE(write(common, pattern(sizes.device)).result, 0); // something that can be lost
+    forEachClass([=](MtdWRInterface& mtd) {
+        const QByteArray before = bytesOfFlash();
+        QCOMPARE(before.size(), int(sizes.device));
+        QByteArray bytes = before.mid(3 * block, block + 5);
+        std::reverse(bytes.begin(), bytes.end());
+        QCOMPARE(write(mtd, bytes, 0, 3 * block).result, 0);
+        const QByteArray after = bytesOfFlash();
+        QCOMPARE(after.left(3 * block), before.left(3 * block));
+        QCOMPARE(after.mid(3 * block, bytes.size()), bytes);
+        QCOMPARE(after.mid(5 * block), before.mid(5 * block));
+    });
 }
 
 void TestMtd::write_handsOverItsBlocks()
@@ -505,43 +573,81 @@ void TestMtd::write_aroundBlocksThatCannotBeErased()
     }
 }
 
+void TestMtd::write_withExactlyEnoughGoodBlocks_succeeds_data()
+{
+    QTest::addColumn<unsigned>("bad");
+    QTest::newRow("the first is bad") << 5U;
+    QTest::newRow("the second is bad") << 6U;
+    QTest::newRow("the last is bad") << 7U;
+}
+
+void TestMtd::write_withExactlyEnoughGoodBlocks_succeeds()
+{
+    QFETCH(unsigned, bad);
+    MtdEmulation::Device device = goodDevice();
+    device.badBlocks = {bad * blockBytes};
+    MtdEmulation::plug(0, device);
+    forEachClass([](MtdWRInterface& mtd) {
+        // Three blocks are left, of which two are good.
+        const QByteArray bytes = pattern(2 * blockBytes);
+        const Said said = write(mtd, bytes, 0, int(5 * blockBytes));
+        QCOMPARE(said.result, 0);
+        QCOMPARE(said.output, sizesLine(2, 2 * blockBytes) + eraseLine(1, 2) + eraseLine(2, 2) +
+                                  endOfErasing(2, 2));
+        QCOMPARE(readBack(mtd, 2 * blockBytes, 0, int(5 * blockBytes)), bytes);
+    });
+    QCOMPARE(content().mid(int(bad * blockBytes), int(blockBytes)),
+             QByteArray(int(blockBytes), '\0'));
+}
+
 void TestMtd::write_withTooFewGoodBlocks_fails_data()
 {
-    QTest::addColumn<QList<unsigned>>("bad");
-    QTest::addColumn<unsigned>("start");
-    QTest::addColumn<unsigned>("needed");
+    QTest::addColumn<QList<unsigned>>("bad"); // of the emulated device's eight
+    QTest::addColumn<int>("left");            // blocks from the start on
+    QTest::addColumn<int>("needed");
     QTest::addColumn<int>("good");
-    QTest::newRow("needs three, two are left") << QList<unsigned>() << 6U << 3U << 2;
-    QTest::newRow("the last is bad") << QList<unsigned>({7}) << 6U << 2U << 1;
-    QTest::newRow("none is good") << QList<unsigned>({6, 7}) << 6U << 1U << 0;
-    QTest::newRow("starts at the end") << QList<unsigned>() << 8U << 1U << 0;
-    QTest::newRow("starts behind the end") << QList<unsigned>() << 99U << 1U << 0;
-    QTest::newRow("more than the device") << QList<unsigned>() << 0U << 9U << 8;
+    const QList<unsigned> noneBad;
+    forEachFlash([&](const char* flash, bool real, const Sizes& /*sizes*/) {
+        QTest::addRow("%s: needs three, two are left", flash) << noneBad << 2 << 3 << 2 << real;
+        QTest::addRow("%s: starts at the end", flash) << noneBad << 0 << 1 << 0 << real;
+        QTest::addRow("%s: starts behind the end", flash) << noneBad << -90 << 1 << 0 << real;
+    });
+    QTest::newRow("the last is bad") << QList<unsigned>({7}) << 2 << 2 << 1 << false;
+    QTest::newRow("none is good") << QList<unsigned>({6, 7}) << 2 << 1 << 0 << false;
+    QTest::newRow("more than the device") << noneBad << 8 << 9 << 8 << false;
 }
 
 void TestMtd::write_withTooFewGoodBlocks_fails()
 {
+    QFETCH(bool, real);
     QFETCH(QList<unsigned>, bad);
-    QFETCH(unsigned, start);
-    QFETCH(unsigned, needed);
+    QFETCH(int, left);
+    QFETCH(int, needed);
     QFETCH(int, good);
     MtdEmulation::Device device = goodDevice();
     for (const unsigned block : qAsConst(bad)) {
         device.badBlocks.insert(block * blockBytes);
     }
     MtdEmulation::plug(0, device);
+    const Sizes sizes = useFlash(real);
 
-    CommonDevMtdWR mtd;
-    const Said said = write(mtd, pattern(needed * blockBytes), 0, int(start * blockBytes));
-    QCOMPARE(said.result, 1);
-    QByteArray output = sizesLine(needed, needed * blockBytes);
+    const unsigned length = unsigned(needed) * sizes.block;
+    QByteArray output = sizesLine(unsigned(needed), length);
     for (int done = 1; done <= good; ++done) {
-        output += eraseLine(done, int(needed));
+        output += eraseLine(done, needed);
     }
-    QCOMPARE(said.output, output + endOfErasing(good, int(needed)));
-    QCOMPARE(asked("erase").size(), qMax(0, 8 - int(start)));
+    output += endOfErasing(good, needed);
+    forEachClass([=](MtdWRInterface& mtd) {
+        const int erased = asked("erase").size();
+        const int descriptors = openDescriptors();
+        const int start = int(sizes.device) - left * int(sizes.block);
+        const Said said = write(mtd, pattern(length), 0, start);
+        QCOMPARE(said.result, 1);
+        QCOMPARE(said.output, output);
+        QCOMPARE(openDescriptors(), descriptors);
+        QCOMPARE(asked("erase").size() - erased, real ? 0 : qMax(0, left));
+    });
     QCOMPARE(asked("write"), QStringList());
-    QCOMPARE(asked().last(), QStringLiteral("close"));
 }
 
 void TestMtd::write_comparesFourBytesAtATime()
@@ -717,6 +823,17 @@ void TestMtd::read_handsOverItsBlocks()
     QCOMPARE(asked("erase"), QStringList());
 }
 
+void TestMtd::read_asksForWhatIsWantedOnly()
+{
+    MtdEmulation::Device device = goodDevice();
+    device.badBlocks = {blockBytes};
+    MtdEmulation::plug(0, device);
+    CommonDevMtdWR mtd;
+    QCOMPARE(readBack(mtd, blockBytes + 1).size(), int(blockBytes + 1));
+    QCOMPARE(asked("read"),
+             QStringList({call("read", 0, blockBytes), call("read", 2 * blockBytes, 1)}));
+}
+
 void TestMtd::read_endsWhenABlockCannotBeAskedFor()
 {
     MtdEmulation::Device device = goodDevice();
@@ -796,24 +913,76 @@ void TestMtd::blocksTooFewForTheBuffer_areNotWritten()
     QCOMPARE(asked("write"), QStringList());
 }
 
+void TestMtd::unit_isTheFamilysOwn_data()
+{
+    QTest::addColumn<bool>("whole");
+    QTest::addColumn<unsigned>("writeSize");
+    QTest::addColumn<unsigned>("firstBlock");
+    QTest::addColumn<int>("result");
+    QTest::addColumn<QStringList>("writes");
+    const QStringList blocks = {call("write", 0, blockBytes),
+                                call("write", blockBytes, blockBytes)};
+    const QStringList units = {call("write", 0, blockBytes), call("write", blockBytes, writeBytes)};
+    QTest::newRow("the write size") << false << writeBytes << blockBytes << 0 << units;
+    QTest::newRow("no write size") << false << 0U << blockBytes << 1 << QStringList();
+    QTest::newRow("the first block") << true << writeBytes << blockBytes << 0 << blocks;
+    QTest::newRow("the first block, no write size") << true << 0U << blockBytes << 0 << blocks;
+    QTest::newRow("a first block of nothing") << true << writeBytes << 0U << 1 << QStringList();
+}
+
+void TestMtd::unit_isTheFamilysOwn()
+{
+    QFETCH(bool, whole);
+    QFETCH(unsigned, writeSize);
+    QFETCH(unsigned, firstBlock);
+    QFETCH(int, result);
+    QFETCH(QStringList, writes);
+    CommonDevMtdWR common;
+    WholeBlocksMtdWR wholeBlocks;
+    CommonDevMtdWR& mtd = whole ? wholeBlocks : common;
+    QCOMPARE(write(mtd, QByteArray(int(3 * blockBytes), '\xFF')).result, 0); // erases them
+    const QStringList before = asked("write");
+
+    const int descriptor = ::open("/dev/mtd0", O_RDWR | O_CLOEXEC);
+    mtd_info_user info = {};
+    QCOMPARE(ioctl(descriptor, MEMGETINFO, &info), 0);
+    info.writesize = writeSize;
+    erase_info_user blocks[] = {
+        {0, firstBlock}, {blockBytes, blockBytes}, {2 * blockBytes, blockBytes}};
+    QByteArray bytes = pattern(blockBytes + 1);
+    const Said said = listenTo([&] {
+        return mtd.mtd_write(descriptor, &info, data(bytes), unsigned(bytes.size()), blocks, 3);
+    });
+    ::close(descriptor);
+    QCOMPARE(said.result, result);
+    QCOMPARE(said.output, QByteArray());
+    QCOMPARE(asked("write"), before + writes);
+}
+
 void TestMtd::noFlash_isSaid_data()
 {
     QTest::addColumn<int>("device");
     QTest::addColumn<int>("leftOpen");
-    QTest::newRow("no such path") << 3 << 0;
-    QTest::newRow("a device of another kind") << 1 << 1;
-    QTest::newRow("flash without an erase size") << 2 << 1;
+    QTest::addColumn<unsigned>("eraseSize");
+    QTest::addColumn<unsigned>("writeSize");
+    QTest::newRow("no such path") << 3 << 0 << 0U << 0U;
+    QTest::newRow("a device of another kind") << 1 << 1 << 0U << 0U;
+    QTest::newRow("flash without an erase size") << 2 << 1 << 0U << writeBytes;
+    QTest::newRow("flash without a write size") << 2 << 1 << blockBytes << 0U;
 }
 
 void TestMtd::noFlash_isSaid()
 {
     QFETCH(int, device);
     QFETCH(int, leftOpen);
+    QFETCH(unsigned, eraseSize);
+    QFETCH(unsigned, writeSize);
     MtdEmulation::Device other = goodDevice();
     other.isFlash = false;
     MtdEmulation::plug(1, other);
     MtdEmulation::Device sizeless = goodDevice();
-    sizeless.eraseSize = 0;
+    sizeless.eraseSize = eraseSize;
+    sizeless.writeSize = writeSize;
     MtdEmulation::plug(2, sizeless);
 
     CommonDevMtdWR mtd;
