@@ -37,6 +37,7 @@ template <typename Function>
 int contentProcesses(int count, Function isContent)
 {
     std::vector<std::unique_ptr<OtherProcess>> crowd;
+    crowd.reserve(size_t(count));
     for (int number = 0; number < count; ++number) {
         crowd.push_back(std::make_unique<OtherProcess>([=] { return isContent(number) ? 0 : 1; }));
     }
@@ -52,7 +53,7 @@ constexpr int sharedByte = 100;
 /// Turns one bit of the shared byte over and over, and finds it each time as it was left.
 bool keepsItsBit(int bit, int rounds)
 {
-    const unsigned at = unsigned(sharedByte * 8 + bit);
+    const auto at = unsigned(sharedByte * 8 + bit);
     int lost = 0;
     for (int round = 0; round < rounds; ++round) {
         const unsigned char value = round % 2 == 0 ? 1 : 0;
@@ -91,7 +92,7 @@ bool isOneValueOf(const unsigned char* bytes, int one, int other)
 /// Writes its register and finds its own part as written, and those in common whole.
 bool findsNothingTorn(int process, int rounds)
 {
-    const unsigned at = unsigned(process * stride);
+    const auto at = unsigned(process * stride);
     std::array<unsigned char, width> bytes;
     int wrong = 0;
     for (int round = 0; round < rounds; ++round) {
@@ -339,7 +340,7 @@ void TestProcesses::overlappingRegisters_writtenByMany_areNeverTorn()
 void TestProcesses::writer_killedAtAnyMoment_leavesOldOrNewValues()
 {
     Steps* const steps = sharedSteps();
-    std::mt19937 random(20260314);
+    std::mt19937 random(20260314); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same every time
     int done = 0;
     for (int kill = 0; kill < kills; ++kill) {
         QVERIFY(killWriter(*steps, random));
@@ -363,13 +364,17 @@ void TestProcesses::notice_readerComesAndGoes_isSentOrNot_data()
 
 namespace {
 
-/// Writes register 86 with a notice, by its id or by its place. The area layer's status.
-unsigned writeWithNotice(bool ofRegister, const unsigned char& value)
+/// Writes register 86 with a notice, by its id or by its place.
+int writeWithNotice(bool ofRegister, const unsigned char& value)
 {
-    if (ofRegister) {
-        return SysReg_WriteNotify(86, &value, 1) == 0 ? areaDone : areaNotNotified;
-    }
-    return WriteLocal_Notify(6, 16, 1, &value, "");
+    return ofRegister ? SysReg_WriteNotify(86, &value, 1)
+                      : static_cast<int>(WriteLocal_Notify(6, 16, 1, &value, ""));
+}
+
+/// What that returns when the value is written and the notice cannot be sent.
+int notSentResult(bool ofRegister)
+{
+    return ofRegister ? -1 : static_cast<int>(areaNotNotified);
 }
 
 struct Tally
@@ -383,10 +388,10 @@ Tally sendMany(bool ofRegister, const OtherProcess& reader)
     Tally tally;
     for (int round = 0; round < notices && !reader.hasEnded(); ++round) {
         const unsigned char value = round % 2 == 0 ? 0 : 1;
-        const unsigned status = writeWithNotice(ofRegister, value);
-        ++(status == areaDone          ? tally.sent
-           : status == areaNotNotified ? tally.notSent
-                                       : tally.others);
+        const int result = writeWithNotice(ofRegister, value);
+        ++(result == 0                           ? tally.sent
+           : result == notSentResult(ofRegister) ? tally.notSent
+                                                 : tally.others);
         tally.notWritten += closingBit() == (value != 0) ? 0 : 1;
     }
     return tally;
@@ -415,12 +420,12 @@ void TestProcesses::notice_fullPipe_isNotSent_valueIsWritten()
     for (const bool ofRegister : {true, false}) {
         NoticeListener listener(ofRegister ? registerPipe : areaPipe);
         int sent = 0;
-        while (sent < notices && writeWithNotice(ofRegister, 0) == areaDone) {
+        while (sent < notices && writeWithNotice(ofRegister, 0) == 0) {
             ++sent;
         }
         QVERIFY(sent > 0 && sent < notices);
         QVERIFY(!closingBit());
-        QCOMPARE(writeWithNotice(ofRegister, 1), unsigned(areaNotNotified));
+        QCOMPARE(writeWithNotice(ofRegister, 1), notSentResult(ofRegister));
         QVERIFY(closingBit());
         QCOMPARE(listener.takeAll().size(), sent * (ofRegister ? 4 : 12)); // none was cut
     }
@@ -431,7 +436,7 @@ void TestProcesses::notice_noReader_isNotSent_valueIsWritten()
     const Silence silence;
     for (const bool ofRegister : {true, false}) {
         for (const bool value : {true, false, true, false}) {
-            QCOMPARE(writeWithNotice(ofRegister, value ? 1 : 0), unsigned(areaNotNotified));
+            QCOMPARE(writeWithNotice(ofRegister, value ? 1 : 0), notSentResult(ofRegister));
             QCOMPARE(closingBit(), value);
         }
     }
