@@ -27,6 +27,7 @@ public:
         int type;
         QStringList commands;
         QByteArray record;
+        QByteArray registers; ///< The area that the addresses' registers lie in.
     };
 
     explicit NetworkPage(int adapters = 2) : settings(settingsPath, QSettings::IniFormat)
@@ -51,7 +52,8 @@ public:
             &page(), &NetworkSettings::updateEEData, &page(),
             [this](EEInfoDetail::Flash_WR_1& changed, auto type) {
                 told << Told{int(type), PanelWorld::commands(),
-                             QByteArray(reinterpret_cast<const char*>(&changed), sizeof changed)};
+                             QByteArray(reinterpret_cast<const char*>(&changed), sizeof changed),
+                             PanelWorld::fileContent(QStringLiteral("/tmp/smw.dat"))};
             });
         page().init(fontId, record, hardware, &settings);
         page().resize(924, 382);

@@ -17,8 +17,11 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
+#include <functional>
 #include <linux/capability.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -104,6 +107,116 @@ private:
 /// Longer than the time between two looks for a lease, in milliseconds.
 constexpr int severalPolls = 350;
 
+/// The time between two looks for a lease, in milliseconds.
+constexpr int pollInterval = 100;
+
+/// Notes of every timer that fires, for as long as the object lives, its interval in milliseconds.
+class TimerLog : public QObject
+{
+public:
+    TimerLog() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* timer = qobject_cast<QTimer*>(watched);
+        if (timer && event->type() == QEvent::Timer) {
+            fired << timer->interval();
+        }
+        return false;
+    }
+
+    QList<int> fired;
+};
+
+/// Gives a shell tool something to do first, for as long as the object lives.
+class BusyTool
+{
+public:
+    BusyTool(const char* tool, const QByteArray& script)
+        : m_path(QStringLiteral("/panel/bin/") + line(tool)),
+          m_usual(PanelWorld::fileContent(m_path))
+    {
+        PanelWorld::writeFile(m_path, "#!/bin/sh\n" + script + '\n' + m_usual);
+    }
+    ~BusyTool() { PanelWorld::writeFile(m_path, m_usual); }
+    BusyTool(const BusyTool&) = delete;
+    BusyTool& operator=(const BusyTool&) = delete;
+
+private:
+    QString m_path;
+    QByteArray m_usual;
+};
+
+/// Looks at something each time that a shell tool is run: what the script prints is one line.
+class Looks
+{
+public:
+    Looks(const char* tool, const QByteArray& script)
+        : m_tool(tool, "echo $(" + script + ") >>/tmp/looks")
+    {
+        PanelWorld::writeFile(file, QByteArray());
+    }
+    /// What was seen since the last call, oldest first.
+    QStringList take()
+    {
+        QStringList seen =
+            QString::fromUtf8(PanelWorld::fileContent(file)).split(QLatin1Char('\n'));
+        seen.removeLast(); // behind the last line's end
+        PanelWorld::writeFile(file, QByteArray());
+        return seen;
+    }
+
+private:
+    const QString file = QStringLiteral("/tmp/looks");
+    BusyTool m_tool;
+};
+
+/// Some times the same line.
+QStringList repeated(int times, const QString& text)
+{
+    QStringList lines;
+    std::fill_n(std::back_inserter(lines), times, text);
+    return lines;
+}
+
+/// What the settings file itself says of an adapter's switch; empty when nothing.
+QString switchInFile(int adapter)
+{
+    const QRegularExpression entry(QStringLiteral("\\[Network%1\\]\\s+enable=(\\w+)").arg(adapter));
+    return entry.match(QString::fromUtf8(PanelWorld::fileContent(settingsPath))).captured(1);
+}
+
+/// For as long as the object lives, nothing more can be written to any file; by no tool either that
+/// does not lift the limit.
+class NoRoom
+{
+public:
+    NoRoom() : m_before(setLimit(0)), m_action(std::signal(SIGXFSZ, SIG_IGN)) {}
+    ~NoRoom()
+    {
+        setLimit(m_before);
+        std::signal(SIGXFSZ, m_action);
+    }
+    NoRoom(const NoRoom&) = delete;
+    NoRoom& operator=(const NoRoom&) = delete;
+
+private:
+    static rlim_t setLimit(rlim_t bytes)
+    {
+        rlimit limit{};
+        if (getrlimit(RLIMIT_FSIZE, &limit) != 0) {
+            qFatal("the limit of files cannot be read");
+        }
+        const rlim_t before = std::exchange(limit.rlim_cur, bytes);
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+            qFatal("files cannot be limited");
+        }
+        return before;
+    }
+
+    rlim_t m_before;
+    void (*m_action)(int);
+};
+
 /// Takes from this program, for as long as the object lives, the right to open files that their
 /// permissions do not let it open; the shell's tools get theirs anew.
 class NoOverride
@@ -173,12 +286,14 @@ bool looksRunning(const QPushButton& button)
     return hasLook(button, "rgba(255,170,0,150)", "rgba(255,170,0,255)", "rgba(255,170,0,255)");
 }
 
-/// Answers the message box that opens next.
-void answerNextBox(QStringList* seen)
+/// Answers the message box that opens next, after a look around while it is open.
+void answerNextBox(
+    QStringList* seen, const std::function<void()>& look = [] {})
 {
-    QTimer::singleShot(0, qApp, [seen] {
+    QTimer::singleShot(0, qApp, [seen, look] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         QVERIFY(box);
+        look();
         *seen << box->windowTitle() << box->text() << QString::number(box->icon())
               << QString::number(box->buttons().size());
         box->close();
@@ -254,6 +369,7 @@ private slots:
     void dhcp_dynamicAndBack();
     void dhcp_switchedOff_asksOnlyForEth1();
     void dhcp_twice_killsTheFirstClient();
+    void dhcp_noLease_keepsPolling_data();
     void dhcp_noLease_keepsPolling();
     void lease_isStoredAsIfTyped_data();
     void lease_isStoredAsIfTyped();
@@ -266,7 +382,8 @@ private slots:
     void switch_offAndOn_static();
     void switch_on_dynamic();
     void switch_off_leavesTheDefaultChoice();
-    void switch_fullDisk_keepsThePageUsable();
+    void switch_settingsNotWritable_loseNothing_data();
+    void switch_settingsNotWritable_loseNothing();
 
     void refresh_followsTheRegisters();
     void refresh_withoutChange_runsNothing();
@@ -274,6 +391,7 @@ private slots:
 
     void ping_runsInOrderAndShowsTheResult_data();
     void ping_runsInOrderAndShowsTheResult();
+    void ping_runsInTheBackground();
     void ping_result_isABoxOfItsOwn();
     void ping_pressedAgain_waitsAnew();
     void ping_underAnOpenBox_opensNoSecond();
@@ -577,8 +695,12 @@ void TestNetwork::sizes_followTheScreenWidth()
 
 void TestNetwork::start_static_runsInOrder()
 {
+    PanelWorld::writeFile(settingsPath, QByteArray());
+    Looks looks("ifconfig", "cat /hmi/Config/system_settings.ini");
     NetworkPage world;
     world.init();
+    // Each adapter's switch is in the file before the next adapter's turn.
+    QCOMPARE(looks.take(), QStringList({QString(), line("[Network0] enable=true")}));
     QStringList expected = {line("/root/plat-intf/readee")};
     expected << line("ifconfig eth0 192.168.0.5 up")
              << routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
@@ -816,8 +938,12 @@ void TestNetwork::entry_appliesEachValue()
     world.tabs().setCurrentIndex(adapter);
     const QByteArray area = PanelWorld::fileContent(wordArea);
     NoticeListener runtime(noticePipe);
+    Looks looks("route", "od -An -tx1 -N4 -j" + QByteArray::number(areaByte) + " /tmp/smw.dat");
     QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), line("77")));
     QCOMPARE(PanelWorld::commands(), before + after);
+    // A gateway sets the routes before it is stored as well.
+    const QStringList early = repeated(before.filter(line("route")).size(), line("ee ee ee ee"));
+    QCOMPARE(looks.take(), early + repeated(4, QString::fromLatin1(bytes.toHex(' '))));
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
     QCOMPARE(world.told.size(), 1);
     QCOMPARE(world.told.first().commands, before);
@@ -825,6 +951,7 @@ void TestNetwork::entry_appliesEachValue()
     QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
     record.replace(recordByte, 4, bytes);
     QCOMPARE(world.told.first().record, record);
+    QCOMPARE(world.told.first().registers, area); // the register comes after the record
     QByteArray expected = area;
     expected.replace(areaByte, 8, bytes + QByteArray(4, '\0'));
     QCOMPARE(PanelWorld::fileContent(wordArea), expected);
@@ -1204,6 +1331,10 @@ void TestNetwork::routes_button_storesTheAdapterNumber()
     world.started();
     NoticeListener runtime(noticePipe);
     const QByteArray before = PanelWorld::fileContent(byteArea);
+    for (const int shown : {0, 1}) {
+        world.pane(shown).gatewayLabel().clear();
+        world.pane(shown).networkLabel().clear();
+    }
     world.pane(adapter).defaultButton().click();
     QByteArray expected = before;
     expected[preferenceByte] = char(adapter);
@@ -1317,17 +1448,25 @@ void TestNetwork::dhcp_twice_killsTheFirstClient()
     QCOMPARE(PanelWorld::commands().constLast(), client);
 }
 
+void TestNetwork::dhcp_noLease_keepsPolling_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::newRow("eth0") << 0;
+    QTest::newRow("eth1") << 1;
+}
+
 void TestNetwork::dhcp_noLease_keepsPolling()
 {
+    QFETCH(int, adapter);
     NetworkPage world;
     world.started();
-    world.pane(0).modeBox().setCurrentIndex(1);
-    for (int poll = 0; poll < 20; ++poll) {
-        world.page().slotdhcp(); // eth0 does not exist in this panel
-    }
+    TimerLog timers;
+    world.pane(adapter).modeBox().setCurrentIndex(1);
+    QTRY_VERIFY(timers.fired.size() >= 10); // the adapter does not exist in this panel
+    QCOMPARE(timers.fired.count(pollInterval), timers.fired.size());
     QCOMPARE(world.told.size(), 0);
-    QCOMPARE(world.text(0, AdapterPane::Ip), line("0.0.0.0"));
-    QCOMPARE(world.page().getipAddress(line("eth0")), QStringList());
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("0.0.0.0"));
+    QCOMPARE(world.page().getipAddress(QStringLiteral("eth%1").arg(adapter)), QStringList());
 }
 
 void TestNetwork::lease_isStoredAsIfTyped_data()
@@ -1375,6 +1514,7 @@ void TestNetwork::lease_isStoredAsIfTyped()
         QCOMPARE(world.told.at(step).commands, QStringList());
         record.replace(recordBytes.at(step), 4, values.at(step));
         QCOMPARE(world.told.at(step).record, record);
+        QCOMPARE(world.told.at(step).registers, area);
         area.replace(areaBytes.at(step), 8, values.at(step) + QByteArray(4, '\0'));
     }
     QCOMPARE(PanelWorld::fileContent(wordArea), area);
@@ -1397,8 +1537,11 @@ void TestNetwork::lease_afterStart_isTaken()
 {
     for (const int adapter : {0, 1}) {
         PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true);
+        TimerLog timers;
         NetworkPage world;
         world.started();
+        QTRY_VERIFY(timers.fired.size() >= 2);
+        QCOMPARE(timers.fired.count(pollInterval), timers.fired.size());
         const Cable cable(adapter);
         QTRY_COMPARE(world.told.size(), 3);
         QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
@@ -1483,19 +1626,15 @@ void TestNetwork::switch_offAndOn_static()
     NetworkPage world;
     world.started();
     NoticeListener runtime(noticePipe);
-    const QString key = QStringLiteral("Network%1/enable").arg(adapter);
-    const auto storedOn = [&key] {
-        return QSettings(settingsPath, QSettings::IniFormat).value(key).toBool();
-    };
     AdapterPane& pane = world.pane(adapter);
     pane.disableSwitch().click();
+    QCOMPARE(switchInFile(adapter), line("false")); // at once: no event has been handled since
     QCOMPARE(PanelWorld::commands(),
              QStringList({QStringLiteral("ifconfig eth%1 down").arg(adapter), line("sync")}));
     QCOMPARE(pane.disableSwitch().styleSheet(),
              line("border-image:url(:/Resources/switch_on.png);"));
     QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[adapter]));
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[1 - adapter]));
-    QCOMPARE(storedOn(), false);
     for (const QLineEdit* field : pane.fields()) {
         QCOMPARE(field->text(), line("0"));
         QVERIFY(!field->isEnabled());
@@ -1505,6 +1644,7 @@ void TestNetwork::switch_offAndOn_static()
     QVERIFY(world.pane(1 - adapter).modeBox().isEnabled());
     PanelWorld::clearCommands();
     pane.disableSwitch().click();
+    QCOMPARE(switchInFile(adapter), line("true"));
     QCOMPARE(
         PanelWorld::commands(),
         QStringList(QStringLiteral("ifconfig eth%1 %2 up").arg(QString::number(adapter), address)) +
@@ -1518,7 +1658,6 @@ void TestNetwork::switch_offAndOn_static()
     }
     QVERIFY(pane.macField().isEnabled());
     QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
-    QCOMPARE(storedOn(), true);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
 }
 
@@ -1567,22 +1706,52 @@ void TestNetwork::switch_off_leavesTheDefaultChoice()
     }
 }
 
-void TestNetwork::switch_fullDisk_keepsThePageUsable()
+void TestNetwork::switch_settingsNotWritable_loseNothing_data()
 {
+    QTest::addColumn<bool>("full"); // or else nobody may make a file there
+    QTest::newRow("disk is full") << true;
+    QTest::newRow("folder is locked") << false;
+}
+
+void TestNetwork::switch_settingsNotWritable_loseNothing()
+{
+    QFETCH(bool, full);
+    const QFileInfo file(settingsPath);
     NetworkPage world;
     world.started();
+    world.settings.setValue(line("General/buzzer"), line("off"));
     world.settings.sync();
     const QByteArray stored = PanelWorld::fileContent(settingsPath);
-    // Nobody can make a file in a folder whose name is taken: as on a full disk, nothing is stored.
-    QFile::remove(settingsPath);
-    QVERIFY(QDir().mkdir(settingsPath));
-    world.pane(0).disableSwitch().click();
+    QVERIFY(stored.contains("buzzer=off"));
+    const QStringList files = file.dir().entryList(QDir::Files);
+    {
+        const BusyTool ifconfig("ifconfig", "ulimit -S -f unlimited"); // the log has room
+        const BusyTool sync("sync", "ulimit -S -f unlimited");
+        const QFile::Permissions before = QFile::permissions(file.path());
+        std::unique_ptr<NoRoom> noRoom;
+        std::unique_ptr<NoOverride> noOverride;
+        if (full) {
+            noRoom = std::make_unique<NoRoom>();
+        } else {
+            noOverride = std::make_unique<NoOverride>();
+            QVERIFY(QFile::setPermissions(file.path(), QFile::ReadOwner | QFile::ExeOwner));
+        }
+        world.pane(0).disableSwitch().click();
+        QVERIFY(QFile::setPermissions(file.path(), before));
+    }
+    QCOMPARE(PanelWorld::fileContent(settingsPath), stored);
+    QCOMPARE(file.dir().entryList(QDir::Files), files);
     QCOMPARE(PanelWorld::commands(), QStringList({line("ifconfig eth0 down"), line("sync")}));
-    QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[0]));
-    QVERIFY(QDir().rmdir(settingsPath));
-    PanelWorld::writeFile(settingsPath, stored);
+    QVERIFY(full || PanelWorld::areaBit(bitArea, disabledBit[0]));
+    QVERIFY(!world.field(0, AdapterPane::Ip, 0)->isEnabled());
+    world.pane(1).disableSwitch().click();
+    // What could not be stored is now, beside the new choice.
+    QCOMPARE(switchInFile(0), line("false"));
+    QCOMPARE(switchInFile(1), line("false"));
     world.pane(0).disableSwitch().click();
+    world.pane(1).disableSwitch().click();
     QVERIFY(world.field(0, AdapterPane::Ip, 0)->isEnabled());
+    QCOMPARE(PanelWorld::fileContent(settingsPath), stored);
 }
 
 void TestNetwork::refresh_followsTheRegisters()
@@ -1669,14 +1838,38 @@ void TestNetwork::ping_runsInOrderAndShowsTheResult()
         PanelWorld::writeFile(line("ping.txt"), output);
     }
     QStringList seen;
-    answerNextBox(&seen);
+    QList<QImage> lampsUnderTheBox;
+    answerNextBox(&seen, [&] {
+        lampsUnderTheBox << lamp(world.pane(0)) << lamp(world.pane(1));
+        QVERIFY(looksRunning(world.pane(0).testButton()));
+        QVERIFY(looksRunning(world.pane(1).testButton()));
+    });
     world.page().ping_test();
     QCOMPARE(seen,
              QStringList({QStringLiteral("设备详细信息"), text, QString::number(icon), line("1")}));
+    QCOMPARE(lampsUnderTheBox, QList<QImage>({lampAfter, lampAfter}));
     for (const int shown : {0, 1}) {
         QCOMPARE(lamp(world.pane(shown)), lampAfter);
         QVERIFY(looksIdle(world.pane(shown).testButton()));
     }
+}
+
+void TestNetwork::ping_runsInTheBackground()
+{
+    const QString clicked = line("/tmp/clicked");
+    QFile::remove(clicked);
+    // The tool tells whether the page works on while it runs; after a while it gives up waiting.
+    const BusyTool ping("ping", "for wait in $(seq 50); do\n"
+                                "[ ! -e /tmp/clicked ] || { echo beside the page; break; }\n"
+                                "sleep 0.1\n"
+                                "done");
+    NetworkPage world;
+    world.started();
+    world.pane(0).testButton().click();
+    PanelWorld::writeFile(clicked, QByteArray());
+    world.deletePage(); // no result is to open
+    QTRY_COMPARE(PanelWorld::commands().filter(line("ping www.example.com")).size(), 1);
+    QCOMPARE(PanelWorld::fileContent(line("ping.txt")), QByteArray("beside the page\n"));
 }
 
 void TestNetwork::ping_result_isABoxOfItsOwn()
@@ -1805,8 +1998,11 @@ void TestNetwork::beeps()
     QCOMPARE(beepsOf([&] { world.page().onTabBarSwitched(1); }), count);
     QCOMPARE(beepsOf([&] { world.page().onSetTest(); }), count);
     QCOMPARE(beepsOf([&] { world.pane(0).modeBox().setCurrentIndex(1); }), count);
-    QVERIFY(beepsOf([&] { QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("1"))); }) >=
-            count); // the keypad's own keys beep too
+    // The field's own: keys that are not pressed, only clicked by the program, do not beep.
+    QLineEdit* field = world.field(1, AdapterPane::Ip, 0);
+    bool opened = false;
+    QCOMPARE(beepsOf([&] { opened = NetworkPage::enter(field, line("1")); }), count);
+    QVERIFY(opened);
 }
 
 void TestNetwork::toolMissing_othersStillRun_data()
