@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QList>
 
 #include <functional>
@@ -26,6 +27,14 @@ constexpr OwnRange wholeFile(const char* file)
 
 constexpr OwnRange nothing = {nullptr, 0, 0};
 
+/// What a fault is documented to leave of what an operation moves into its own bits or its memory.
+enum Moved {
+    unsaid,
+    untouched,
+    firstHalf, ///< Of the bytes touched; of an odd number the smaller half.
+    whole,
+};
+
 /// What is documented to come of a fault; see FailingCalls for how faults are written.
 struct Outcome
 {
@@ -37,6 +46,9 @@ struct Outcome
     OwnRange besides = nothing;
     /// The file whose descriptor it is documented to leave open.
     const char* leavesOpen = nullptr;
+    Moved moved = unsaid;
+    /// What it prints last. Empty: whatever.
+    const char* ending = "";
 };
 
 /// An operation of a room, called as its users call it.
@@ -52,6 +64,8 @@ struct Operation
     std::function<void()> prepare = {};
     /// Tells what came of an operation that returns nothing.
     std::function<int()> look = {};
+    /// What it has filled in memory.
+    std::function<QByteArray()> memory = {};
 };
 
 /// A file of 64 bytes that every operation finds, and one that is not there.

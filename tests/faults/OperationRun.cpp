@@ -66,9 +66,9 @@ Files filesOfTheWorld()
     return files;
 }
 
-bool isOwn(const Operation& operation, const QString& file, int bit)
+bool isIn(const QList<OwnRange>& ranges, const QString& file, int bit)
 {
-    return std::any_of(operation.own.begin(), operation.own.end(), [&](const OwnRange& range) {
+    return std::any_of(ranges.begin(), ranges.end(), [&](const OwnRange& range) {
         return file == QLatin1String(range.file) && bit >= range.firstBit &&
                bit < range.firstBit + range.bits;
     });
@@ -79,32 +79,43 @@ bool bitOf(const QByteArray& bytes, int bit)
     return (uchar(bytes.at(bit / bitsPerByte)) >> bit % bitsPerByte & 1) != 0;
 }
 
-/// The first bit of a file that changed and is not the operation's own: "FILE, bit N of byte N".
+/// The first bit of a file that changed and is in none of the ranges: "FILE, bit N of byte N".
 /// Bits that are in one of the two only have changed.
-QString foreignChange(const Operation& operation, const QString& file, const QByteArray& before,
+QString foreignChange(const QList<OwnRange>& own, const QString& file, const QByteArray& before,
                       const QByteArray& after)
 {
     const int bits = bitsPerByte * qMax(before.size(), after.size());
     const int common = bitsPerByte * qMin(before.size(), after.size());
     for (int bit = 0; before != after && bit < bits; ++bit) {
         const bool changed = bit >= common || bitOf(before, bit) != bitOf(after, bit);
-        if (changed && !isOwn(operation, file, bit)) {
+        if (changed && !isIn(own, file, bit)) {
             return QStringLiteral("%1, bit %2 of byte %3").arg(file).arg(bit % 8).arg(bit / 8);
         }
     }
     return QString();
 }
 
-QString foreignChange(const Operation& operation, const Files& before, const Files& after)
+QString foreignChange(const QList<OwnRange>& own, const Files& before, const Files& after)
 {
     for (const QString& file : (before.keys() + after.keys())) {
-        const QString change =
-            foreignChange(operation, file, before.value(file), after.value(file));
+        QString change = foreignChange(own, file, before.value(file), after.value(file));
         if (!change.isEmpty()) {
             return change;
         }
     }
     return QString();
+}
+
+/// The bytes that hold an operation's own bits, and what it fills in memory.
+QByteArray ownBytes(const Operation& operation, const Files& files)
+{
+    QByteArray bytes = operation.memory ? operation.memory() : QByteArray();
+    for (const OwnRange& range : operation.own) {
+        const int first = range.firstBit / bitsPerByte;
+        const int end = (range.firstBit + range.bits + bitsPerByte - 1) / bitsPerByte;
+        bytes += files.value(QLatin1String(range.file)).mid(first, end - first);
+    }
+    return bytes;
 }
 
 /// What this process holds: descriptors with what they lead to, locks, children, blocked signals.
@@ -187,19 +198,31 @@ const QList<Operation>& allOperations()
     return all;
 }
 
-Run runOnce(const Operation& operation, const Hook& before, const Hook& after)
+QByteArray ownBytesAfter(Moved moved, const QByteArray& before, const QByteArray& whenWhole)
+{
+    const int half = before.size() / 2;
+    return moved == whole       ? whenWhole
+           : moved == firstHalf ? whenWhole.left(half) + before.mid(half)
+                                : before;
+}
+
+Run runOnce(const Operation& operation, const QList<OwnRange>& besides, const Hook& before,
+            const Hook& after)
 {
     setUpWorld(operation);
     const Printed printed;
     Run run;
     const Files files = filesOfTheWorld();
+    run.ownBefore = ownBytes(operation, files);
     run.heldBefore = holdings();
     before();
     run.result = operation.run();
     after();
     run.heldAfter = holdings();
     run.result = operation.look ? operation.look() : run.result;
-    run.foreignChange = foreignChange(operation, files, filesOfTheWorld());
+    const Files filesAfter = filesOfTheWorld();
+    run.ownAfter = ownBytes(operation, filesAfter);
+    run.foreignChange = foreignChange(operation.own + besides, files, filesAfter);
     run.messages = Printed::text();
     return run;
 }

@@ -19,10 +19,16 @@ struct Run
     /// The first bit of a file that changed and is not the operation's own; empty when there is
     /// none.
     QString foreignChange;
+    /// The bytes that hold the operation's own bits, and what it fills in memory.
+    QByteArray ownBefore, ownAfter;
 };
+
+/// What the own bytes hold after a run that moved so much of what one without fault moves.
+QByteArray ownBytesAfter(Moved moved, const QByteArray& before, const QByteArray& whenWhole);
 
 using Hook = std::function<void()>;
 
 /// Puts the world into order and runs an operation in it, with @p before and @p after around the
-/// operation alone.
-Run runOnce(const Operation& operation, const Hook& before, const Hook& after);
+/// operation alone. Changes of @p besides are not foreign either.
+Run runOnce(const Operation& operation, const QList<OwnRange>& besides, const Hook& before,
+            const Hook& after);

@@ -2,10 +2,12 @@
 #include "regstore/SysReg.h"
 #include "tests/faults/Operation.h"
 
+#include <algorithm>
 #include <array>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -15,12 +17,24 @@ constexpr int notNotified = static_cast<int>(areaNotNotified);
 constexpr const char* registerPipe = "/tmp/fifo_sysreg";
 constexpr const char* areaPipe = "/tmp/fifo_localreg";
 
-constexpr std::array<unsigned char, 8> value = {0x5A, 0xC3, 0x3C, 0xA5, 0x96, 0x69, 0x0F, 0xF0};
+/// In each bit register used here it changes both halves of the bytes.
+constexpr std::array<unsigned char, 8> value = {0x57, 0xC3, 0x3C, 0xA5, 0x96, 0x69, 0x0F, 0xF0};
 
 unsigned char* buffer()
 {
     static std::array<unsigned char, 64> bytes;
     return bytes.data();
+}
+
+void prepareBuffer()
+{
+    std::fill_n(buffer(), 64, 0xEE);
+}
+
+/// So many bytes of the buffer.
+std::function<QByteArray()> buffered(int bytes)
+{
+    return [=] { return QByteArray(reinterpret_cast<const char*>(buffer()), bytes); };
 }
 
 std::function<int()> reading(unsigned area, unsigned offset, unsigned length)
@@ -50,56 +64,84 @@ void prepareListener(const char* path)
     end = ::open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
 }
 
-/// Reading waits for the lock and goes on without one when there is none to be had.
-QList<Outcome> readOutcomes(int onFailure)
+/// What comes of a fault that the outside has nothing else to say about.
+Outcome outcome(const char* fault, int result, Moved moved, const char* message = "")
 {
-    return {{"open 1 EMFILE", onFailure}, {"lseek 1 EINVAL", onFailure},
-            {"fcntl 1 ENOLCK", 0},        {"fcntl 1 EINTR", 0},
-            {"read 1 EIO", onFailure},    {"read 1 short", onFailure},
-            {"lseek 2 EINVAL", 0},        {"lockf 1 ENOLCK", 0},
-            {"lockf 1 EINTR", 0},         {"close 1 EIO", 0}};
+    return {fault, result, message, nothing, nullptr, moved};
+}
+
+/// Reading waits for the lock and goes on without one when there is none to be had.
+QList<Outcome> readOutcomes(int onFailure, Moved whenShort)
+{
+    return {
+        outcome("open 1 EMFILE", onFailure, untouched),
+        outcome("lseek 1 EINVAL", onFailure, untouched),
+        outcome("fcntl 1 ENOLCK", 0, whole),
+        outcome("fcntl 1 EINTR", 0, whole),
+        outcome("read 1 EIO", onFailure, untouched),
+        outcome("read 1 short", onFailure, whenShort),
+        outcome("lseek 2 EINVAL", 0, whole),
+        outcome("lockf 1 ENOLCK", 0, whole),
+        outcome("lockf 1 EINTR", 0, whole),
+        outcome("close 1 EIO", 0, whole),
+    };
 }
 
 QList<Outcome> byteWriteOutcomes(int onFailure)
 {
-    return {{"open 1 EMFILE", onFailure},  {"lseek 1 EINVAL", onFailure},
-            {"lockf 1 ENOLCK", 0},         {"lockf 1 EINTR", 0},
-            {"write 1 ENOSPC", onFailure}, {"write 1 short", onFailure},
-            {"lseek 2 EINVAL", 0},         {"lockf 2 ENOLCK", 0},
-            {"lockf 2 EINTR", 0},          {"close 1 EIO", 0}};
+    return {
+        outcome("open 1 EMFILE", onFailure, untouched),
+        outcome("lseek 1 EINVAL", onFailure, untouched),
+        outcome("lockf 1 ENOLCK", 0, whole),
+        outcome("lockf 1 EINTR", 0, whole),
+        outcome("write 1 ENOSPC", onFailure, untouched),
+        outcome("write 1 short", onFailure, firstHalf),
+        outcome("lseek 2 EINVAL", 0, whole),
+        outcome("lockf 2 ENOLCK", 0, whole),
+        outcome("lockf 2 EINTR", 0, whole),
+        outcome("close 1 EIO", 0, whole),
+    };
 }
 
 QList<Outcome> bitWriteOutcomes(int onFailure)
 {
-    return {{"open 1 EMFILE", onFailure},
-            {"lseek 1 EINVAL", onFailure},
-            {"lockf 1 ENOLCK", 0},
-            {"lockf 1 EINTR", 0},
-            {"read 1 EIO", onFailure},
-            {"read 1 short", onFailure},
-            {"lseek 2 EINVAL", onFailure},
-            {"write 1 ENOSPC", onFailure},
-            {"write 1 short", onFailure},
-            {"lseek 3 EINVAL", 0},
-            {"lockf 2 ENOLCK", 0},
-            {"lockf 2 EINTR", 0},
-            {"close 1 EIO", 0}};
+    return {
+        outcome("open 1 EMFILE", onFailure, untouched),
+        outcome("lseek 1 EINVAL", onFailure, untouched),
+        outcome("lockf 1 ENOLCK", 0, whole),
+        outcome("lockf 1 EINTR", 0, whole),
+        outcome("read 1 EIO", onFailure, untouched),
+        outcome("read 1 short", onFailure, untouched),
+        outcome("lseek 2 EINVAL", onFailure, untouched),
+        outcome("write 1 ENOSPC", onFailure, untouched),
+        outcome("write 1 short", onFailure, firstHalf),
+        outcome("lseek 3 EINVAL", 0, whole),
+        outcome("lockf 2 ENOLCK", 0, whole),
+        outcome("lockf 2 EINTR", 0, whole),
+        outcome("close 1 EIO", 0, whole),
+    };
 }
 
 /// The notice is sent when the register is written: what fails then changes only the result.
-QList<Outcome> noticeOutcomes(int onFailure, const char* open, const char* write, const char* part,
-                              const char* close)
+QList<Outcome> noticeOutcomes(int onFailure)
 {
-    return {{open, onFailure, "open fifo: "}, {write, onFailure}, {part, 0}, {close, 0}};
+    return {
+        outcome("open 2 EMFILE", onFailure, whole, "open fifo: "),
+        outcome("write 2 ENOSPC", onFailure, whole),
+        outcome("write 2 short", 0, whole),
+        outcome("close 2 EIO", 0, whole),
+    };
 }
 
 QList<Outcome> missingPipeOutcomes(int result)
 {
     constexpr const char* first = "open fifo: ";
-    return {{"open 2 EMFILE", result, first},
-            {"access 1 EACCES", result, first},
-            {"mkfifo 1 EACCES", result, first},
-            {"open 3 EMFILE", result, first}};
+    return {
+        outcome("open 2 EMFILE", result, whole, first),
+        outcome("access 1 EACCES", result, whole, first),
+        outcome("mkfifo 1 EACCES", result, whole, first),
+        outcome("open 3 EMFILE", result, whole, first),
+    };
 }
 
 /// A missing pipe is made and still has no reader, whatever fails besides.
@@ -114,12 +156,21 @@ QList<Outcome> saying(const char* message, QList<Outcome> outcomes, int result)
     return outcomes;
 }
 
+/// An operation that fills so many bytes of the buffer.
+Operation readOperation(const char* name, std::function<int()> run, int onFailure, int bytes,
+                        Moved whenShort = firstHalf)
+{
+    return {name, std::move(run), 0, {}, readOutcomes(onFailure, whenShort), prepareBuffer,
+            {},   buffered(bytes)};
+}
+
 QList<Operation> areaOperations()
 {
     const auto listener = [] { prepareListener(areaPipe); };
     return {
-        {"ReadLocal, bytes", reading(5, 779, 8), 0, {}, readOutcomes(failed)},
-        {"ReadLocal, bits", reading(2, 14, 4), 0, {}, readOutcomes(failed)},
+        readOperation("ReadLocal, bytes", reading(5, 779, 8), failed, 8),
+        // Nobody says what a bit register is of which a part comes.
+        readOperation("ReadLocal, bits", reading(2, 14, 4), failed, 2, unsaid),
         {"WriteLocal, bytes",
          writing(5, 779, 8),
          0,
@@ -136,16 +187,15 @@ QList<Operation> areaOperations()
          {{"/tmp/mb.dat", 14, 4}},
          bitWriteOutcomes(failed)},
         {"WriteLocal, bits on the medium",
-         writing(8, 17, 1),
+         writing(8, 18, 1),
          0,
-         {{"/hmi_data/sfb.dat", 17, 1}},
+         {{"/hmi_data/sfb.dat", 18, 1}},
          bitWriteOutcomes(failed)},
         {"WriteLocal_Notify",
          notifying(5, 779, 8),
          0,
          {bytesOf("/tmp/smw.dat", 779, 8)},
-         byteWriteOutcomes(failed) + noticeOutcomes(notNotified, "open 2 EMFILE", "write 2 ENOSPC",
-                                                    "write 2 short", "close 2 EIO"),
+         byteWriteOutcomes(failed) + noticeOutcomes(notNotified),
          listener},
         {"WriteLocal_Notify, missing pipe",
          notifying(5, 779, 8),
@@ -165,8 +215,10 @@ QList<Operation> systemRegisterOperations()
     return {
         // It asks nobody.
         {"SysReg_LoadReg", [] { return SysReg_LoadReg(89) ? 1 : 0; }, 1, {}, {}},
-        {"SysReg_Read, bytes", [] { return SysReg_Read(63, buffer()); }, 0, {}, readOutcomes(-1)},
-        {"SysReg_Read, a bit", [] { return SysReg_Read(67, buffer()); }, 0, {}, readOutcomes(-1)},
+        readOperation(
+            "SysReg_Read, bytes", [] { return SysReg_Read(63, buffer()); }, -1, 8),
+        readOperation(
+            "SysReg_Read, a bit", [] { return SysReg_Read(67, buffer()); }, -1, 1),
         {"SysReg_Write, bytes",
          [] { return SysReg_Write(63, value.data(), 8); },
          0,
@@ -181,8 +233,7 @@ QList<Operation> systemRegisterOperations()
          [] { return SysReg_WriteNotify(86, value.data(), 1); },
          0,
          {closing},
-         bitWriteOutcomes(-1) +
-             noticeOutcomes(-1, "open 2 EMFILE", "write 2 ENOSPC", "write 2 short", "close 2 EIO"),
+         bitWriteOutcomes(-1) + noticeOutcomes(-1),
          listener},
         {"SysReg_WriteNotify, missing pipe",
          [] { return SysReg_WriteNotify(86, value.data(), 1); },

@@ -22,12 +22,13 @@ bool isDocumented(const Operation& operation, int result)
 }
 
 /// Prints the result, and a line for each thing that is not as it should be.
-void runAndReport(Operation operation)
+void runAndReport(const Operation& operation)
 {
+    QList<OwnRange> besides;
     for (const Outcome& outcome : operation.outcomes) {
-        operation.own << outcome.besides;
+        besides << outcome.besides;
     }
-    const Run run = runOnce(operation, mark, mark);
+    const Run run = runOnce(operation, besides, mark, mark);
     std::printf("result %d\n", run.result);
     if (!isDocumented(operation, run.result)) {
         std::puts("wrong: such a result is not documented");

@@ -4,6 +4,7 @@
 
 #include <QTest>
 
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -15,12 +16,11 @@ struct FaultyRun : Run
     QList<FailingCalls::Fault> possible;
 };
 
-FaultyRun runWith(Operation operation, const Outcome& outcome = {})
+FaultyRun runWith(const Operation& operation, const Outcome& outcome = {})
 {
     FaultyRun run;
-    operation.own << outcome.besides;
     static_cast<Run&>(run) = runOnce(
-        operation, [&] { FailingCalls::start(outcome.fault); },
+        operation, {outcome.besides}, [&] { FailingCalls::start(outcome.fault); },
         [&] { run.possible = FailingCalls::stop(); });
     run.faultHappened = FailingCalls::hasHappened();
     return run;
@@ -38,6 +38,11 @@ QStringList withoutLeftOpen(QStringList held, const char* file)
         }
     }
     return file ? QStringList(QStringLiteral("it is not open")) : held;
+}
+
+bool saysWhatIsMoved(const Outcome& outcome)
+{
+    return outcome.moved != unsaid;
 }
 
 } // namespace
@@ -75,10 +80,16 @@ void TestFaults::withoutFault_worksAndLeavesNothing_data()
 void TestFaults::withoutFault_worksAndLeavesNothing()
 {
     QFETCH(int, operation);
+    const QList<Outcome>& outcomes = allOperations().at(operation).outcomes;
     const FaultyRun run = runWith(allOperations().at(operation));
     QCOMPARE(run.result, allOperations().at(operation).result);
     QCOMPARE(run.heldAfter, run.heldBefore);
     QCOMPARE(run.foreignChange, QString());
+    if (std::any_of(outcomes.begin(), outcomes.end(), saysWhatIsMoved)) {
+        const int half = run.ownBefore.size() / 2; // all of Moved must be told from each other
+        QVERIFY(half == 0 || run.ownAfter.left(half) != run.ownBefore.left(half));
+        QVERIFY(run.ownAfter.mid(half) != run.ownBefore.mid(half));
+    }
 }
 
 void TestFaults::everyCallThatCanFail_isInTheTable_data()
@@ -122,6 +133,11 @@ void TestFaults::fault_hasItsDocumentedResult_andLeavesNothing()
     QCOMPARE(run.foreignChange, QString());
     QVERIFY2(*expected.message ? run.messages.startsWith(expected.message) : run.messages.isEmpty(),
              run.messages.constData());
+    QVERIFY2(run.messages.endsWith(expected.ending), run.messages.constData());
+    if (saysWhatIsMoved(expected)) {
+        const QByteArray whenWhole = runWith(allOperations().at(operation)).ownAfter;
+        QCOMPARE(run.ownAfter, ownBytesAfter(expected.moved, run.ownBefore, whenWhole));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestFaults)
