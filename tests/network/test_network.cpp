@@ -178,6 +178,19 @@ QStringList repeated(int times, const QString& text)
     return lines;
 }
 
+/// The choices that a default-adapter box does not offer.
+QList<int> hiddenChoices(QComboBox& box)
+{
+    const auto* list = qobject_cast<QListView*>(box.view());
+    QList<int> hidden;
+    for (int row = 0; row < box.count(); ++row) {
+        if (list->isRowHidden(row)) {
+            hidden << row;
+        }
+    }
+    return hidden;
+}
+
 /// What the settings file itself says of an adapter's switch; empty when nothing.
 QString switchInFile(int adapter)
 {
@@ -333,6 +346,7 @@ private slots:
     void start_writesNoRecord();
 
     void keypad_opensForEachField();
+    void press_reachesTheWidgetToo();
     void record_isThePagesOwn();
     void entry_ip_appliesInOrder();
     void entry_appliesEachValue_data();
@@ -348,6 +362,7 @@ private slots:
 
     void conflict_isTold_data();
     void conflict_isTold();
+    void conflict_needsAllFourOctets();
 
     void resolver_readsServers_data();
     void resolver_readsServers();
@@ -381,6 +396,8 @@ private slots:
     void switch_offAndOn_static_data();
     void switch_offAndOn_static();
     void switch_on_dynamic();
+    void switch_on_takesTheModeAnew_data();
+    void switch_on_takesTheModeAnew();
     void switch_off_leavesTheDefaultChoice();
     void switch_settingsNotWritable_loseNothing_data();
     void switch_settingsNotWritable_loseNothing();
@@ -662,6 +679,11 @@ void TestNetwork::tabs_clickSwitchesAndBeepsOnce()
     QCOMPARE(world.tabs().currentIndex(), 1);
     QVERIFY(world.pane(1).isVisible());
     QCOMPARE(PanelWorld::commands(), QStringList(beep));
+    QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(1).center());
+    QCOMPARE(PanelWorld::commands(), QStringList({beep, beep})); // shown already, pressed again
+    world.tabs().setCurrentIndex(0);
+    QVERIFY(world.pane(0).isVisible());
+    QCOMPARE(PanelWorld::commands(), QStringList({beep, beep})); // nobody pressed
 }
 
 void TestNetwork::sizes_followTheScreenWidth_data()
@@ -696,15 +718,17 @@ void TestNetwork::sizes_followTheScreenWidth()
 void TestNetwork::start_static_runsInOrder()
 {
     PanelWorld::writeFile(settingsPath, QByteArray());
+    PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "321\n");
+    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n");
     Looks looks("ifconfig", "cat /hmi/Config/system_settings.ini");
     NetworkPage world;
     world.init();
     // Each adapter's switch is in the file before the next adapter's turn.
     QCOMPARE(looks.take(), QStringList({QString(), line("[Network0] enable=true")}));
     QStringList expected = {line("/root/plat-intf/readee")};
-    expected << line("ifconfig eth0 192.168.0.5 up")
+    expected << line("kill 321") << line("ifconfig eth0 192.168.0.5 up")
              << routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
-    expected << line("ifconfig eth1 10.0.0.6 up") << usualRoutes();
+    expected << line("kill 322") << line("ifconfig eth1 10.0.0.6 up") << usualRoutes();
     QStringList commands = PanelWorld::commands();
     QCOMPARE(commands, expected);
     QCOMPARE(world.settings.value(line("Network0/enable")).toBool(), true);
@@ -775,11 +799,17 @@ void TestNetwork::start_dynamic_startsTheClient()
     const QString gateways[] = {line("192.168.1.1"), line("10.0.0.1")};
     for (const int adapter : {0, 1}) {
         PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true);
+        QSettings(settingsPath, QSettings::IniFormat).setValue(line("General/buzzer"), line("on"));
+        NoticeListener runtime(noticePipe);
         NetworkPage world;
         world.init();
-        QTRY_VERIFY(PanelWorld::commands().contains(
+        // The stored state is no choice of the operator: no key click, nothing for the runtime.
+        QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+        QVERIFY(!PanelWorld::commands().contains(beep));
+        const QString client =
             QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
-                .arg(adapter)));
+                .arg(adapter);
+        QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc")), QStringList(client));
         QCOMPARE(PanelWorld::commands().filter(line("ifconfig")),
                  QStringList(QStringLiteral("ifconfig eth%1 %2 up")
                                  .arg(QString::number(1 - adapter), addresses[1 - adapter])));
@@ -847,6 +877,31 @@ void TestNetwork::keypad_opensForEachField()
         }
         look(&world.pane(adapter).macField());
         QCOMPARE(shown, QStringList());
+    }
+}
+
+void TestNetwork::press_reachesTheWidgetToo()
+{
+    NetworkPage world;
+    world.started();
+    const QString gateways[] = {line("Gateway:192.168.1.1"), line("Gateway:10.0.0.1")};
+    for (const int adapter : {0, 1}) {
+        world.tabs().setCurrentIndex(adapter);
+        AdapterPane& pane = world.pane(adapter);
+        QTest::mouseClick(&pane.disableSwitch(), Qt::LeftButton);
+        QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QTest::mouseClick(&pane.disableSwitch(), Qt::LeftButton);
+        QVERIFY(world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QTest::mouseClick(&pane.defaultButton(), Qt::LeftButton);
+        QCOMPARE(pane.gatewayLabel().text(), gateways[adapter]);
+        PanelWorld::clearCommands();
+        QTest::mouseClick(&pane.testButton(), Qt::LeftButton);
+        QVERIFY(PanelWorld::commands().contains(line("killall ping")));
+        // A field gives up its selection when it is pressed, after the keypad.
+        QLineEdit* field = world.field(adapter, AdapterPane::Mask, 2);
+        field->selectAll();
+        QVERIFY(world.enter(field, QString()));
+        QVERIFY(!field->hasSelectedText());
     }
 }
 
@@ -1121,6 +1176,23 @@ void TestNetwork::conflict_isTold()
     QCOMPARE(world.text(0, AdapterPane::Ip), world.text(1, AdapterPane::Ip));
 }
 
+void TestNetwork::conflict_needsAllFourOctets()
+{
+    const NetworkSettings page;
+    const QStringList octets{line("10"), line("1"), line("2"), line("77")};
+    const auto conflict = [&page, &octets](const QStringList& other) {
+        return page.isConflictIp(octets[0], octets[1], octets[2], octets[3], other[0], other[1],
+                                 other[2], other[3]);
+    };
+    QVERIFY(conflict(octets));
+    for (int at = 0; at < octets.size(); ++at) {
+        QStringList other = octets;
+        other[at] = line("9");
+        QVERIFY2(!conflict(other), qPrintable(QString::number(at)));
+    }
+    QVERIFY(!conflict({line("10"), line("01"), line("2"), line("77")})); // texts, not numbers
+}
+
 void TestNetwork::resolver_readsServers_data()
 {
     QTest::addColumn<QByteArray>("file");
@@ -1300,7 +1372,10 @@ void TestNetwork::routes_choosing_runsTheSlotOncePerBox()
         world.started();
         NoticeListener runtime(noticePipe);
         world.settings.setValue(line("General/buzzer"), line("on"));
+        Looks looks("route", "od -An -tu1 -N1 -j180 /hmi_data/sfw.dat");
         world.pane(chosen).defaultBox().setCurrentIndex(1);
+        // Each time the routes come first, then the register.
+        QCOMPARE(looks.take(), repeated(4, line("0")) + repeated(4, line("1")));
         const QStringList rebuilt = routes(line("192.168.1.1"), 0, line("10.0.0.1"), 1);
         // The second box follows and runs the slot as well; only the first one beeps.
         QCOMPARE(PanelWorld::commands(), QStringList(beep) + rebuilt + rebuilt);
@@ -1642,13 +1717,21 @@ void TestNetwork::switch_offAndOn_static()
     QVERIFY(!pane.macField().isEnabled());
     QVERIFY(!pane.modeBox().isEnabled());
     QVERIFY(world.pane(1 - adapter).modeBox().isEnabled());
+    for (const int shown : {0, 1}) {
+        QCOMPARE(hiddenChoices(world.pane(shown).defaultBox()), QList<int>({adapter + 1}));
+    }
     PanelWorld::clearCommands();
+    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(adapter), "321\n");
     pane.disableSwitch().click();
     QCOMPARE(switchInFile(adapter), line("true"));
-    QCOMPARE(
-        PanelWorld::commands(),
-        QStringList(QStringLiteral("ifconfig eth%1 %2 up").arg(QString::number(adapter), address)) +
-            usualRoutes());
+    QCOMPARE(PanelWorld::commands(),
+             QStringList(
+                 {line("kill 321"),
+                  QStringLiteral("ifconfig eth%1 %2 up").arg(QString::number(adapter), address)}) +
+                 usualRoutes());
+    for (const int shown : {0, 1}) {
+        QCOMPARE(hiddenChoices(world.pane(shown).defaultBox()), QList<int>());
+    }
     QCOMPARE(pane.disableSwitch().styleSheet(),
              line("border-image:url(:/Resources/switch_off.png);"));
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[adapter]));
@@ -1668,9 +1751,13 @@ void TestNetwork::switch_on_dynamic()
     world.started();
     world.pane(1).disableSwitch().click();
     PanelWorld::clearCommands();
+    // The servers are read first, one after the other: each finds that a file is missing.
+    QVERIFY(QFile::remove(backup));
+    const BusyTool touch("touch", ". /panel/lib/record\nrecord \"touch $*\"\nexit");
     world.pane(1).disableSwitch().click();
     QTRY_COMPARE(PanelWorld::commands(),
-                 QStringList(line("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid")));
+                 repeated(2, line("touch /etc/resolvbak.conf")) +
+                     QStringList(line("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid")));
     for (const QLineEdit* field : world.pane(1).fields()) {
         QCOMPARE(field->text(), line("0"));
         QVERIFY(!field->isEnabled());
@@ -1679,6 +1766,33 @@ void TestNetwork::switch_on_dynamic()
     QVERIFY(world.pane(1).modeBox().isEnabled());
     const Cable cable(1);
     QTRY_COMPARE(world.text(1, AdapterPane::Ip), line("10.1.2.77"));
+}
+
+void TestNetwork::switch_on_takesTheModeAnew_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<bool>("dynamic"); // when it is switched on, and not when it was switched off
+    QTest::newRow("eth0 static") << 0 << false;
+    QTest::newRow("eth0 dynamic") << 0 << true;
+    QTest::newRow("eth1 static") << 1 << false;
+    QTest::newRow("eth1 dynamic") << 1 << true;
+}
+
+void TestNetwork::switch_on_takesTheModeAnew()
+{
+    QFETCH(int, adapter);
+    QFETCH(bool, dynamic);
+    PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], !dynamic);
+    NetworkPage world;
+    world.started();
+    AdapterPane& pane = world.pane(adapter);
+    pane.disableSwitch().click();
+    QCOMPARE(pane.modeBox().currentIndex(), dynamic ? 0 : 1);
+    PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], dynamic); // by the runtime
+    pane.disableSwitch().click();
+    QCOMPARE(pane.modeBox().currentIndex(), dynamic ? 1 : 0);
+    QCOMPARE(world.field(adapter, AdapterPane::Ip, 0)->isEnabled(), !dynamic);
+    QCOMPARE(PanelWorld::areaBit(bitArea, dhcpBit[adapter]), dynamic);
 }
 
 void TestNetwork::switch_off_leavesTheDefaultChoice()
