@@ -178,6 +178,27 @@ QStringList repeated(int times, const QString& text)
     return lines;
 }
 
+/// The captions of a pane: every text of a label but the dots between octets.
+QStringList captionsOf(const AdapterPane& pane)
+{
+    QStringList captions;
+    for (const QLabel* label : pane.findChildren<QLabel*>()) {
+        if (label->text().size() > 1) { // no dot, no lamp
+            captions << label->text();
+        }
+    }
+    return captions;
+}
+
+QStringList choicesOf(const QComboBox& box)
+{
+    QStringList choices;
+    for (int at = 0; at < box.count(); ++at) {
+        choices << box.itemText(at);
+    }
+    return choices;
+}
+
 /// The choices that a default-adapter box does not offer.
 QList<int> hiddenChoices(QComboBox& box)
 {
@@ -351,6 +372,7 @@ private slots:
     void entry_ip_appliesInOrder();
     void entry_appliesEachValue_data();
     void entry_appliesEachValue();
+    void entry_usesTheTextsAsShown();
     void entry_dns_writesTheResolverFileOnly_data();
     void entry_dns_writesTheResolverFileOnly();
     void entry_ofTheOtherTab_onlyRebuildsRoutes();
@@ -366,6 +388,7 @@ private slots:
 
     void resolver_readsServers_data();
     void resolver_readsServers();
+    void resolver_isReadAndRewrittenInAnyFile();
     void resolver_missingFiles_areMade_data();
     void resolver_missingFiles_areMade();
     void resolver_otherLines_stayByteForByte();
@@ -383,6 +406,8 @@ private slots:
     void dhcp_dynamicAndBack_data();
     void dhcp_dynamicAndBack();
     void dhcp_switchedOff_asksOnlyForEth1();
+    void dhcp_withoutABox_isOfTheAdapterGiven();
+    void dhcp_box_saysWhichAdapter();
     void dhcp_twice_killsTheFirstClient();
     void dhcp_noLease_keepsPolling_data();
     void dhcp_noLease_keepsPolling();
@@ -405,6 +430,9 @@ private slots:
     void refresh_followsTheRegisters();
     void refresh_withoutChange_runsNothing();
     void refresh_keepsTheChosenGateway();
+    void refresh_oneAdapter_leavesTheOtherAlone();
+    void language_changesEveryText_data();
+    void language_changesEveryText();
 
     void ping_runsInOrderAndShowsTheResult_data();
     void ping_runsInOrderAndShowsTheResult();
@@ -585,18 +613,12 @@ void TestNetwork::captions_inTheirOrder()
     world.started();
     for (const int adapter : {0, 1}) {
         AdapterPane& pane = world.pane(adapter);
-        QStringList captions;
-        for (const QLabel* label : pane.findChildren<QLabel*>()) {
-            if (label->text().size() > 1) { // no dot between octets, no lamp
-                captions << label->text();
-            }
-        }
         const QStringList left{line("Disable Network"), line("Network:"), line("Gateway:0.0.0.0"),
                                line("Setting:"), line("OuterNet State:")};
         const QStringList right{line("IP Address:"),        line("Subnet Mask:"),
                                 line("Gateway:"),           line("First DNS Server:"),
                                 line("Backup DNS Server:"), line("MAC Address:")};
-        QCOMPARE(captions, left + right);
+        QCOMPARE(captionsOf(pane), left + right);
         QCOMPARE(pane.findChild<QGroupBox*>()->title(), line("Default gateway info"));
         QCOMPARE(pane.defaultButton().text(), line("Set as default gateway"));
         QCOMPARE(pane.testButton().text(), line("test"));
@@ -632,6 +654,7 @@ void TestNetwork::look_isThePanels()
         QCOMPARE(pane.defaultButton().objectName(), line("BlueButton"));
         QCOMPARE(pane.testButton().objectName(), line("TestButton"));
         QCOMPARE(pane.modeBox().font().family(), family);
+        QVERIFY(pane.macField().isReadOnly());
         for (const QLineEdit* field : pane.fields()) {
             QCOMPARE(field->styleSheet(), line("QLineEdit{border-width:0;border-style:outset}"));
             QCOMPARE(field->alignment(), Qt::Alignment(Qt::AlignCenter));
@@ -657,13 +680,11 @@ void TestNetwork::tabs_oneForEachAdapter()
     for (int at = 0; at < adapters; ++at) {
         QCOMPARE(world.tabs().tabText(at), QStringLiteral("wired network%1").arg(at));
     }
+    const QStringList choices{line("Auto"), line("wired network0"), line("wired network1")};
     for (int at = 0; at < 2; ++at) {
-        const QComboBox& box = world.pane(at).defaultBox();
-        QCOMPARE(box.count(), adapters + 1);
-        QCOMPARE(box.itemText(0), line("Auto"));
-        QCOMPARE(box.itemText(1), line("wired network0"));
-        QCOMPARE(world.pane(at).modeBox().itemText(0), line("Static IP"));
-        QCOMPARE(world.pane(at).modeBox().itemText(1), line("Dynamic IP"));
+        QCOMPARE(choicesOf(world.pane(at).defaultBox()), choices.mid(0, adapters + 1));
+        QCOMPARE(choicesOf(world.pane(at).modeBox()),
+                 QStringList({line("Static IP"), line("Dynamic IP")}));
     }
     QVERIFY(world.pane(0).isVisible());
     QVERIFY(!world.pane(1).isVisible());
@@ -1012,6 +1033,32 @@ void TestNetwork::entry_appliesEachValue()
     QCOMPARE(PanelWorld::fileContent(wordArea), expected);
 }
 
+void TestNetwork::entry_usesTheTextsAsShown()
+{
+    NetworkPage world;
+    world.started();
+    const struct
+    {
+        AdapterPane::Value value;
+        const char* run;
+        int recordByte;
+    } rows[] = {{AdapterPane::Ip, "ifconfig eth0 192.010.x.77", 41},
+                {AdapterPane::Mask, "ifconfig eth0 netmask 255.010.x.77", 49},
+                {AdapterPane::Gateway, "route add default gw 192.010.x.77 dev eth0 metric 1", 45}};
+    for (const auto& row : rows) {
+        PanelWorld::clearCommands();
+        world.field(0, row.value, 1)->setText(line("010"));
+        world.field(0, row.value, 2)->setText(line("x"));
+        QVERIFY(world.enter(world.field(0, row.value, 3), line("77")));
+        QVERIFY2(PanelWorld::commands().contains(line(row.run)), row.run);
+        const QByteArray stored = world.told.last().record.mid(row.recordByte, 4);
+        QCOMPARE(stored.mid(1), QByteArray("\x0A\0\x4D", 3)); // decimal, and 0 for no number
+    }
+    world.field(0, AdapterPane::FirstDns, 1)->setText(line("010"));
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 3), line("9")));
+    QCOMPARE(PanelWorld::fileContent(resolver), QByteArray("nameserver 0.010.0.9 # eth0"));
+}
+
 void TestNetwork::entry_dns_writesTheResolverFileOnly_data()
 {
     QTest::addColumn<int>("value");
@@ -1233,6 +1280,39 @@ void TestNetwork::resolver_readsServers()
     QCOMPARE(world.text(0, AdapterPane::BackupDns), servers.at(1));
     QCOMPARE(world.text(1, AdapterPane::FirstDns), servers.at(2));
     QCOMPARE(world.text(1, AdapterPane::BackupDns), servers.at(3));
+}
+
+void TestNetwork::resolver_isReadAndRewrittenInAnyFile()
+{
+    const QString path = line("/tmp/servers");
+    NetworkSettings page;
+    const auto read = [&page, &path](const QByteArray& content, NetworkSettings::dnsType type) {
+        PanelWorld::writeFile(path, content);
+        QFile file(path);
+        QString address = line("untouched");
+        if (file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+            page.getDns(file, NetworkSettings::Eth0, type, address);
+        }
+        return address;
+    };
+    const auto first = NetworkSettings::FirstDns;
+    const auto second = NetworkSettings::BackupDns;
+    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", first), line("1.1.1.1"));
+    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", second), line("0.0.0.0"));
+    QCOMPARE(read("nameserver 1.1.1.1 # eth1\n", first), line("0.0.0.0"));
+    QCOMPARE(read(QByteArray(), first), line("0.0.0.0"));
+    QCOMPARE(read("xeth0\n", first), QString());
+    QCOMPARE(read("nameserver  1.1.1.1 # eth0\n", first), QString());
+    QCOMPARE(read("nameserver 1.1.1.\xC3\xA9 # eth0\n", first), QStringLiteral("1.1.1.é"));
+    PanelWorld::writeFile(path, "a 1.1.1.1 eth0\n\nb\n");
+    QFile file(path);
+    page.replaceDns(file, NetworkSettings::Eth0, first, line("9.9.9.9"));
+    page.replaceDns(file, NetworkSettings::Eth0, second, line("8.8.8.8"));
+    QVERIFY(!file.isOpen());
+    QCOMPARE(PanelWorld::fileContent(path),
+             QByteArray("nameserver 9.9.9.9 # eth0\nb\nnameserver 8.8.8.8 # eth0"));
+    QCOMPARE(PanelWorld::fileContent(resolver), QByteArray());
+    QVERIFY(QFile::remove(path));
 }
 
 void TestNetwork::resolver_missingFiles_areMade_data()
@@ -1504,6 +1584,63 @@ void TestNetwork::dhcp_switchedOff_asksOnlyForEth1()
         const Cable cable(adapter);
         QTest::qWait(severalPolls);
         QCOMPARE(world.told.size(), adapter == 1 ? 3 : 0);
+        init();
+    }
+}
+
+void TestNetwork::dhcp_withoutABox_isOfTheAdapterGiven()
+{
+    for (const int adapter : {0, 1}) {
+        NetworkPage world;
+        world.started();
+        NoticeListener runtime(noticePipe);
+        world.page().updateDHCPConfig(Index(adapter), true);
+        QCOMPARE(runtime.takeNumbers(), QList<quint32>({adapter ? 76U : 67U}));
+        QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
+        QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
+        QTRY_COMPARE(
+            PanelWorld::commands(),
+            QStringList(QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
+                            .arg(adapter)));
+        init();
+    }
+}
+
+void TestNetwork::dhcp_box_saysWhichAdapter()
+{
+    for (const int adapter : {0, 1}) {
+        NetworkPage world;
+        world.started();
+        NetworkSettings& page = world.page();
+        QComboBox& box = world.pane(adapter).modeBox();
+        QVERIFY(
+            disconnect(&box, SIGNAL(currentIndexChanged(int)), &page, SLOT(onSetCombobox(int))));
+        connect(&box, QOverload<int>::of(&QComboBox::currentIndexChanged), &page,
+                [&page, adapter](int index) { // the other adapter's number
+                    page.updateDHCPConfig(Index(1 - adapter), index != 0);
+                });
+        NoticeListener runtime(noticePipe);
+        // Synchronous signs of a client's start and of static mode.
+        PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "321\n");
+        PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n");
+        const QString kill = adapter ? line("kill 322") : line("kill 321");
+        box.setCurrentIndex(1);
+        QCOMPARE(PanelWorld::commands().filter(line("kill")), QStringList(kill));
+        QCOMPARE(runtime.takeNumbers(), QList<quint32>({adapter ? 76U : 67U}));
+        QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
+        box.setCurrentIndex(0);
+        QCOMPARE(PanelWorld::commands().filter(line("kill")), QStringList({kill, kill}));
+        QVERIFY(world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        // Of the number given, it asks only whether that adapter is switched off.
+        world.pane(1 - adapter).disableSwitch().click();
+        PanelWorld::clearCommands();
+        runtime.takeNumbers();
+        box.setCurrentIndex(1);
+        QCOMPARE(PanelWorld::commands().filter(line("kill")),
+                 adapter ? QStringList(kill) : QStringList());
+        QCOMPARE(runtime.takeNumbers(), QList<quint32>({adapter ? 76U : 67U}));
         init();
     }
 }
@@ -1907,6 +2044,80 @@ void TestNetwork::refresh_keepsTheChosenGateway()
     world.page().onChangeLanguage(Settings::English);
     QCOMPARE(world.tabs().tabText(0), line("network0"));
     QCOMPARE(world.pane(0).gatewayLabel().text(), line("Gateway:10.0.0.1"));
+}
+
+void TestNetwork::refresh_oneAdapter_leavesTheOtherAlone()
+{
+    PanelWorld::setAreaBit(bitArea, dhcpBit[1], true);
+    NetworkPage world(1);
+    world.started();
+    NoticeListener runtime(noticePipe);
+    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n"); // a client's start ends this one
+    world.page().refresh();
+    QCOMPARE(world.pane(1).modeBox().currentIndex(), 0);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+}
+
+void TestNetwork::language_changesEveryText_data()
+{
+    QTest::addColumn<int>("language");
+    QTest::addColumn<QStringList>("captions");
+    QTest::addColumn<QStringList>("others"); // the group's title, the buttons
+    QTest::addColumn<QStringList>("modes");
+    QTest::addColumn<QStringList>("adapters");
+    QTest::newRow("Chinese") << int(Settings::Chinese)
+                             << QStringLiteral("禁用网络：|网络：|    网关：0.0.0.0|设置：|"
+                                               "外网Ping测试：|IP地址：|子网掩码：|    网关：|"
+                                               "DNS1：|DNS2：|MAC地址：")
+                                    .split(QLatin1Char('|'))
+                             << QStringList{QStringLiteral("默认上网卡信息："),
+                                            QStringLiteral("设为默认上网卡"),
+                                            QStringLiteral("测试")}
+                             << QStringList{QStringLiteral("静态IP"), QStringLiteral("动态IP")}
+                             << QStringList{QStringLiteral("自动"), QStringLiteral("有线网络0"),
+                                            QStringLiteral("有线网络1")};
+    QTest::newRow("English") << int(Settings::English)
+                             << QStringList{line("Disable Network:"),
+                                            line("Network:"),
+                                            line("Gateway:0.0.0.0"),
+                                            line("Setting:"),
+                                            line("OuterNet Ping Test:"),
+                                            line("IP Address:"),
+                                            line("Subnet Mask:"),
+                                            line("Gateway:"),
+                                            line("DNS1:"),
+                                            line("DNS2:"),
+                                            line("MAC Address:")}
+                             << QStringList{line("Default Network Adapter Info:"),
+                                            line("Set Default Network Adapter"), line("test")}
+                             << QStringList{line("Static IP"), line("Dynamic IP")}
+                             << QStringList{line("Auto"), line("network0"), line("network1")};
+}
+
+void TestNetwork::language_changesEveryText()
+{
+    QFETCH(int, language);
+    QFETCH(QStringList, captions);
+    QFETCH(QStringList, others);
+    QFETCH(QStringList, modes);
+    QFETCH(QStringList, adapters);
+    NetworkPage world;
+    world.started();
+    world.page().onChangeLanguage(language == Settings::Chinese ? Settings::English
+                                                                : Settings::Chinese);
+    world.page().onChangeLanguage(Settings::Language(language));
+    for (const int shown : {0, 1}) {
+        AdapterPane& pane = world.pane(shown);
+        QCOMPARE(captionsOf(pane), captions);
+        QCOMPARE(QStringList({pane.findChild<QGroupBox*>()->title(), pane.defaultButton().text(),
+                              pane.testButton().text()}),
+                 others);
+        QCOMPARE(choicesOf(pane.modeBox()), modes);
+        QCOMPARE(choicesOf(pane.defaultBox()), adapters);
+        QCOMPARE(world.tabs().tabText(shown), adapters.at(shown + 1));
+    }
+    QCOMPARE(PanelWorld::commands(), QStringList()); // no text counts as a choice
 }
 
 void TestNetwork::ping_runsInOrderAndShowsTheResult_data()
