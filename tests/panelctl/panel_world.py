@@ -176,9 +176,17 @@ class Watch:
     def send(self, number):
         self._process.send_signal(number)
 
+    def _status(self):
+        """The fields of its process behind the name, the first being its state."""
+        text = pathlib.Path(f"/proc/{self._process.pid}/stat").read_text()
+        return text.rpartition(")")[2].split()
+
     def is_stopped(self):
-        status = pathlib.Path(f"/proc/{self._process.pid}/stat").read_text()
-        return status.rpartition(")")[2].split()[0] == "T"
+        return self._status()[0] == "T"
+
+    def ticks(self):
+        """Processor time it has used, in hundredths of a second."""
+        return sum(int(field) for field in self._status()[11:13])
 
     def end(self, number=signal.SIGTERM):
         """Sends a signal; returns status, and what was printed that no line() has taken."""

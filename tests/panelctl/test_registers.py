@@ -4,6 +4,7 @@ import itertools
 import json
 import os
 import signal
+import time
 import unittest
 
 from panel_values import encode, fitting, shown, unfit
@@ -201,6 +202,16 @@ class Watching(RegisterTest):
         self.assertEqual([line for line in lines if line.startswith("area")],
                          [f"area 1 from byte {at} length 1\n" for at in range(1000)])
         self.assertEqual(watch.end(), (0, b"", b""))
+
+    def test_it_sleeps_between_notices(self):
+        watch = self.watch()
+        send(REGISTER_PIPE, 20)  # whoever sends also closes the pipe again
+        send(AREA_PIPE, 1, 2, 3)
+        for _ in range(2):
+            watch.line()
+        before = watch.ticks()
+        time.sleep(0.5)
+        self.assertLess(watch.ticks() - before, 5)
 
     def test_something_else_in_the_place_of_a_pipe_is_told(self):
         for pipe in (REGISTER_PIPE, AREA_PIPE):
