@@ -176,6 +176,7 @@ private slots:
     void write_runsReadThenWrite();
     void write_changesOnlyTheRecordsBytes();
     void write_foreignBytesGoBackAsJustRead();
+    void write_shortImage_goesBackWithWhatWasReadBefore();
     void write_imageThatChangesWithEveryRead_isReadOnce();
     void write_nullRecord_runsNothing();
     void write_failureIsReported();
@@ -669,6 +670,25 @@ void TestDevice::write_foreignBytesGoBackAsJustRead()
     PanelWorld::setImage(changed);
     QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
     QCOMPARE(PanelWorld::image(), changed.replace(0, 187, patternImage().left(187)));
+}
+
+void TestDevice::write_shortImage_goesBackWithWhatWasReadBefore()
+{
+    EEInfoDetail::Flash_WR_1 wr1 = {};
+    device().read_flash_wr1_info(&wr1); // all 1024 bytes
+    PanelWorld::clearCommands();
+    PanelWorld::replaceTool(QStringLiteral("readee"), "printf ABC");
+    auto wr2 = recordOf<EEInfoDetail::Flash_WR_2>(QByteArray(192, '\xDD'));
+    QCOMPARE(device().write_flash_wr2_info(&wr2), 0);
+    const QByteArray sent =
+        patternImage().replace(0, 3, "ABC").replace(512, 192, QByteArray(192, '\xDD'));
+    QCOMPARE(PanelWorld::inputOf(0), sent);
+    // Longer than what precedes the record's end, shorter than the image.
+    PanelWorld::replaceTool(QStringLiteral("readee"), "head -c 800 /dev/zero");
+    wr1 = recordOf<EEInfoDetail::Flash_WR_1>(QByteArray(187, '\xEE'));
+    QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
+    QCOMPARE(PanelWorld::inputOf(1),
+             QByteArray(187, '\xEE') + QByteArray(800 - 187, '\0') + sent.mid(800));
 }
 
 void TestDevice::write_imageThatChangesWithEveryRead_isReadOnce()

@@ -5,6 +5,7 @@
 #include "tests/support/FileLocks.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Slots.h"
 
 #include <QDir>
 #include <QTest>
@@ -139,6 +140,7 @@ private slots:
     void initTestCase();
     void init();
 
+    void file_operationsHaveTheirSlots();
     void file_hasOneSetOfOperations();
     void stdio_opensReadsWrites();
     void stdio_withoutStream_saysSo();
@@ -192,6 +194,23 @@ void TestFileIo::init()
     for (const char* name : {path, other, pipePath}) {
         unlink(name);
     }
+}
+
+void TestFileIo::file_operationsHaveTheirSlots()
+{
+    QCOMPARE(slotOf(&File::seek2), 0);
+    QCOMPARE(slotOf(&File::read), 1);
+    QCOMPARE(slotOf(&File::write), 2);
+    QCOMPARE(slotOf(&File::close), 3);
+    QCOMPARE(slotOf(&File::offset), 4);
+    QCOMPARE(slotOf(&File::ioDev), 5);
+    // The destructor follows, in both its forms: deleting through the base closes the file.
+    store("x");
+    File* const file = new DFileSystem(path, O_RDONLY);
+    const int descriptor = int(reinterpret_cast<std::intptr_t>(file->ioDev()));
+    QVERIFY(fcntl(descriptor, F_GETFD) != -1);
+    delete file;
+    QCOMPARE(fcntl(descriptor, F_GETFD), -1);
 }
 
 void TestFileIo::file_hasOneSetOfOperations()

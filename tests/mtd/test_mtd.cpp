@@ -2,6 +2,7 @@
 #include "mtd/FutureMtdWR.h"
 #include "tests/mtd/MtdEmulation.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Slots.h"
 
 #include <QDir>
 #include <QTest>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -180,16 +180,6 @@ QByteArray sizesLine(unsigned blocks, unsigned length)
 int openDescriptors()
 {
     return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
-}
-
-/// The slot of a virtual function, from the compiler's own pointer to it: one more than its
-/// distance in bytes from the first.
-template <typename Function>
-int slotOf(Function function)
-{
-    std::ptrdiff_t distance = 0;
-    std::memcpy(&distance, &function, sizeof distance);
-    return int((distance - 1) / std::ptrdiff_t(sizeof(void*)));
 }
 
 struct Sizes
