@@ -882,11 +882,11 @@ void TestGeneral::backlightOff_longerThanATimer_isWaitedForInPieces()
     panel.page.doModal(&minutes);
     const auto running = [&panel] { return runningCountdowns(panel.page); };
     QCOMPARE(running().size(), 1);
-    QCOMPARE(running().first()->interval(), 35791 * 60000);
-    running().first()->setInterval(0); // the first piece is over
-    QTRY_COMPARE(running().value(0) ? running().first()->interval() : 0, (65535 - 35791) * 60000);
+    QCOMPARE(running().at(0)->interval(), 35791 * 60000);
+    running().at(0)->setInterval(0); // the first piece is over
+    QTRY_COMPARE(running().value(0) ? running().at(0)->interval() : 0, (65535 - 35791) * 60000);
     QVERIFY(panel.emitted.isEmpty());
-    running().first()->setInterval(0);
+    running().at(0)->setInterval(0);
     QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
     QTRY_COMPARE(running().size(), 0);
     QCOMPARE(panel.page.findChildren<QTimer*>().size(), 0); // those that have fired are gone
