@@ -28,8 +28,10 @@ constexpr QLatin1String contentStyle =
     "QGroupBox{border:1px solid "
     "rgb(163,198,218);border-radius:6px;margin-top:9px;padding-top:10px;}"
     "QGroupBox::title{subcontrol-origin:margin;left:12px;padding:0px 4px;}"_l1;
+/// The margin counts: without it, Qt takes room for arrow buttons off the way of the handle, which
+/// a finger then cannot drag to the end.
 constexpr QLatin1String scrollBarStyle =
-    "QScrollBar:vertical{background:rgb(230,230,230);border:0px;width:28px;}"
+    "QScrollBar:vertical{background:rgb(230,230,230);border:0px;margin:0px;width:28px;}"
     "QScrollBar::handle:vertical{background:rgb(96,157,191);border-radius:10px;margin:2px 4px;"
     "min-height:48px;}"
     "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0px;}"
