@@ -13,6 +13,7 @@
 #include <QMetaMethod>
 #include <QProcess>
 #include <QScopeGuard>
+#include <QScrollBar>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -199,6 +200,84 @@ QStringList choicesOf(const QComboBox& box)
     return choices;
 }
 
+/// Everything of a pane that shows or takes something.
+QList<QWidget*> partsOf(AdapterPane& pane)
+{
+    QList<QWidget*> parts;
+    for (QWidget* part : pane.widget()->findChildren<QWidget*>()) {
+        if (qobject_cast<QLabel*>(part) || qobject_cast<QPushButton*>(part) ||
+            qobject_cast<QComboBox*>(part) || qobject_cast<QLineEdit*>(part) ||
+            qobject_cast<QGroupBox*>(part)) {
+            parts << part;
+        }
+    }
+    return parts;
+}
+
+/// How much a part is too narrow for the text that it shows, or can be made to show; in pixels.
+int missingWidth(const QWidget& part)
+{
+    int beside = 0; // borders and what else is there
+    QStringList texts;
+    if (const auto* label = qobject_cast<const QLabel*>(&part)) {
+        return label->sizeHint().width() - label->width();
+    }
+    if (const auto* button = qobject_cast<const QPushButton*>(&part)) {
+        texts << button->text();
+        beside = 8;
+    } else if (const auto* box = qobject_cast<const QComboBox*>(&part)) {
+        texts << choicesOf(*box);
+        beside = 46; // the arrow's place and a margin
+    } else if (const auto* field = qobject_cast<const QLineEdit*>(&part)) {
+        texts << field->text();
+        beside = 4;
+    } else if (const auto* group = qobject_cast<const QGroupBox*>(&part)) {
+        texts << group->title();
+        beside = 20;
+    }
+    int missing = beside - part.width();
+    for (const QString& text : qAsConst(texts)) {
+        missing =
+            std::max(missing, part.fontMetrics().horizontalAdvance(text) + beside - part.width());
+    }
+    return missing;
+}
+
+/// Sends a mouse event as a finger on the glass makes it.
+void touch(QWidget& widget, QEvent::Type type, const QPoint& place)
+{
+    const bool released = type == QEvent::MouseButtonRelease;
+    QMouseEvent event(type, place, type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
+                      released ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &event);
+}
+
+/// The parts of a pane that nobody sees as a whole, wherever a finger drags its scroll bar.
+QList<QWidget*> hiddenParts(AdapterPane& pane)
+{
+    QList<QWidget*> hidden = partsOf(pane);
+    const auto look = [&hidden] {
+        QCoreApplication::processEvents(); // what was dragged moves
+        hidden.erase(std::remove_if(hidden.begin(), hidden.end(),
+                                    [](const QWidget* part) {
+                                        return part->visibleRegion().boundingRect() == part->rect();
+                                    }),
+                     hidden.end());
+    };
+    look();
+    QScrollBar& bar = *pane.verticalScrollBar();
+    constexpr int finger = 20; // pixels
+    if (bar.isVisible() && bar.width() >= finger) {
+        touch(bar, QEvent::MouseButtonPress, {bar.width() / 2, finger});
+        for (int y = finger; y < bar.height(); ++y) {
+            touch(bar, QEvent::MouseMove, {bar.width() / 2, y});
+            look();
+        }
+        touch(bar, QEvent::MouseButtonRelease, {bar.width() / 2, bar.height()});
+    }
+    return hidden;
+}
+
 /// The choices that a default-adapter box does not offer.
 QList<int> hiddenChoices(QComboBox& box)
 {
@@ -358,6 +437,8 @@ private slots:
     void tabs_clickSwitchesAndBeepsOnce();
     void sizes_followTheScreenWidth_data();
     void sizes_followTheScreenWidth();
+    void window_everythingIsWithinReach_data();
+    void window_everythingIsWithinReach();
     void start_static_runsInOrder();
     void start_oneAdapter_touchesNoEth1();
     void start_storedOff_changesNoInterface();
@@ -734,6 +815,68 @@ void TestNetwork::sizes_followTheScreenWidth()
         QCOMPARE(pane.defaultBox().height(), sizes.at(2));
     }
     QCOMPARE(world.tabs().tabBar()->tabRect(0).size(), QSize(173, sizes.at(3)));
+}
+
+void TestNetwork::window_everythingIsWithinReach_data()
+{
+    QTest::addColumn<QSize>("screen");
+    QTest::addColumn<QString>("language"); // object name of the button; none when it starts
+    for (const QSize& screen : {QSize(800, 400), QSize(800, 480), QSize(1024, 600),
+                                QSize(1280, 800), QSize(1920, 1080)}) {
+        for (const char* language : {"", "Chinese", "English"}) {
+            QTest::addRow("%dx%d %s", screen.width(), screen.height(), language)
+                << screen << line(language);
+        }
+    }
+}
+
+void TestNetwork::window_everythingIsWithinReach()
+{
+    QFETCH(QSize, screen);
+    QFETCH(QString, language);
+    const QByteArray before = PanelWorld::image();
+    const auto putBack = qScopeGuard([&before] { PanelWorld::setImage(before); });
+    const char packed[] = {char(screen.width() & 0xFF), char((screen.width() >> 8) << 4)};
+    PanelWorld::patchImage(256 + 14, QByteArray(packed, 2));
+    PanelWorld::patchImage(256 + 6, QByteArray(1, '\1')); // two adapters
+    for (const int adapter : {0, 133}) {
+        PanelWorld::patchImage(33 + adapter, QByteArray(6, '\xDD'));  // MAC address
+        PanelWorld::patchImage(41 + adapter, QByteArray(12, '\xFF')); // the addresses
+    }
+    PanelWorld::writeFile(resolver, "nameserver 255.255.255.255 # eth0 eth1\n"
+                                    "nameserver 255.255.255.255 # eth0 eth1\n");
+    Settings window(nullptr);
+    window.init();
+    window.resize(screen);
+    window.show();
+    if (!language.isEmpty()) {
+        window.findChild<QPushButton*>(language)->click();
+    }
+    window.findChild<QPushButton*>(line("networkPushButton"))->click();
+    auto& page = *window.findChild<NetworkSettings*>();
+    auto& tabs = *page.findChild<QTabWidget*>();
+    QCOMPARE(tabs.count(), 2);
+    for (int adapter = 0; adapter < tabs.count(); ++adapter) {
+        auto& pane = *qobject_cast<AdapterPane*>(tabs.widget(adapter));
+        pane.defaultButton().click(); // its gateway is shown
+        const QPoint tab = tabs.tabBar()->tabRect(adapter).center();
+        QTest::mouseClick(tabs.tabBar(), Qt::LeftButton, Qt::NoModifier, tab);
+        const auto dynamic = [&pane] { pane.modeBox().setCurrentIndex(1); };
+        const auto running = [&page] { page.onSetTest(); };
+        const auto off = [&pane] { pane.disableSwitch().click(); };
+        const std::function<void()> states[] = {[] {}, dynamic, running, off};
+        for (const auto& enter : states) {
+            enter();
+            QTRY_COMPARE(pane.verticalScrollBar()->isVisible(), screen.height() < 480);
+            QCOMPARE(hiddenParts(pane), QList<QWidget*>());
+            QCOMPARE(partsOf(pane).size(), 54);
+            for (const QWidget* part : partsOf(pane)) {
+                QVERIFY2(missingWidth(*part) <= 0, qPrintable(part->property("text").toString()));
+            }
+            pane.verticalScrollBar()->setValue(0);
+        }
+    }
+    QCOMPARE(window.size(), screen); // it has not grown
 }
 
 void TestNetwork::start_static_runsInOrder()
