@@ -39,19 +39,20 @@ inline bool& goalsKept()
     return kept;
 }
 
-/// Runs both in turn, @p calls of each at a time, so that whatever else the machine does meets them
-/// alike, and who is first changes from round to round. The time shown is that of ours; the counter
-/// "ratio" is the median of ours through bare, round by round; it may not be above @p goal.
+/// Runs both in turn, so that whatever else the machine does meets them alike, and who is first
+/// changes from round to round. Each makes so many calls and tells the seconds. The time shown is
+/// that of ours; the counter "ratio" is the median of ours through bare, round by round; it may not
+/// be above @p goal.
 template <typename Ours, typename Bare>
-void compare(benchmark::State& state, double goal, int calls, Ours ours, Bare bare)
+void compareTimes(benchmark::State& state, double goal, int calls, Ours ours, Bare bare)
 {
     std::vector<double> ratios;
     bool oursFirst = false;
     for ([[maybe_unused]] auto round : state) {
         oursFirst = !oursFirst;
-        double ourTime = oursFirst ? timeOf(calls, ours) : 0;
-        const double bareTime = timeOf(calls, bare);
-        ourTime = oursFirst ? ourTime : timeOf(calls, ours);
+        double ourTime = oursFirst ? ours() : 0;
+        const double bareTime = bare();
+        ourTime = oursFirst ? ourTime : ours();
         ratios.push_back(ourTime / bareTime);
         state.SetIterationTime(ourTime / calls);
     }
@@ -61,6 +62,15 @@ void compare(benchmark::State& state, double goal, int calls, Ours ours, Bare ba
         state.counters["goal"] = goal;
         goalsKept() = goalsKept() && ratio <= goal;
     }
+}
+
+/// The same for functions of one call.
+template <typename Ours, typename Bare>
+void compare(benchmark::State& state, double goal, int calls, Ours ours, Bare bare)
+{
+    compareTimes(
+        state, goal, calls, [&] { return timeOf(calls, ours); },
+        [&] { return timeOf(calls, bare); });
 }
 
 /// Runs the benchmarks of a program and shows them on @p output. What main() is to return: 1 when

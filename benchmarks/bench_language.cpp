@@ -1,26 +1,30 @@
-// What a change of language costs, the first ones against those after ten thousand more. The ratio
-// in the last line is what counts: 1 means that nothing piles up.
+// What a change of language costs: the last 500 of 10 000 changes against the first 500, which
+// another process makes. 1 means that nothing piles up.
 
+#include "benchmarks/Ratio.h"
 #include "settings/Settings.h"
 #include "tests/support/NoticeListener.h"
+#include "tests/support/OtherProcess.h"
 
 #include <QApplication>
 
-#include <benchmark/benchmark.h>
-
+#include <cstdlib>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
+constexpr double goal = 1.10;
+constexpr int changes = 10000;
 constexpr int samples = 500;
-constexpr int switchesBetween = 10000;
+constexpr int changesPerRound = 2; ///< To each language once.
 
 /// The dialog as a host shows it, with the runtime listening.
 struct Panel
 {
     NoticeListener runtime{QStringLiteral("/tmp/fifo_sysreg")};
     Settings dialog{nullptr};
-    int switches = 0;
+    int changed = 0;
 
     Panel()
     {
@@ -28,53 +32,88 @@ struct Panel
         dialog.show();
     }
 
-    void switchLanguage()
+    void changeLanguage()
     {
-        dialog.updateLanguage(++switches % 2 ? Settings::English : Settings::Chinese);
+        dialog.updateLanguage(++changed % 2 ? Settings::English : Settings::Chinese);
         runtime.takeAll();
+    }
+
+    /// The seconds of a round.
+    double changeSome()
+    {
+        return Ratio::timeOf(changesPerRound, [this] { changeLanguage(); });
     }
 };
 
-std::unique_ptr<Panel> panel;
-double firstSeconds = 0;
-
-double measure(benchmark::State& state)
+void check(bool good)
 {
-    double total = 0;
-    for ([[maybe_unused]] auto round : state) {
-        const auto start = std::chrono::steady_clock::now();
-        panel->switchLanguage();
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        state.SetIterationTime(elapsed.count());
-        total += elapsed.count();
+    if (!good) {
+        std::abort();
     }
-    return total / double(state.iterations());
 }
 
-void firstSwitches(benchmark::State& state)
+/// A panel in another process, which changes its language when it is told to. Made before this one
+/// has an application.
+class OtherPanel
 {
-    firstSeconds = measure(state);
-}
-
-void switchesAfterTenThousand(benchmark::State& state)
-{
-    while (panel->switches < switchesBetween) {
-        panel->switchLanguage();
+public:
+    OtherPanel(int& argc, char** argv)
+        : m_isOpen(pipe(m_requests) == 0 && pipe(m_replies) == 0),
+          m_process([&] { return serve(argc, argv); })
+    {
+        check(m_isOpen);
     }
-    state.counters["ratio_to_first"] = measure(state) / firstSeconds;
+
+    double changeSome()
+    {
+        double seconds = 0;
+        check(write(m_requests[1], "x", 1) == 1);
+        check(read(m_replies[0], &seconds, sizeof seconds) == sizeof seconds);
+        return seconds;
+    }
+
+private:
+    int serve(int& argc, char** argv)
+    {
+        QApplication application(argc, argv);
+        Panel panel;
+        for (char request = 0; read(m_requests[0], &request, 1) == 1;) {
+            const double seconds = panel.changeSome();
+            check(write(m_replies[1], &seconds, sizeof seconds) == sizeof seconds);
+        }
+        return 0;
+    }
+
+    int m_requests[2] = {-1, -1};
+    int m_replies[2] = {-1, -1};
+    bool m_isOpen;
+    OtherProcess m_process;
+};
+
+std::unique_ptr<OtherPanel> fresh;
+std::unique_ptr<Panel> used;
+
+void lastChangesOfLanguage(benchmark::State& state)
+{
+    while (used->changed < changes - samples) {
+        used->changeLanguage();
+    }
+    Ratio::compareTimes(
+        state, goal, changesPerRound, [] { return used->changeSome(); },
+        [] { return fresh->changeSome(); });
 }
 
 } // namespace
 
-BENCHMARK(firstSwitches)->UseManualTime()->Iterations(samples);
-BENCHMARK(switchesAfterTenThousand)->UseManualTime()->Iterations(samples);
+RATIO_BENCHMARK(lastChangesOfLanguage, samples / changesPerRound);
 
 int main(int argc, char** argv)
 {
+    fresh = std::make_unique<OtherPanel>(argc, argv);
     QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    panel = std::make_unique<Panel>();
-    benchmark::RunSpecifiedBenchmarks();
-    panel.reset();
-    return 0;
+    used = std::make_unique<Panel>();
+    const int result = Ratio::run(argc, argv, std::cout);
+    used.reset();
+    fresh.reset();
+    return result;
 }
