@@ -320,8 +320,9 @@ QList<Operation> logoOperations()
     };
 }
 
-const QByteArray resolverText("# a comment\nnameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1");
-const QByteArray newText("# a comment\nnameserver 9.9.9.9 # eth0\nnameserver 2.2.2.2 # eth1");
+constexpr const char* resolverText =
+    "# a comment\nnameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1";
+constexpr const char* newText = "# a comment\nnameserver 9.9.9.9 # eth0\nnameserver 2.2.2.2 # eth1";
 
 void prepareResolver()
 {

@@ -7,6 +7,7 @@
 #include <QMap>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -19,12 +20,9 @@ namespace {
 constexpr int areaBytes = 4096;
 constexpr int plainBytes = 64;
 
-const QStringList areaFiles = {
-    QStringLiteral("/tmp/mw.dat"),       QStringLiteral("/tmp/mb.dat"),
-    QStringLiteral("/hmi_data/fw.dat"),  QStringLiteral("/hmi_data/fb.dat"),
-    QStringLiteral("/tmp/smw.dat"),      QStringLiteral("/tmp/smb.dat"),
-    QStringLiteral("/hmi_data/sfw.dat"), QStringLiteral("/hmi_data/sfb.dat"),
-    QStringLiteral("/hmi_data/rw.dat")};
+constexpr std::array<const char*, 9> areaFiles = {
+    "/tmp/mw.dat",  "/tmp/mb.dat",       "/hmi_data/fw.dat",  "/hmi_data/fb.dat", "/tmp/smw.dat",
+    "/tmp/smb.dat", "/hmi_data/sfw.dat", "/hmi_data/sfb.dat", "/hmi_data/rw.dat"};
 
 /// A pattern in which every byte and every bit has other neighbours.
 QByteArray pattern(int size)
@@ -39,8 +37,8 @@ QByteArray pattern(int size)
 /// What every operation finds.
 void setUpWorld(const Operation& operation)
 {
-    for (const QString& file : areaFiles) {
-        PanelWorld::writeFile(file, pattern(areaBytes));
+    for (const char* file : areaFiles) {
+        PanelWorld::writeFile(QLatin1String(file), pattern(areaBytes));
     }
     PanelWorld::writeFile(QLatin1String(plainFile), pattern(plainBytes));
     QFile::remove(QLatin1String(newFile));
@@ -97,8 +95,13 @@ QString foreignChange(const QList<OwnRange>& own, const QString& file, const QBy
 
 QString foreignChange(const QList<OwnRange>& own, const Files& before, const Files& after)
 {
-    for (const QString& file : (before.keys() + after.keys())) {
-        QString change = foreignChange(own, file, before.value(file), after.value(file));
+    Files all = after;
+    for (auto file = before.begin(); file != before.end(); ++file) {
+        all.insert(file.key(), file.value());
+    }
+    for (auto file = all.cbegin(); file != all.cend(); ++file) {
+        QString change =
+            foreignChange(own, file.key(), before.value(file.key()), after.value(file.key()));
         if (!change.isEmpty()) {
             return change;
         }

@@ -30,7 +30,10 @@ const QString registerPipe = QStringLiteral("/tmp/fifo_sysreg");
 const QString areaPipe = QStringLiteral("/tmp/fifo_localreg");
 
 constexpr unsigned char untouchedByte = 0x55;
-const QByteArray untouched(areaBytes, char(untouchedByte));
+QByteArray untouched()
+{
+    return QByteArray(areaBytes, char(untouchedByte));
+}
 
 /// Runs a function of their number in several processes at once. How many of them were content.
 template <typename Function>
@@ -296,7 +299,7 @@ void TestProcesses::init()
 {
     for (const char* file :
          {"/tmp/mw.dat", "/tmp/mb.dat", "/tmp/smw.dat", "/tmp/smb.dat", "/hmi_data/sfb.dat"}) {
-        PanelWorld::writeFile(QLatin1String(file), untouched);
+        PanelWorld::writeFile(QLatin1String(file), untouched());
     }
     QFile::remove(registerPipe);
     QFile::remove(areaPipe);
@@ -315,7 +318,7 @@ void TestProcesses::bitsOfOneByte_writtenByMany_loseNothing()
     const int rounds = operations / 2 / processes; // each reads and writes
     QCOMPARE(contentProcesses(processes, [=](int bit) { return keepsItsBit(bit, rounds); }),
              processes);
-    QByteArray expected = untouched; // the last round has cleared each bit
+    QByteArray expected = untouched(); // the last round has cleared each bit
     expected[sharedByte] = char(0x55 & ~((1 << processes) - 1));
     QCOMPARE(PanelWorld::fileContent(bitFile), expected);
 }

@@ -28,10 +28,35 @@ struct Slot
     bool plugged = false;
 };
 
-std::array<Slot, deviceCount> slots;
-/// The device behind each descriptor, plus one; zero before anything of this file is constructed.
+using Slots = std::array<Slot, deviceCount>;
+
+// Made at first use: the libraries open files before the objects of this file exist.
+
+Slots& allSlots()
+{
+    static Slots slots;
+    return slots;
+}
+
+Slot& slotAt(int number)
+{
+    return allSlots().at(static_cast<std::size_t>(number));
+}
+
+std::vector<std::string>& calls()
+{
+    static std::vector<std::string> lines;
+    return lines;
+}
+
+/// The device behind each descriptor, plus one.
 std::array<int, descriptorLimit> devicesByDescriptor;
-std::vector<std::string> calls;
+
+int& deviceBehind(int descriptor)
+{
+    return devicesByDescriptor.at(static_cast<std::size_t>(descriptor));
+}
+
 bool logging = true;
 
 /// The C library's own.
@@ -52,7 +77,7 @@ std::string fileOf(int number)
 int deviceOfPath(const char* path)
 {
     for (int number = 0; number < deviceCount; ++number) {
-        if (slots.at(number).plugged && path == "/dev/mtd" + std::to_string(number)) {
+        if (slotAt(number).plugged && path == "/dev/mtd" + std::to_string(number)) {
             return number;
         }
     }
@@ -62,7 +87,7 @@ int deviceOfPath(const char* path)
 int deviceOf(int descriptor)
 {
     const bool known = descriptor >= 0 && descriptor < descriptorLimit;
-    return known ? devicesByDescriptor.at(descriptor) - 1 : noDevice;
+    return known ? deviceBehind(descriptor) - 1 : noDevice;
 }
 
 void note(const char* call, std::initializer_list<long long> numbers = {})
@@ -74,7 +99,7 @@ void note(const char* call, std::initializer_list<long long> numbers = {})
     for (const long long number : numbers) {
         line += ' ' + std::to_string(number);
     }
-    calls.push_back(line);
+    calls().push_back(line);
 }
 
 int fail(int error)
@@ -151,7 +176,7 @@ int openDevice(int number, int flags)
     ORIGINAL(open);
     const int descriptor = real(fileOf(number).c_str(), flags);
     if (descriptor >= 0 && descriptor < descriptorLimit) {
-        devicesByDescriptor.at(descriptor) = number + 1;
+        deviceBehind(descriptor) = number + 1;
     }
     return descriptor;
 }
@@ -186,19 +211,19 @@ namespace MtdEmulation {
 
 void plug(int number, const Device& device)
 {
-    slots.at(number) = {device, true};
+    slotAt(number) = {device, true};
     setContent(number, std::string(device.size, '\0'));
 }
 
 void unplugAll()
 {
-    slots = {};
-    calls.clear();
+    allSlots() = {};
+    calls().clear();
 }
 
 std::string content(int number)
 {
-    std::string bytes(slots.at(number).device.size, '\0');
+    std::string bytes(slotAt(number).device.size, '\0');
     std::FILE* file = std::fopen(fileOf(number).c_str(), "rb");
     bytes.resize(file ? std::fread(bytes.data(), 1, bytes.size(), file) : 0);
     if (file) {
@@ -219,7 +244,7 @@ void setContent(int number, const std::string& bytes)
 
 std::vector<std::string> log()
 {
-    return calls;
+    return calls();
 }
 
 void setLogging(bool on)
@@ -264,7 +289,7 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
     if (number == noDevice) {
         return real(descriptor, request, argument);
     }
-    const Device& device = slots.at(number).device;
+    const Device& device = slotAt(number).device;
     switch (request) {
     case MEMGETINFO:
         return tell(device, static_cast<mtd_info_user*>(argument));
@@ -286,7 +311,7 @@ ssize_t read(int descriptor, void* buffer, size_t size)
     }
     const long long offset = positionOf(descriptor);
     note("read", {offset, (long long)size});
-    return real(descriptor, buffer, reachable(slots.at(number).device, offset, size));
+    return real(descriptor, buffer, reachable(slotAt(number).device, offset, size));
 }
 
 ssize_t write(int descriptor, const void* buffer, size_t size)
@@ -294,7 +319,7 @@ ssize_t write(int descriptor, const void* buffer, size_t size)
     ORIGINAL(write);
     const int number = deviceOf(descriptor);
     return number == noDevice ? real(descriptor, buffer, size)
-                              : writeDevice(slots.at(number).device, descriptor, buffer, size);
+                              : writeDevice(slotAt(number).device, descriptor, buffer, size);
 }
 
 int close(int descriptor)
@@ -302,7 +327,7 @@ int close(int descriptor)
     ORIGINAL(close);
     if (deviceOf(descriptor) != noDevice) {
         note("close");
-        devicesByDescriptor.at(descriptor) = 0;
+        deviceBehind(descriptor) = 0;
     }
     return real(descriptor);
 }

@@ -495,7 +495,7 @@ void TestMtd::write_handsOverItsBlocks()
     QCOMPARE(mtd.lengths, QList<unsigned>({blockBytes, blockBytes}));
     QCOMPARE(mtd.eraseSize, blockBytes);
     QCOMPARE(mtd.length, blockBytes + 1);
-    QCOMPARE(asked().last(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), QStringLiteral("close"));
 }
 
 void TestMtd::write_toEachDevice_opensItsPathForSynchronousWriting_data()
@@ -681,7 +681,7 @@ void TestMtd::write_padsTheRestWithZeros()
     CommonDevMtdWR mtd;
     const QByteArray bytes = pattern(length);
     QCOMPARE(write(mtd, bytes).result, 0);
-    QCOMPARE(asked("write").last(), call("write", at, writeBytes));
+    QCOMPARE(asked("write").constLast(), call("write", at, writeBytes));
     QCOMPARE(asked("write").size(), at == 0 ? 1 : 2);
     QCOMPARE(content().left(int(at + writeBytes)), bytes.leftJustified(int(at + writeBytes), '\0'));
     const unsigned behind = at + writeBytes;
@@ -703,7 +703,7 @@ void TestMtd::write_putsTheRestWhereReadingLooksForIt()
     // The second good block does not follow the first one.
     const QByteArray bytes = pattern(blockBytes + 1);
     QCOMPARE(write(mtd, bytes, 0, int(2 * blockBytes)).result, 0);
-    QCOMPARE(asked("write").last(), call("write", 4 * blockBytes, writeBytes));
+    QCOMPARE(asked("write").constLast(), call("write", 4 * blockBytes, writeBytes));
     QCOMPARE(readBack(mtd, blockBytes + 1, 0, int(2 * blockBytes)), bytes);
     QCOMPARE(content().mid(3 * blockBytes, int(blockBytes)), QByteArray(int(blockBytes), '\0'));
 }
@@ -743,7 +743,7 @@ void TestMtd::flippedBit_isFound()
     QCOMPARE(said.result, 1);
     QVERIFY2(said.output.endsWith(verifyError), said.output.constData());
     QCOMPARE(said.output.count(verifyError), 1);
-    QCOMPARE(asked().last(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), QStringLiteral("close"));
 
     if (length >= blockBytes) {
         WholeBlocksMtdWR wholeBlocks;
@@ -791,7 +791,7 @@ void TestMtd::read_saysItsSizes()
     QCOMPARE(said.result, 0);
     QCOMPARE(said.output, sizesLine(3, unsigned(bytes.size())));
     QCOMPARE(said.errors, QByteArray());
-    QCOMPARE(asked().last(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), QStringLiteral("close"));
 }
 
 void TestMtd::read_handsOverItsBlocks()
@@ -833,7 +833,7 @@ void TestMtd::read_endsWhenABlockCannotBeAskedFor()
     QCOMPARE(readBack(mtd, 2 * blockBytes), QByteArray("failed"));
     QCOMPARE(asked("bad"), QStringList({QStringLiteral("bad 0"), QStringLiteral("bad 8192")}));
     QCOMPARE(asked("read"), QStringList());
-    QCOMPARE(asked().last(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), QStringLiteral("close"));
     QCOMPARE(readBack(mtd, blockBytes), QByteArray(int(blockBytes), '\0'));
 }
 
