@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
-#include <stdio.h> // fopencookie
 
 namespace {
 
@@ -38,7 +36,7 @@ ssize_t print(void* /*cookie*/, char* target, std::size_t wanted)
     State& now = state();
     const std::size_t most = now.tool.pieceBytes == 0 ? wanted : now.tool.pieceBytes;
     const std::size_t count = std::min({wanted, most, now.tool.output.size() - now.printed});
-    std::memcpy(target, now.tool.output.data() + now.printed, count);
+    std::copy_n(now.tool.output.data() + now.printed, count, target);
     now.printed += count;
     return static_cast<ssize_t>(count);
 }
@@ -78,14 +76,14 @@ std::uint32_t Input::number()
 std::string Input::line()
 {
     const std::uint8_t* lineEnd = std::find(m_at, m_end, '\n');
-    const std::string text(m_at, lineEnd);
+    std::string text(m_at, lineEnd);
     m_at = lineEnd == m_end ? m_end : lineEnd + 1;
     return text;
 }
 
 std::string Input::rest()
 {
-    const std::string text(m_at, m_end);
+    std::string text(m_at, m_end);
     m_at = m_end;
     return text;
 }

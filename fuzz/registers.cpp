@@ -104,7 +104,7 @@ public:
     {
         for (std::size_t area = 1; area < areaCount; ++area) {
             if (content(area) != untouched()) {
-                const ssize_t size = ssize_t(areaBytes);
+                const auto size = ssize_t(areaBytes);
                 expect(pwrite(m_descriptors[area], untouched().data(), areaBytes, 0) == size &&
                            ftruncate(m_descriptors[area], size) == 0,
                        "the area files can be restored");
