@@ -136,17 +136,17 @@ void Operator::pressOne(QWidget& window)
 void Operator::press(const Control& control)
 {
     count(control.name);
-    const QPointer<QWidget> outer = m_pressed;
+    QPointer<QWidget> pressed = control.widget->window();
+    m_pressed.swap(pressed); // a press may be made within another one
     const bool wasPressing = m_isPressing;
     const bool drags = control.name.contains(QLatin1String("titleBarFrame")) ||
                        qobject_cast<QSlider*>(control.widget);
-    m_pressed = control.widget->window();
     m_isPressing = true;
     m_finger.press(*control.widget, control.point);
     if (drags) {
         m_finger.moveBy(QPoint(number(-40, 40), number(-40, 40)));
     }
-    m_pressed = outer;
+    m_pressed.swap(pressed);
     m_isPressing = wasPressing;
 }
 
