@@ -18,6 +18,8 @@ constexpr int lampSide = 30;     ///< Pixels.
 constexpr int switchWidth = 70;  ///< Pixels.
 constexpr int switchHeight = 30; ///< Pixels.
 
+constexpr int infoTitlePadding = 10; ///< Pixels between title and content, as in the style below.
+
 /// Places in the grid: captions and contents of the left half, a gap, those of the right half.
 enum Column { LeftCaption, LeftContent, Gap, RightCaption, RightContent };
 
@@ -122,7 +124,6 @@ void AdapterPane::buildLeft(QGridLayout* grid)
     m_infoGroup = new QGroupBox(widget());
     m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* info = new QHBoxLayout(m_infoGroup);
-    info->setContentsMargins(12, 0, 12, 2);
     m_networkLabel = new QLabel(m_infoGroup);
     m_gatewayLabel = new QLabel(m_infoGroup);
     info->addWidget(m_networkLabel);
@@ -194,6 +195,11 @@ void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
     for (QComboBox* box : {m_modeBox, m_defaultBox}) {
         box->setFixedHeight(sizes.comboBoxHeight);
     }
+    // Where there is room, its frame is as high as a combo box, with the line a little below its
+    // middle, away from the title.
+    const int room = sizes.comboBoxHeight - QFontMetrics(font).height();
+    m_infoGroup->layout()->setContentsMargins(12, qMax(0, room / 2 - infoTitlePadding + 4), 12,
+                                              qMax(2, room / 2 - 4));
     m_defaultButton->setFixedSize(sizes.defaultButtonWidth, sizes.buttonHeight);
     m_testButton->setFixedSize(testButtonWidth, sizes.buttonHeight);
 }
