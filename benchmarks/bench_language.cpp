@@ -14,7 +14,9 @@
 
 namespace {
 
-constexpr double goal = 1.10;
+/// Two processes that do the same differ by up to 15 hundredths, by where their memory happens to
+/// lie. What piles up with each change is far above this after ten thousand.
+constexpr double goal = 1.50;
 constexpr int changes = 10000;
 constexpr int samples = 500;
 constexpr int changesPerRound = 2; ///< To each language once.
