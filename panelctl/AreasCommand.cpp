@@ -1,12 +1,12 @@
 // areas create.
 
-#include "panelctl/AreaFiles.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterNames.h"
 #include "panelctl/Registers.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/Value.h"
+#include "regstore/AreaFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -96,13 +96,13 @@ const char* makeArea(const AreaFile& area, const QString& path, const std::vecto
         fail(path, QString::fromLatin1("it is there and no file"));
     }
     if (found.exists()) {
-        const bool isShort = found.size() < int(areaBytes);
-        if (isShort && !QFile::resize(path, areaBytes)) {
+        const bool isShort = found.size() < int(newAreaBytes);
+        if (isShort && !QFile::resize(path, newAreaBytes)) {
             fail(path, QString::fromLatin1("it is too short and cannot be extended"));
         }
         return isShort ? "extended" : "kept";
     }
-    QByteArray content(areaBytes, '\0');
+    QByteArray content(newAreaBytes, '\0');
     for (const Preset& preset : presets) {
         if (preset.row->area == area.area) {
             place(content, preset);

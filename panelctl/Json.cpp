@@ -1,8 +1,8 @@
 #include "panelctl/Json.h"
 
-#include "panelctl/AreaFiles.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/RegisterNames.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonArray>

@@ -1,11 +1,11 @@
 // reg list, reg read and reg write.
 
-#include "panelctl/AreaFiles.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterNames.h"
 #include "panelctl/Registers.h"
 #include "panelctl/Value.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/SysReg.h"
 
 #include <QJsonArray>

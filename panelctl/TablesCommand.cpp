@@ -1,8 +1,8 @@
 #include "device/EEInfoDetail.h"
-#include "panelctl/AreaFiles.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RecordFields.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonArray>
@@ -26,7 +26,7 @@ QJsonObject ofArea(const AreaFile& area)
             {"file", QString::fromLatin1(area.path)},
             {"unit", isBitArea(area.area) ? "bits" : "bytes"},
             {"stored", area.stored},
-            {"bytes", static_cast<int>(areaBytes)}};
+            {"bytes", static_cast<int>(newAreaBytes)}};
 }
 
 QJsonObject ofRecord(const RecordRow& record)

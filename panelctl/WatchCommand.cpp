@@ -1,10 +1,10 @@
 // reg watch.
 
-#include "panelctl/AreaFiles.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterNames.h"
 #include "panelctl/Registers.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonObject>

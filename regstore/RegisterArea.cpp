@@ -2,6 +2,7 @@
 
 #include "fileio/DFifo.h"
 #include "fileio/DFileSystem.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/Notice.h"
 
 #include <array>
@@ -14,28 +15,9 @@ namespace {
 constexpr unsigned bitsPerByte = 8;
 constexpr unsigned scratchBytes = 4096;
 
-/// Files by area number; number 0 is no area.
-constexpr std::array<const char*, 10> areaFiles = {
-    "",
-    "/tmp/mw.dat",
-    "/tmp/mb.dat",
-    "/hmi_data/fw.dat",
-    "/hmi_data/fb.dat",
-    "/tmp/smw.dat",
-    "/tmp/smb.dat",
-    "/hmi_data/sfw.dat",
-    "/hmi_data/sfb.dat",
-    "/hmi_data/rw.dat",
-};
-
-bool isArea(unsigned area)
+const char* fileOf(unsigned area)
 {
-    return area > 0 && area < areaFiles.size();
-}
-
-bool isBitArea(unsigned area)
-{
-    return area % 2 == 0;
+    return areaFiles[area - 1].path;
 }
 
 /// Areas 3, 4, 7 and 8 outlive a power cut: each write reaches the medium before it returns. Area 9
@@ -128,7 +110,7 @@ unsigned statusOf(bool done)
 
 unsigned writeBytes(unsigned area, const ByteRange& range, const unsigned char* buf)
 {
-    DFileSystem file(areaFiles[area], O_WRONLY | syncFlag(area));
+    DFileSystem file(fileOf(area), O_WRONLY | syncFlag(area));
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -142,7 +124,7 @@ unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsign
     if (range.length > static_cast<int>(scratchBytes)) {
         return areaFailed;
     }
-    DFileSystem file(areaFiles[area], O_RDWR | syncFlag(area));
+    DFileSystem file(fileOf(area), O_RDWR | syncFlag(area));
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -168,7 +150,7 @@ unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* 
     if (!range.valid) {
         return areaFailed;
     }
-    DFileSystem file(areaFiles[area], O_RDONLY);
+    DFileSystem file(fileOf(area), O_RDONLY);
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -203,6 +185,5 @@ unsigned WriteLocal_Notify(unsigned area, unsigned offset, unsigned len, const u
     if (status != areaDone) {
         return status;
     }
-    return sendNotice("/tmp/fifo_localreg", std::array{area, offset, len}) ? areaDone
-                                                                           : areaNotNotified;
+    return sendNotice(areaPipe, std::array{area, offset, len}) ? areaDone : areaNotNotified;
 }

@@ -1,5 +1,6 @@
 #include "regstore/SysReg.h"
 
+#include "regstore/AreaFiles.h"
 #include "regstore/Notice.h"
 #include "regstore/RegisterArea.h"
 
@@ -53,7 +54,7 @@ int SysReg::writeNotify(unsigned id, const void* buf, unsigned len)
     if (write(id, buf, len) != 0) {
         return -1;
     }
-    return sendNotice("/tmp/fifo_sysreg", std::array{id}) ? 0 : -1;
+    return sendNotice(registerPipe, std::array{id}) ? 0 : -1;
 }
 
 RegisterDescriptor* SysReg_LoadReg(unsigned id)

@@ -144,7 +144,7 @@ class Pipes(unittest.TestCase):
                       for row in DOCUMENT["Notice pipes"]}
         self.assertEqual(documented, {TABLES["pipes"]["registers"]: 4,
                                       TABLES["pipes"]["areas"]: 12})
-        self.assertEqual(in_source(r"sendNotice\(%TEXT"), set(documented))
+        self.assertEqual(in_source(r"Pipe = %TEXT"), set(documented))
 
 
 class Files(unittest.TestCase):
