@@ -3,6 +3,7 @@
 #include "device/ResolverText.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
+#include "panelctl/ReplaceFile.h"
 #include "panelctl/Value.h"
 
 #include <QFile>
@@ -11,6 +12,7 @@
 
 #include <array>
 #include <iostream>
+#include <unistd.h>
 
 namespace {
 
@@ -38,10 +40,9 @@ int parseServer(const std::string& word)
     throw UsageError("there is no server '" + word + "'; it takes first or backup");
 }
 
-[[noreturn]] void fail(const char* what, const QFile& file)
+[[noreturn]] void fail(const char* what, const QString& reason)
 {
-    throw Failure(std::string("cannot ") + what + " " + resolverPath + ": " +
-                  file.errorString().toStdString());
+    throw Failure(std::string("cannot ") + what + " " + resolverPath + ": " + reason.toStdString());
 }
 
 /// The file's bytes as Latin-1, so that all of them can be written back. A missing file is not
@@ -53,23 +54,22 @@ QString readText()
         return {};
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        fail("read", file);
+        fail("read", file.errorString());
     }
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) {
-        fail("read", file);
+        fail("read", file.errorString());
     }
     return QString::fromLatin1(bytes.constData(), bytes.size());
 }
 
 void writeText(const QString& text)
 {
-    const QByteArray bytes = text.toLatin1();
-    QFile file{QString::fromLatin1(resolverPath)};
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-        file.write(bytes) != bytes.size() || !file.flush()) {
-        fail("change", file);
+    const QString reason = replaceFile(QString::fromLatin1(resolverPath), text.toLatin1());
+    if (!reason.isEmpty()) {
+        fail("change", reason);
     }
+    ::sync(); // it has to outlive a power cut from now on
 }
 
 QString withoutAdapter(const QString& text, int adapter)

@@ -1,6 +1,8 @@
 """panelctl and the resolver file; panelctl and the files of a new device."""
 
 import itertools
+import resource
+import signal
 import stat
 import unittest
 
@@ -110,6 +112,33 @@ class Resolver(PanelTest):
             with self.subTest(words=words):
                 self.complaint(2, "dns", *words)
         self.assertEqual(RESOLVER.read_bytes(), before)
+
+    def test_full_disk_leaves_the_old_file_whole(self):
+        def fill_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (40, resource.RLIM_INFINITY))
+
+        self.content(*OTHERS, line("eth0", "1.1.1.1"), b"")
+        before = RESOLVER.read_bytes()
+        self.assertGreater(len(before), 40)
+        for words in (("set", "eth1", "first", "2.2.2.2"), ("clear", "eth0")):
+            with self.subTest(words=words):
+                self.assertIn(str(RESOLVER),
+                              self.complaint(1, "dns", *words, preexec_fn=fill_disk))
+                self.assertEqual(RESOLVER.read_bytes(), before)
+                self.assertEqual(list(RESOLVER.parent.glob(f"{RESOLVER.name}.*")), [])
+
+    def test_file_that_is_a_link_stays_one(self):
+        target = self.folder / "resolver"
+        target.write_bytes(line("eth0", "1.1.1.1"))
+        target.chmod(0o640)
+        RESOLVER.unlink()
+        RESOLVER.symlink_to(target)
+        self.addCleanup(RESOLVER.unlink)
+        self.silent("dns", "set", "eth0", "first", "2.2.2.2")
+        self.assertTrue(RESOLVER.is_symlink())
+        self.assertEqual(target.read_bytes(), line("eth0", "2.2.2.2"))
+        self.assertEqual(stat.S_IMODE(target.stat().st_mode), 0o640)
 
     def test_file_that_cannot_be_used_is_told(self):
         RESOLVER.unlink()
