@@ -1,7 +1,6 @@
 #pragma once
 
 #include "common/TitleBarDrag.h"
-
 #include "dialogs/CallerGuard.h"
 
 #include <QDialog>

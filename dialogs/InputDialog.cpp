@@ -52,22 +52,27 @@ InputDialog* InputDialog::Instance(int fontId, int min, int max, int current, QS
 {
     if (!m_instance) {
         m_instance = new InputDialog(fontId, min, max, current, settings, parent);
-        m_instance->m_caller.watch(m_instance, settings);
-        return m_instance;
-    }
-    m_instance->setFontId(fontId);
-    m_instance->setMinValue(min);
-    m_instance->setMaxValue(max);
-    m_instance->setCurrentValue(current);
-    if (parent != m_instance->parentWidget()) {
-        // With its flags, or it would become a part of the parent instead of a window over it.
-        m_instance->setParent(parent, m_instance->windowFlags());
-    }
-    if (!m_instance->m_settings) {
-        m_instance->m_settings = settings;
+    } else {
+        m_instance->reuse(fontId, min, max, current, settings, parent);
     }
     m_instance->m_caller.watch(m_instance, settings);
     return m_instance;
+}
+
+void InputDialog::reuse(int fontId, int min, int max, int current, QSettings* settings,
+                        QWidget* parent)
+{
+    setFontId(fontId);
+    setMinValue(min);
+    setMaxValue(max);
+    setCurrentValue(current);
+    if (parent != parentWidget()) {
+        // With its flags, or it would become a part of the parent instead of a window over it.
+        setParent(parent, windowFlags());
+    }
+    if (!m_settings) {
+        m_settings = settings;
+    }
 }
 
 void InputDialog::release()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "common/TitleBarDrag.h"
-
 #include "dialogs/CallerGuard.h"
 
 #include <QDialog>
@@ -65,6 +64,8 @@ public slots:
     void onClose();
 
 private:
+    /// Takes the values of the next call; settings only when the first caller's are gone.
+    void reuse(int fontId, int min, int max, int current, QSettings* settings, QWidget* parent);
     void init(int fontId);
     void setKeys(const QFont& font);
     void connectSlots();
