@@ -39,12 +39,8 @@ Options readOptions(const QCoreApplication& app)
     parser.addOption({QStringLiteral("presses"), QStringLiteral("One each second."),
                       QStringLiteral("N"), QStringLiteral("3600")});
     parser.process(app);
-    const Options options = {parser.value(QStringLiteral("seed")).toUInt(),
-                             parser.value(QStringLiteral("presses")).toInt()};
-    if (options.presses < parts) {
-        qFatal("at least %d presses", parts);
-    }
-    return options;
+    return {parser.value(QStringLiteral("seed")).toUInt(),
+            parser.value(QStringLiteral("presses")).toInt()};
 }
 
 /// The runtime of the panel. It keeps one dialog for all the time, and makes others in between.
@@ -168,7 +164,12 @@ int main(int argc, char** argv)
     Report::catchWarnings();
     const QApplication app(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    QStringList complaints = soak(readOptions(app));
+    const Options options = readOptions(app);
+    if (options.presses < parts) {
+        std::fprintf(stderr, "soak: it takes at least %d presses\n", parts);
+        return 2;
+    }
+    QStringList complaints = soak(options);
     for (const QString& text : Report::warnings()) {
         complaints << QStringLiteral("Qt warned: %1").arg(text);
     }
