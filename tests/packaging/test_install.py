@@ -80,6 +80,9 @@ class Consumer(Folder):
         install(self.folder / "staging")
         (self.folder / "staging").rename(self.prefix)
 
+    def test_example_host_is_short_enough_to_be_read_at_once(self):
+        self.assertLess(len((EXAMPLE / "main.cpp").read_text().splitlines()), 60)
+
     def test_host_built_against_it_runs_it(self):
         cache = build(EXAMPLE, self.folder / "host", self.prefix)
         self.assertEqual(cache["PanelSettings_DIR:PATH"], str((self.prefix / CONFIG).parent))
