@@ -7,7 +7,7 @@
 #include "device/ShellLine.h"
 #include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
-#include "regstore/SysReg.h"
+#include "regstore/NamedRegister.h"
 #include "ui_DateTimeDialog.h"
 
 #include <QDateTime>
@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr unsigned clockLockRegister = 80;
 constexpr int pointSize = 13;
 constexpr int outerMargin = 3;
 constexpr int dialogHeight = 120;
@@ -45,7 +44,7 @@ constexpr std::array<Field, 6> fields = {{
 bool clockIsLocked()
 {
     quint32 word = 0;
-    return SysReg_Read(clockLockRegister, &word) == 0 && (word & 0xFFU) != 0;
+    return Registers::dateLock.read(word) == 0 && (word & 0xFFU) != 0;
 }
 
 /// The form, with its widgets made: the members that follow it need them.

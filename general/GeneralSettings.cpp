@@ -9,7 +9,7 @@
 #include "device/ProcessTable.h"
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
-#include "regstore/SysReg.h"
+#include "regstore/NamedRegister.h"
 
 #include <QMouseEvent>
 
@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr unsigned buzzerRegister = 79;
 constexpr int clockIntervalMs = 1000;
 constexpr int msPerMinute = 60000;
 constexpr int captionPointSize = 13;
@@ -80,7 +79,7 @@ GeneralSettings::GeneralSettings(QWidget* parent)
         widget->installEventFilter(this);
     }
     onUpdateurrentDateTime();
-    SysReg_LoadReg(buzzerRegister);
+    Registers::buzzer.load();
     m_clockTimer.start(clockIntervalMs);
 }
 
@@ -208,7 +207,7 @@ void GeneralSettings::setBuzzerRow(const QFont& font)
 {
     setRowHead(4, m_buzzerIcon, ":/Resources/buzzer.png", m_buzzerCaption, tr("Buzzer:"), font);
     // The runtime owns the register; the settings file follows it.
-    SysReg_Read(buzzerRegister, &m_buzzerWord);
+    Registers::buzzer.read(m_buzzerWord);
     showBuzzer((m_buzzerWord & 1U) != 0);
     m_buzzerSwitch.setFixedSize(70, 30);
     m_grid.addWidget(&m_buzzerSwitch, 4, 5, Qt::AlignLeft);
@@ -435,7 +434,7 @@ void GeneralSettings::onBuzzerSwitched()
     if (on) {
         KeyBeep::sound(); // the operator hears what was just enabled
     }
-    SysReg_WriteNotify(buzzerRegister, &m_buzzerWord, sizeof m_buzzerWord);
+    Registers::buzzer.writeNotify(m_buzzerWord);
 }
 
 void GeneralSettings::showBuzzer(bool on)

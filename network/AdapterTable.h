@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/EEInfoDetail.h"
+#include "regstore/NamedRegister.h"
 #include "settings/Settings.h"
 
 #include <array>
@@ -9,8 +10,8 @@
 /// Where one IPv4 value of an adapter is kept besides its fields on the page.
 struct StoredQuad
 {
-    std::size_t recordOffset; ///< In Flash_WR_1: 4 bytes, first octet first.
-    unsigned registerId; ///< The system register that mirrors it: 8 bytes, the upper four zero.
+    std::size_t recordOffset;            ///< In Flash_WR_1: 4 bytes, first octet first.
+    QuadRegister mirror;                 ///< The system register that mirrors it.
     Settings::FlashWR1DataType dataType; ///< What the window is to take over from the record.
 };
 
@@ -23,8 +24,8 @@ struct AdapterRow
     StoredQuad ip;
     StoredQuad mask;
     StoredQuad gateway;
-    unsigned disabledRegister; ///< 1 switched off, 0 on.
-    unsigned dhcpRegister;     ///< Bit 0: 1 dynamic, 0 static.
+    QuietRegister disabledRegister; ///< 1 switched off, 0 on.
+    AnnouncedRegister dhcpRegister; ///< Bit 0: 1 dynamic, 0 static.
 };
 
 /// The adapters a panel can have. A panel with one has the first.
@@ -32,17 +33,19 @@ inline constexpr std::array<AdapterRow, 2> adapterTable = {{
     {"eth0",
      "/var/run/udhcpc0.pid",
      offsetof(EEInfoDetail::Flash_WR_1, eth0_mac),
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), 60, Settings::WR1_IP},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), 62, Settings::WR1_MASK},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_gateway), 63, Settings::WR1_GATEWAY},
-     66,
-     67},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), Registers::eth0Ip, Settings::WR1_IP},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), Registers::eth0Mask, Settings::WR1_MASK},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_gateway), Registers::eth0Gateway,
+      Settings::WR1_GATEWAY},
+     Registers::eth0Off,
+     Registers::eth0Dhcp},
     {"eth1",
      "/var/run/udhcpc1.pid",
      offsetof(EEInfoDetail::Flash_WR_1, eth1_mac),
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), 69, Settings::WR1_IP},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), 71, Settings::WR1_MASK},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_gateway), 72, Settings::WR1_GATEWAY},
-     75,
-     76},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), Registers::eth1Ip, Settings::WR1_IP},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), Registers::eth1Mask, Settings::WR1_MASK},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_gateway), Registers::eth1Gateway,
+      Settings::WR1_GATEWAY},
+     Registers::eth1Off,
+     Registers::eth1Dhcp},
 }};

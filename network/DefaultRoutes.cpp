@@ -1,14 +1,14 @@
 #include "network/DefaultRoutes.h"
 
 #include "device/ShellLine.h"
-#include "regstore/SysReg.h"
+#include "regstore/NamedRegister.h"
 
 namespace DefaultRoutes {
 
 int storedPreference()
 {
     quint8 preference = 0;
-    SysReg_Read(preferenceRegister, &preference);
+    Registers::defaultAdapter.read(preference);
     return preference;
 }
 

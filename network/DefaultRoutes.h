@@ -8,10 +8,8 @@
 /// the other one 1; without a preference both have 1.
 namespace DefaultRoutes {
 
-/// Values of the default-adapter register, which the panel's runtime reads too: 0 no preference,
-/// otherwise the number of the adapter plus one.
-inline constexpr unsigned preferenceRegister = 78;
-/// In place of a preference: the one in the register.
+/// In place of a preference: the one in the default-adapter register, which the panel's runtime
+/// reads too: 0 no preference, otherwise the number of the adapter plus one.
 inline constexpr int preferenceOfRegister = -1;
 
 /// Value of the register, one byte; 0 when it cannot be read.

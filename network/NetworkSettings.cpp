@@ -16,7 +16,7 @@
 #include "network/DhcpClient.h"
 #include "network/DottedQuad.h"
 #include "network/PingTest.h"
-#include "regstore/SysReg.h"
+#include "regstore/NamedRegister.h"
 
 #include <QEvent>
 #include <QFile>
@@ -85,7 +85,7 @@ NetworkSettings::NetworkSettings(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(&m_tabs);
-    SysReg_LoadReg(DefaultRoutes::preferenceRegister);
+    Registers::defaultAdapter.load();
 }
 
 // Construction.
@@ -346,9 +346,7 @@ void NetworkSettings::store(const StoredQuad& place, quint32 value)
 {
     std::memcpy(reinterpret_cast<char*>(&m_record) + place.recordOffset, &value, sizeof value);
     emit updateEEData(m_record, place.dataType);
-    // The register is longer than the value, and always written whole.
-    const quint32 mirror[2] = {value, 0};
-    SysReg_Write(place.registerId, mirror, sizeof value);
+    place.mirror.write(value);
 }
 
 QStringList NetworkSettings::stored(const StoredQuad& place) const
@@ -472,7 +470,7 @@ void NetworkSettings::killudhcpc(networkIndexType adapter)
 bool NetworkSettings::isDynamic(networkIndexType adapter) const
 {
     quint8 flag = 0;
-    SysReg_Read(adapterTable.at(adapter).dhcpRegister, &flag);
+    adapterTable.at(adapter).dhcpRegister.read(flag);
     return (flag & 1U) != 0;
 }
 
@@ -514,7 +512,7 @@ void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
         state(adapter).dhcpPoll.stop();
     }
     const quint8 mode = dynamic ? 1 : 0;
-    SysReg_WriteNotify(adapterTable.at(adapter).dhcpRegister, &mode, sizeof mode);
+    adapterTable.at(adapter).dhcpRegister.writeNotify(mode);
 }
 
 void NetworkSettings::slotdhcp()
@@ -633,7 +631,7 @@ void NetworkSettings::onSetAdapterCombobox(int index)
     }
     setGateway(index);
     const auto preference = quint8(index);
-    SysReg_WriteNotify(DefaultRoutes::preferenceRegister, &preference, sizeof preference);
+    Registers::defaultAdapter.writeNotify(preference);
 }
 
 void NetworkSettings::onSetDefaultGateway()
@@ -647,7 +645,7 @@ void NetworkSettings::onSetDefaultGateway()
     updateDefaultGateway(adapter);
     // The adapter's number, not the combo box's number plus one: the runtime knows both.
     const quint32 preference = adapter;
-    SysReg_WriteNotify(DefaultRoutes::preferenceRegister, &preference, sizeof preference);
+    Registers::defaultAdapter.writeNotify(preference);
     setGateway(DefaultRoutes::preferenceOfRegister);
 }
 
@@ -680,7 +678,7 @@ void NetworkSettings::noteSwitch(networkIndexType adapter, bool on)
         m_settings->sync();
     }
     const quint8 off = on ? 0 : 1;
-    SysReg_Write(adapterTable.at(adapter).disabledRegister, &off, sizeof off);
+    adapterTable.at(adapter).disabledRegister.write(off);
 }
 
 void NetworkSettings::onDisableNetworkSwitched()

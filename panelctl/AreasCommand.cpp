@@ -2,11 +2,11 @@
 
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
-#include "panelctl/RegisterNames.h"
-#include "panelctl/Registers.h"
+#include "panelctl/RegisterValue.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/Value.h"
 #include "regstore/AreaFiles.h"
+#include "regstore/RegisterNames.h"
 
 #include <QDir>
 #include <QFile>
@@ -36,7 +36,7 @@ Preset parsePreset(const std::string& word)
     if (equals == std::string::npos) {
         throw UsageError("'" + word + "' is not REGISTER=VALUE");
     }
-    const RegisterRow& row = Registers::find(word.substr(0, equals));
+    const RegisterRow& row = RegisterValue::find(word.substr(0, equals));
     const Value::Bytes empty(isBitArea(row.area) ? (row.size + 7) / 8 : row.size, 0);
     return {&row, Value::parse(kindOf(row), word.substr(equals + 1), empty)};
 }
@@ -46,7 +46,7 @@ std::vector<Preset> parsePresets(const Arguments& given)
     std::vector<Preset> presets;
     for (const std::string& word : given.words) {
         presets.push_back(parsePreset(word));
-        const AreaFile& area = areaFiles[presets.back().row->area - 1U];
+        const AreaFile& area = areaFile(presets.back().row->area);
         if (given.has("--stored") && !area.stored) {
             throw UsageError("'" + word + "' lies in memory; --stored does not make it");
         }

@@ -21,7 +21,7 @@ std::uint32_t addressIn(const DeviceImage& image, const std::string& name)
 
 bool hasSecondAdapter(const DeviceImage& image)
 {
-    return Value::show(Kind::Adapters, image.field(fieldNamed("hw_options"))) == "2";
+    return Value::show(Kind::AdapterCount, image.field(fieldNamed("hw_options"))) == "2";
 }
 
 bool isOfAdapter(const RecordField& field, const std::string& adapter)

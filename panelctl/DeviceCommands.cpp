@@ -41,7 +41,7 @@ std::string explain(const RecordField& field, const Value::Bytes& value)
     if (isEmpty) {
         return std::to_string(value.size()) + " bytes, all zero";
     }
-    const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::Adapters;
+    const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::AdapterCount;
     const std::string note = Value::note(field.kind, value);
     return Value::show(field.kind, value) + (hasUnit ? std::string(" ") + field.unit : "") +
            (note.empty() ? "" : " (" + note + ")");

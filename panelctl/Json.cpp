@@ -1,8 +1,8 @@
 #include "panelctl/Json.h"
 
 #include "panelctl/RecordFields.h"
-#include "panelctl/RegisterNames.h"
 #include "regstore/AreaFiles.h"
+#include "regstore/RegisterNames.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonArray>
@@ -47,7 +47,7 @@ QJsonObject ofRegister(const RegisterRow& row)
     QJsonObject object{
         {"id", row.id},
         {"area", row.area},
-        {"file", text(areaFiles[row.area - 1U].path)},
+        {"file", text(areaFile(row.area).path)},
         {"offset", static_cast<int>(row.offset)},
         {"size", static_cast<int>(row.size)},
         {"unit", isBitArea(row.area) ? "bits" : "bytes"},
@@ -56,6 +56,7 @@ QJsonObject ofRegister(const RegisterRow& row)
     if (const RegisterName* name = findRegisterName(row.id)) {
         object["name"] = text(name->name);
         object["description"] = text(name->description);
+        object["announced"] = name->announced == Announced::Yes;
     }
     return object;
 }

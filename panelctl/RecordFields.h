@@ -1,7 +1,7 @@
 #pragma once
 
 #include "device/EEInfoDetail.h"
-#include "panelctl/Kind.h"
+#include "regstore/ValueKind.h"
 
 #include <array>
 #include <cstddef>
@@ -85,7 +85,7 @@ inline constexpr std::array recordFields{
     RESERVED(Flash_ROnly, reserved_0),
     RESERVED(Flash_ROnly, reserved_2),
     RESERVED(Flash_ROnly, reserved_4),
-    FIELD(Flash_ROnly, hw_options, Adapters, "adapters",
+    FIELD(Flash_ROnly, hw_options, AdapterCount, "adapters",
           "bit 0: there is a second Ethernet adapter"),
     RESERVED(Flash_ROnly, reserved_7),
     RESERVED(Flash_ROnly, reserved_9),

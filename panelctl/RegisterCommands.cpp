@@ -2,10 +2,10 @@
 
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
-#include "panelctl/RegisterNames.h"
-#include "panelctl/Registers.h"
+#include "panelctl/RegisterValue.h"
 #include "panelctl/Value.h"
 #include "regstore/AreaFiles.h"
+#include "regstore/RegisterNames.h"
 #include "regstore/SysReg.h"
 
 #include <QJsonArray>
@@ -28,15 +28,40 @@ void printRow(const RegisterRow& row)
 {
     const RegisterName* name = findRegisterName(row.id);
     std::cout << std::left << std::setw(4) << row.id << std::setw(17) << (name ? name->name : "-")
-              << "area " << row.area << "  " << std::setw(19) << areaFiles[row.area - 1U].path
+              << "area " << row.area << "  " << std::setw(19) << areaFile(row.area).path
               << (isBitArea(row.area) ? "bit  " : "byte ") << std::setw(6) << row.offset << "size "
               << row.size << (name ? "  " : "") << (name ? name->description : "") << '\n';
+}
+
+/// Version 1.0 had other words for some registers than for the same fields of the records.
+struct OldName
+{
+    std::string_view old;
+    std::string_view now;
+};
+constexpr std::array oldNames{
+    OldName{"eth0-address", "eth0_ip"},
+    OldName{"eth0-netmask", "eth0_mask"},
+    OldName{"eth1-address", "eth1_ip"},
+    OldName{"eth1-netmask", "eth1_mask"},
+};
+
+/// The name that a register has by now, for one with hyphens of version 1.0.
+std::string currentName(std::string word)
+{
+    for (const OldName& name : oldNames) {
+        if (word == name.old) {
+            return std::string(name.now);
+        }
+    }
+    std::replace(word.begin(), word.end(), '-', '_');
+    return word;
 }
 
 /// Why a transfer failed, as the area's file tells it now.
 std::string reasonOf(const RegisterRow& row, int access)
 {
-    const char* path = areaFiles[row.area - 1U].path;
+    const char* path = areaFile(row.area).path;
     const int file = ::open(path, access | O_CLOEXEC);
     const int error = errno;
     if (file < 0) {
@@ -57,8 +82,8 @@ bool hasReader(const char* pipe)
 
 [[noreturn]] void failTransfer(const char* what, const RegisterRow& row, int access)
 {
-    throw Failure("cannot " + std::string(what) + " register " + Registers::label(row.id) + ": " +
-                  reasonOf(row, access));
+    throw Failure("cannot " + std::string(what) + " register " + RegisterValue::label(row.id) +
+                  ": " + reasonOf(row, access));
 }
 
 Value::Bytes valueBytes(const RegisterRow& row)
@@ -78,20 +103,20 @@ void store(const RegisterRow& row, const Value::Bytes& value, bool notify)
         failTransfer("write", row, O_WRONLY);
     }
     if (notify && !isHeard) {
-        throw Failure("register " + Registers::label(row.id) + " is written, but nobody reads " +
-                      registerPipe);
+        throw Failure("register " + RegisterValue::label(row.id) +
+                      " is written, but nobody reads " + registerPipe);
     }
 }
 
 } // namespace
 
-namespace Registers {
+namespace RegisterValue {
 
 const RegisterRow& find(const std::string& word)
 {
+    const RegisterName* name = findRegisterName(currentName(word));
     for (const RegisterRow& row : registerTable) {
-        const RegisterName* name = findRegisterName(row.id);
-        if (word == std::to_string(row.id) || (name && word == name->name)) {
+        if (word == std::to_string(row.id) || (name && name->id == row.id)) {
             return row;
         }
     }
@@ -127,7 +152,7 @@ QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value)
     return object;
 }
 
-} // namespace Registers
+} // namespace RegisterValue
 
 void Commands::regList(const Arguments& given)
 {
@@ -146,10 +171,10 @@ void Commands::regList(const Arguments& given)
 
 void Commands::regRead(const Arguments& given)
 {
-    const RegisterRow& row = Registers::find(given.words[0]);
-    const Value::Bytes value = Registers::read(row);
+    const RegisterRow& row = RegisterValue::find(given.words[0]);
+    const Value::Bytes value = RegisterValue::read(row);
     if (given.has("--json")) {
-        Json::print(Registers::jsonOf(row, value));
+        Json::print(RegisterValue::jsonOf(row, value));
     } else {
         std::cout << Value::show(kindOf(row), value) << '\n';
     }
@@ -157,6 +182,6 @@ void Commands::regRead(const Arguments& given)
 
 void Commands::regWrite(const Arguments& given)
 {
-    const RegisterRow& row = Registers::find(given.words[0]);
+    const RegisterRow& row = RegisterValue::find(given.words[0]);
     store(row, Value::parse(kindOf(row), given.words[1], valueBytes(row)), given.has("--notify"));
 }

@@ -3,6 +3,7 @@
 #include "panelctl/Json.h"
 #include "panelctl/RecordFields.h"
 #include "regstore/AreaFiles.h"
+#include "regstore/Notice.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonArray>
@@ -26,6 +27,7 @@ QJsonObject ofArea(const AreaFile& area)
             {"file", QString::fromLatin1(area.path)},
             {"unit", isBitArea(area.area) ? "bits" : "bytes"},
             {"stored", area.stored},
+            {"synchronised", area.synchronised},
             {"bytes", static_cast<int>(newAreaBytes)}};
 }
 
@@ -49,5 +51,8 @@ void Commands::tables(const Arguments& /*given*/)
         {"registers", arrayOf(registerTable, Json::ofRegister)},
         {"pipes", QJsonObject{{"registers", QString::fromLatin1(registerPipe)},
                               {"areas", QString::fromLatin1(areaPipe)}}},
+        {"noticeBytes",
+         QJsonObject{{"registers", static_cast<int>(sizeof(NoticeBytes<RegisterNotice>))},
+                     {"areas", static_cast<int>(sizeof(NoticeBytes<AreaNotice>))}}},
     });
 }

@@ -224,9 +224,9 @@ Bytes parseAs(Kind kind, const std::string& text, const Bytes& before)
         return parseMac(text);
     case Kind::Language:
         return parseWord(languageWords, text, size);
-    case Kind::Adapter:
+    case Kind::DefaultAdapter:
         return parseWord(adapterWords, text, size);
-    case Kind::Adapters:
+    case Kind::AdapterCount:
         return parseAdapters(text, before);
     case Kind::Width:
         return parseWidth(text, before);
@@ -281,9 +281,9 @@ std::string show(Kind kind, const Bytes& bytes)
         return showMac(bytes);
     case Kind::Language:
         return showWord(languageWords, number(bytes) != 0 ? 1 : 0);
-    case Kind::Adapter:
+    case Kind::DefaultAdapter:
         return showWord(adapterWords, number(bytes));
-    case Kind::Adapters:
+    case Kind::AdapterCount:
         return (bytes[0] & 1) != 0 ? "2" : "1";
     case Kind::Width:
         return showWidth(bytes);

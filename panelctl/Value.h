@@ -1,6 +1,6 @@
 #pragma once
 
-#include "panelctl/Kind.h"
+#include "regstore/ValueKind.h"
 
 #include <cstdint>
 #include <string>

@@ -2,9 +2,10 @@
 
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
-#include "panelctl/RegisterNames.h"
-#include "panelctl/Registers.h"
+#include "panelctl/RegisterValue.h"
 #include "regstore/AreaFiles.h"
+#include "regstore/Notice.h"
+#include "regstore/RegisterNames.h"
 #include "regstore/RegisterTable.h"
 
 #include <QJsonObject>
@@ -21,8 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr std::size_t numberBytes = 4;
 
 /// Owns a descriptor.
 class Descriptor
@@ -68,20 +67,16 @@ int openSignals()
     return signalfd(-1, &ends, SFD_CLOEXEC);
 }
 
-/// A message of @p count numbers, 32 bits each. False when there is none in the pipe. Senders write
-/// a message in one piece, so there is never half of one.
-template <std::size_t count>
-bool take(const Descriptor& pipe, std::array<unsigned, count>& numbers)
+/// False when there is no notice in the pipe.
+template <typename Notice>
+bool take(const Descriptor& pipe, Notice& notice)
 {
-    std::array<unsigned char, count * numberBytes> message;
+    NoticeBytes<Notice> message;
     if (::read(pipe.number(), message.data(), message.size()) !=
         static_cast<ssize_t>(message.size())) {
         return false;
     }
-    numbers = {};
-    for (std::size_t at = 0; at < message.size(); ++at) {
-        numbers[at / numberBytes] |= static_cast<unsigned>(message[at]) << at % numberBytes * 8;
-    }
+    notice = decodeNotice<Notice>(message);
     return true;
 }
 
@@ -97,7 +92,8 @@ QJsonObject registerNotice(unsigned id)
     }
     const RegisterRow& row = registerTable[id];
     try {
-        notice["value"] = QString::fromStdString(Value::show(kindOf(row), Registers::read(row)));
+        notice["value"] =
+            QString::fromStdString(Value::show(kindOf(row), RegisterValue::read(row)));
     } catch (const Failure&) {
         notice["value"] = QJsonValue::Null;
     }
@@ -111,10 +107,11 @@ void tellRegister(unsigned id, bool json)
         return Json::printLine(notice);
     }
     const QString value = notice["value"].toString(QString::fromLatin1("?"));
-    std::cout << "register " << Registers::label(id) << " = " << value.toStdString() << std::endl;
+    std::cout << "register " << RegisterValue::label(id) << " = " << value.toStdString()
+              << std::endl;
 }
 
-void tellRange(const std::array<unsigned, 3>& range, bool json)
+void tellRange(const AreaNotice& range, bool json)
 {
     const auto [area, offset, length] = range;
     if (json) {
@@ -139,11 +136,11 @@ void Commands::regWatch(const Arguments& given)
         {{ends.number(), POLLIN, 0}, {registers.number(), POLLIN, 0}, {areas.number(), POLLIN, 0}}};
     while (std::cout && poll(waiting.data(), waiting.size(), -1) > 0 && waiting[0].revents == 0) {
         // One message each, then the signals have their turn, however many more there are.
-        std::array<unsigned, 1> id = {};
+        RegisterNotice id = {};
         if (take(registers, id)) {
             tellRegister(id[0], json);
         }
-        std::array<unsigned, 3> range = {};
+        AreaNotice range = {};
         if (take(areas, range)) {
             tellRange(range, json);
         }

@@ -15,16 +15,9 @@ namespace {
 constexpr unsigned bitsPerByte = 8;
 constexpr unsigned scratchBytes = 4096;
 
-const char* fileOf(unsigned area)
-{
-    return areaFiles[area - 1].path;
-}
-
-/// Areas 3, 4, 7 and 8 outlive a power cut: each write reaches the medium before it returns. Area 9
-/// lies beside them and does without.
 int syncFlag(unsigned area)
 {
-    return ((area - 3) & ~5U) == 0 ? O_DSYNC : 0;
+    return areaFile(area).synchronised ? O_DSYNC : 0;
 }
 
 /// The bytes of an area that a transfer touches.
@@ -110,7 +103,7 @@ unsigned statusOf(bool done)
 
 unsigned writeBytes(unsigned area, const ByteRange& range, const unsigned char* buf)
 {
-    DFileSystem file(fileOf(area), O_WRONLY | syncFlag(area));
+    DFileSystem file(areaFile(area).path, O_WRONLY | syncFlag(area));
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -124,7 +117,7 @@ unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsign
     if (range.length > static_cast<int>(scratchBytes)) {
         return areaFailed;
     }
-    DFileSystem file(fileOf(area), O_RDWR | syncFlag(area));
+    DFileSystem file(areaFile(area).path, O_RDWR | syncFlag(area));
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -150,7 +143,7 @@ unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* 
     if (!range.valid) {
         return areaFailed;
     }
-    DFileSystem file(fileOf(area), O_RDONLY);
+    DFileSystem file(areaFile(area).path, O_RDONLY);
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -185,5 +178,5 @@ unsigned WriteLocal_Notify(unsigned area, unsigned offset, unsigned len, const u
     if (status != areaDone) {
         return status;
     }
-    return sendNotice(areaPipe, std::array{area, offset, len}) ? areaDone : areaNotNotified;
+    return sendNotice(areaPipe, AreaNotice{area, offset, len}) ? areaDone : areaNotNotified;
 }

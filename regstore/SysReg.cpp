@@ -54,7 +54,7 @@ int SysReg::writeNotify(unsigned id, const void* buf, unsigned len)
     if (write(id, buf, len) != 0) {
         return -1;
     }
-    return sendNotice(registerPipe, std::array{id}) ? 0 : -1;
+    return sendNotice(registerPipe, RegisterNotice{id}) ? 0 : -1;
 }
 
 RegisterDescriptor* SysReg_LoadReg(unsigned id)

@@ -9,7 +9,7 @@
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
-#include "regstore/SysReg.h"
+#include "regstore/NamedRegister.h"
 #include "ui_Settings.h"
 
 #include <QEvent>
@@ -23,8 +23,6 @@ namespace {
 
 constexpr int writeBackIntervalMs = 1000;
 constexpr int repaintIntervalMs = 10;
-constexpr unsigned languageRegister = 20;
-constexpr unsigned closeRegister = 86;
 
 constexpr int titlePointSize = 20;
 constexpr int languagePointSize = 12;
@@ -114,9 +112,9 @@ void Settings::init()
     }
 
     quint32 language = Chinese;
-    if (SysReg_LoadReg(languageRegister)) {
+    if (Registers::language.load()) {
         // The register is shorter than the variable: what it does not fill stays 0.
-        SysReg_Read(languageRegister, &language);
+        Registers::language.read(language);
     }
     m_repaintTimerId = startTimer(repaintIntervalMs);
     updateLanguage(static_cast<Language>(language));
@@ -136,7 +134,7 @@ void Settings::updateLanguage(Settings::Language lang)
     setLanguageFaces();
     Translation::load(m_translator, m_language);
     const quint32 value = m_language;
-    SysReg_WriteNotify(languageRegister, &value, sizeof value);
+    Registers::language.writeNotify(value);
     Translation::install(m_translator);
     refresh();
     emit changeLanguage(m_language);
@@ -178,7 +176,7 @@ void Settings::onUpdateLanguageClicked()
 void Settings::onCloseClicked()
 {
     const unsigned char zero = 0;
-    SysReg_WriteNotify(closeRegister, &zero, sizeof zero);
+    Registers::settingsWindow.writeNotify(zero);
     close();
 }
 

@@ -83,14 +83,11 @@ class Image(unittest.TestCase):
 class Registers(unittest.TestCase):
     def test_areas_areThoseOfTheCode(self):
         documented = [(int(row["Area"]), code(row["File"]), row["Offsets and sizes in"],
-                       row["Kept over a restart"] == "yes") for row in DOCUMENT["Areas"]]
-        self.assertEqual(documented, [(row["area"], row["file"], row["unit"], row["stored"])
-                                      for row in TABLES["areas"]])
-
-    def test_filesOfTheAreas_areThoseOfTheLibrary(self):
-        paths = re.search(r"areaFiles = \{(.*?)\};", source(), re.S).group(1)
-        self.assertEqual([path for path in re.findall(TEXT, paths) if path],
-                         column("Areas", "File"))
+                       row["Kept over a restart"] == "yes", row["On the medium"] == "yes")
+                      for row in DOCUMENT["Areas"]]
+        self.assertEqual(documented, [
+            (row["area"], row["file"], row["unit"], row["stored"], row["synchronised"])
+            for row in TABLES["areas"]])
 
     def test_registersInUse_areThoseOfTheCode(self):
         self.compare("Registers that the settings use", "Name", True)
@@ -109,8 +106,12 @@ class Registers(unittest.TestCase):
     def test_adapters_areThoseOfThePage(self):
         table = (ROOT / "network" / "AdapterTable.h").read_text(encoding="utf-8")
         table = table[table.index("adapterTable = {{"):]
-        quads = set(re.findall(r"offsetof\(EEInfoDetail::Flash_WR_1, (\w+)\), (\d+), ", table))
-        bits = re.findall(r"^\s+(\d+),\s+(\d+)\},", table, re.M)
+        ids = {row["name"].replace("_", "").lower(): str(row["id"])
+               for row in TABLES["registers"] if "name" in row}
+        quads = {(field, ids[name.lower()]) for field, name in re.findall(
+            r"offsetof\(EEInfoDetail::Flash_WR_1, (\w+)\),\s+Registers::(\w+)", table)}
+        bits = [tuple(ids[name.lower()] for name in pair) for pair in re.findall(
+            r"^\s+Registers::(\w+),\s+Registers::(\w+)\}", table, re.M)]
         self.assertEqual((len(quads), len(bits)), (6, 2))
         rows = DOCUMENT["Adapters"]
         self.assertEqual({(code(row["Record field"]), row["Register"]) for row in rows
@@ -120,31 +121,26 @@ class Registers(unittest.TestCase):
                          {(f"eth{adapter}", value, pair[at]) for adapter, pair in enumerate(bits)
                           for at, value in enumerate(("switched off", "dynamic"))})
 
-    def test_registersWithNotice_areThoseThatTheWindowsNotify(self):
-        """By number, so as to find a register that is written without being documented."""
-        notified = {int(row["Id"]) for row in DOCUMENT["Registers that the settings use"]
-                    if row["Notice"] == "yes"}
-        calls = set(re.findall(r"SysReg_WriteNotify\(([\w.:()]+(?:\.\w+)?),", source((".cpp",))))
-        constants = dict(re.findall(r"constexpr unsigned (\w+Register) = (\d+);", source()))
-        bits = re.findall(r"^\s+\d+,\s+(\d+)\},",
-                          (ROOT / "network" / "AdapterTable.h").read_text(encoding="utf-8"), re.M)
-        found = set()
-        for call in calls:
-            name = re.split(r"::|\.", call)[-1]
-            if name == "dhcpRegister":
-                found |= {int(bit) for bit in bits}
-            elif name != "id":  # the library's own parameter
-                found.add(int(constants[name]))
-        self.assertEqual(notified, found)
+    def test_registersWithNotice_areThoseThatAreAnnounced(self):
+        documented = {code(row["Name"]): row["Notice"] == "yes"
+                      for row in DOCUMENT["Registers that the settings use"]}
+        self.assertEqual(documented, {row["name"]: row["announced"]
+                                      for row in TABLES["registers"] if "name" in row})
+
+    def test_registers_areUsedByNameOnly(self):
+        """The flat functions take ids; beside the room that has them only panelctl may use those."""
+        users = [path.name for room in ROOMS if room != "regstore"
+                 for path in (ROOT / room).rglob("*.cpp")
+                 if re.search(r"\bSysReg_|[Rr]egister\w* = \d", path.read_text(encoding="utf-8"))]
+        self.assertEqual(users, [])
 
 
 class Pipes(unittest.TestCase):
     def test_pipes_areThoseOfTheCode(self):
         documented = {code(row["Pipe"]): int(row["Size (bytes)"])
                       for row in DOCUMENT["Notice pipes"]}
-        self.assertEqual(documented, {TABLES["pipes"]["registers"]: 4,
-                                      TABLES["pipes"]["areas"]: 12})
-        self.assertEqual(in_source(r"Pipe = %TEXT"), set(documented))
+        self.assertEqual(documented, {pipe: TABLES["noticeBytes"][what]
+                                      for what, pipe in TABLES["pipes"].items()})
 
 
 class Files(unittest.TestCase):

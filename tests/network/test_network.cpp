@@ -629,11 +629,11 @@ void TestNetwork::adapterTable_isAsTheDeviceHasIt()
         QCOMPARE(row.ip.recordOffset, expected[at].ip);
         QCOMPARE(row.mask.recordOffset, expected[at].mask);
         QCOMPARE(row.gateway.recordOffset, expected[at].gateway);
-        QCOMPARE(row.ip.registerId, expected[at].ipRegister);
-        QCOMPARE(row.mask.registerId, expected[at].maskRegister);
-        QCOMPARE(row.gateway.registerId, expected[at].gatewayRegister);
-        QCOMPARE(row.disabledRegister, expected[at].disabledRegister);
-        QCOMPARE(row.dhcpRegister, expected[at].dhcpRegister);
+        QCOMPARE(row.ip.mirror.id(), expected[at].ipRegister);
+        QCOMPARE(row.mask.mirror.id(), expected[at].maskRegister);
+        QCOMPARE(row.gateway.mirror.id(), expected[at].gatewayRegister);
+        QCOMPARE(row.disabledRegister.id(), expected[at].disabledRegister);
+        QCOMPARE(row.dhcpRegister.id(), expected[at].dhcpRegister);
         QCOMPARE(row.interfaceName, expected[at].name);
         QCOMPARE(row.pidFile, expected[at].pidFile);
         QCOMPARE(int(row.ip.dataType), 2);

@@ -33,21 +33,21 @@ def adapters(text, before):
 
 
 ENCODE = {
-    "number": number, "level": number, "width": width, "adapters": adapters, "ipv4": address,
+    "number": number, "level": number, "width": width, "adapter_count": adapters, "ipv4": address,
     "netmask": address, "switch": word("off", "on"), "language": word("chinese", "english"),
-    "adapter": word("auto", "eth0", "eth1"), "bytes": lambda text, before: bytes.fromhex(text),
+    "default_adapter": word("auto", "eth0", "eth1"), "bytes": lambda text, before: bytes.fromhex(text),
     "mac": lambda text, before: bytes.fromhex(text.replace(":", "")),
 }
 
 FITTING = {
     "level": ["0", "76", "80", "140", "200", "0x8c"],
     "width": ["1", "255", "256", "800", "1024", "1920", "4095"],
-    "adapters": ["1", "2"],
+    "adapter_count": ["1", "2"],
     "ipv4": ["0.0.0.0", "1.2.3.4", "10.255.0.1", "192.168.1.10", "223.255.255.254"],
     "netmask": ["0.0.0.0", "128.0.0.0", "255.255.255.0", "255.255.255.255"],
     "switch": ["on", "off", "1", "0"],
     "language": ["chinese", "english", "1", "0"],
-    "adapter": ["eth1", "auto", "eth0", "2", "1", "0"],
+    "default_adapter": ["eth1", "auto", "eth0", "2", "1", "0"],
     "mac": ["02:00:5e:0a:00:01", "FE:dc:BA:98:76:54", "00:00:00:00:00:01"],
 }
 
@@ -55,22 +55,17 @@ UNFIT = {
     "number": ["one", "1 ", " 1", "0x", "0xg", "1.0", "1e1", "99999999999999999999999"],
     "level": ["75", "201", "65535", "65536", "dim", "4", "off"],
     "width": ["0", "4096", "wide", "1024x600", "65536"],
-    "adapters": ["0", "3", "two", "01"],
+    "adapter_count": ["0", "3", "two", "01"],
     "ipv4": ["192.168.1", "192.168.1.256", "1.2.3.4.5", "1.2.3.4 ", "::1", "panel", "127.0.0.1",
              "224.0.0.1", "255.255.255.255", "0.0.0.1"],
     "netmask": ["255.0.255.0", "0.255.255.255", "255.255.255.1", "24", "255.255.255"],
     "switch": ["2", "ON", "yes", "onn"],
     "language": ["2", "German", "English"],
-    "adapter": ["3", "eth2", "none"],
+    "default_adapter": ["3", "eth2", "none"],
     "mac": ["02:00:5e:0a:00", "02:00:5e:0a:00:01:02", "02-00-5e-0a-00-01", "02005e0a0001",
             "0g:00:5e:0a:00:01", "020:0:5e:0a:00:01", "01:00:5e:0a:00:01", "00:00:00:00:00:00"],
     "bytes": [],
 }
-
-
-def kind_of(row):
-    """The kind of a register or field; masks are printed as the addresses that they look like."""
-    return "netmask" if "mask" in row.get("name", "") else row["kind"]
 
 
 def byte_size(row):
@@ -79,7 +74,7 @@ def byte_size(row):
 
 def fitting(row):
     """Values that fit a register or field, as somebody types them."""
-    size, kind = byte_size(row), kind_of(row)
+    size, kind = byte_size(row), row["kind"]
     if kind == "bytes":
         return [bytes(range(1, size + 1)).hex(), bytes(range(255, 255 - size, -1)).hex().upper(),
                 bytes(size).hex()]
@@ -90,7 +85,7 @@ def fitting(row):
 
 def unfit(row):
     """Values that do not."""
-    size, kind = byte_size(row), kind_of(row)
+    size, kind = byte_size(row), row["kind"]
     if kind == "bytes":
         return ["00" * size + "0", "00" * (size - 1), "00" * (size + 1), "0g" * size,
                 " " * 2 * size]
@@ -99,14 +94,14 @@ def unfit(row):
 
 def encode(row, text, before):
     """The bytes of a value; bits that are not part of it as they were."""
-    return ENCODE[kind_of(row)](text, before)
+    return ENCODE[row["kind"]](text, before)
 
 
 def shown(row, text):
     """How the program prints a value that somebody typed, so that it can be typed again."""
-    kind = kind_of(row)
+    kind = row["kind"]
     words = {"switch": ["off", "on"], "language": ["chinese", "english"],
-             "adapter": ["auto", "eth0", "eth1"]}
+             "default_adapter": ["auto", "eth0", "eth1"]}
     if kind in words:
         return text if text in words[kind] else words[kind][int(text)]
     if kind in ("number", "level", "width"):

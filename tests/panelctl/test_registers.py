@@ -8,8 +8,8 @@ import time
 import unittest
 
 from panel_values import encode, fitting, shown, unfit
-from panel_world import (AREA_PIPE, AREAS, REGISTER_PIPE, REGISTERS, PanelTest, Watch, noise,
-                         patched, send, wait_for)
+from panel_world import (AREA_PIPE, AREAS, FIELDS, REGISTER_PIPE, REGISTERS, PanelTest, Watch,
+                         noise, patched, send, wait_for)
 
 
 class RegisterTest(PanelTest):
@@ -81,6 +81,20 @@ class Registers(RegisterTest):
             for words in (("read", word), ("write", word, "0")):
                 with self.subTest(words=words):
                     self.assertIn(f"'{word}'", self.complaint(2, "reg", *words))
+
+    def test_names_of_version_1_0_still_name_their_registers(self):
+        for old, now in {"eth0-address": "eth0_ip", "eth0-netmask": "eth0_mask",
+                         "eth1-address": "eth1_ip", "eth1-netmask": "eth1_mask",
+                         "eth0-gateway": "eth0_gateway", "eth1-dhcp": "eth1_dhcp",
+                         "default-adapter": "default_adapter", "date-lock": "date_lock",
+                         "settings-window": "settings_window"}.items():
+            with self.subTest(old=old):
+                self.assertEqual(self.json("reg", "read", old), self.json("reg", "read", now))
+
+    def test_a_register_has_the_name_of_the_field_that_it_mirrors(self):
+        named = {row["name"] for row in REGISTERS if "name" in row}
+        self.assertLessEqual({field["name"] for field in FIELDS
+                              if field["kind"] in ("ipv4", "netmask")}, named)
 
     def test_missing_and_short_areas_are_told_by_name(self):
         for area, path in AREAS.items():

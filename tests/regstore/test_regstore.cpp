@@ -1,3 +1,5 @@
+#include "regstore/NamedRegister.h"
+#include "regstore/Notice.h"
 #include "regstore/RegisterArea.h"
 #include "regstore/SysReg.h"
 #include "tests/support/FileLocks.h"
@@ -159,6 +161,10 @@ private slots:
     void notify_fullPipe_failsAndReturns();
     void notify_readerComesAndGoes_weLive();
     void notify_sentAfterTheLock();
+    void names_areThoseOfTheRegistersInUse();
+    void named_readsAndWritesItsRegister();
+    void named_quad_fillsTheRegister();
+    void notice_comesBackAsItWas();
     void flatFunctions_useOneStore();
     void operations_leaveNoDescriptor();
 };
@@ -804,6 +810,74 @@ void TestRegStore::notify_sentAfterTheLock()
                  return holdsLockAtNotice(registerPipe, [] { SysReg_WriteNotify(20, &value, 1); });
              }),
              1);
+}
+
+void TestRegStore::names_areThoseOfTheRegistersInUse()
+{
+    const struct
+    {
+        unsigned id;
+        const char* name;
+        bool announced;
+    } expected[] = {
+        {20, "language", true},      {60, "eth0_ip", false},   {62, "eth0_mask", false},
+        {63, "eth0_gateway", false}, {66, "eth0_off", false},  {67, "eth0_dhcp", true},
+        {69, "eth1_ip", false},      {71, "eth1_mask", false}, {72, "eth1_gateway", false},
+        {75, "eth1_off", false},     {76, "eth1_dhcp", true},  {78, "default_adapter", true},
+        {79, "buzzer", true},        {80, "date_lock", false}, {86, "settings_window", true},
+    };
+    QCOMPARE(registerNames.size(), std::size(expected));
+    for (std::size_t at = 0; at < std::size(expected); ++at) {
+        const RegisterName& row = registerNames[at];
+        QCOMPARE(row.id, expected[at].id);
+        QCOMPARE(QLatin1String(row.name), QLatin1String(expected[at].name));
+        QCOMPARE(row.announced == Announced::Yes, expected[at].announced);
+        QCOMPARE(findRegisterName(row.id), &row);
+        QCOMPARE(findRegisterName(std::string_view(expected[at].name)), &row);
+    }
+    QVERIFY(!findRegisterName(0));
+    QVERIFY(!findRegisterName("eth2_ip"));
+}
+
+void TestRegStore::named_readsAndWritesItsRegister()
+{
+    NoticeListener runtime(registerPipe);
+    writeLocal(8, 8, 16, "\x81\x7E");
+    QCOMPARE(Registers::eth1Off.write(quint8(0xFF)), 0); // bit 14, and no other
+    QCOMPARE(content(8).mid(1, 2), QByteArray("\xC1\x7E"));
+    QCOMPARE(Registers::eth1Off.write(quint8(0xFE)), 0);
+    QCOMPARE(content(8).mid(1, 2), QByteArray("\x81\x7E"));
+    QCOMPARE(runtime.takeAll(), QByteArray());
+    writeLocal(7, 179, 3, "abc");
+    QCOMPARE(Registers::defaultAdapter.writeNotify(quint32(0x01020302)), 0);
+    QCOMPARE(content(7).mid(179, 3), QByteArray("a\x02"
+                                                "c"));
+    QCOMPARE(runtime.takeAll(), QByteArray("\x4e\0\0\0", 4));
+    quint32 word = 0xAABBCCDD;
+    QCOMPARE(Registers::defaultAdapter.read(word), 0);
+    QCOMPARE(word, 0xAABBCC02U);
+    QVERIFY(Registers::defaultAdapter.load());
+    QFile::remove(fileOf(7));
+    QCOMPARE(Registers::defaultAdapter.read(word), -1);
+    QCOMPARE(word, 0xAABBCC02U);
+    QCOMPARE(Registers::language.writeNotify(quint8(1)), -1);
+}
+
+void TestRegStore::named_quad_fillsTheRegister()
+{
+    const QByteArray before(8, 'v');
+    writeLocal(5, 779, 8, before.constData());
+    QCOMPARE(Registers::eth0Gateway.write(0x0A01A8C0), 0);
+    QCOMPARE(content(5).mid(779, 8), QByteArray("\xC0\xA8\x01\x0A\0\0\0\0", 8));
+}
+
+void TestRegStore::notice_comesBackAsItWas()
+{
+    const AreaNotice notice = {8, 0x01020304, 0xFFFFFFFF};
+    const auto message = encodeNotice(notice);
+    QCOMPARE(QByteArray(reinterpret_cast<const char*>(message.data()), int(message.size())),
+             QByteArray("\x08\0\0\0\x04\x03\x02\x01\xFF\xFF\xFF\xFF", 12));
+    QVERIFY(decodeNotice<AreaNotice>(message) == notice);
 }
 
 void TestRegStore::flatFunctions_useOneStore()

@@ -8,7 +8,7 @@ class QJsonObject;
 struct RegisterRow;
 
 /// Registers as the commands name and show them.
-namespace Registers {
+namespace RegisterValue {
 
 /// The register that @p word names or numbers. Throws UsageError when there is none.
 const RegisterRow& find(const std::string& word);
@@ -22,4 +22,4 @@ Value::Bytes read(const RegisterRow& row);
 /// The row of the table with the value and its bytes.
 QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value);
 
-} // namespace Registers
+} // namespace RegisterValue
