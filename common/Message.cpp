@@ -1,5 +1,6 @@
 #include "common/Message.h"
 
+#include "common/CallerGuard.h"
 #include "common/KeyStyle.h"
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
@@ -41,8 +42,8 @@ void styleKey(QAbstractButton& key, int fontId)
 
 } // namespace
 
-void Message::show(int fontId, QMessageBox::Icon icon, const QString& title, const QString& text,
-                   QMessageBox::StandardButton button)
+void Message::show(const QObject* caller, int fontId, QMessageBox::Icon icon, const QString& title,
+                   const QString& text, QMessageBox::StandardButton button)
 {
     QMessageBox box(icon, title, text, button, nullptr,
                     Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
@@ -50,5 +51,7 @@ void Message::show(int fontId, QMessageBox::Icon icon, const QString& title, con
     box.setStyleSheet(boxStyle);
     layOut(box, PanelFont::font(fontId, pointSize, QFont::Normal));
     styleKey(*box.button(button), fontId);
+    CallerGuard guard;
+    guard.watch(&box, caller);
     box.exec();
 }

@@ -62,11 +62,9 @@ DateTimeDialog* DateTimeDialog::m_instance = nullptr;
 DateTimeDialog* DateTimeDialog::Instance(int fontId, QSettings* settings, QWidget* parent)
 {
     if (!m_instance) {
-        m_instance = new DateTimeDialog(fontId, settings, parent);
-    } else if (!m_instance->m_settings) {
-        m_instance->m_settings = settings;
+        m_instance = new DateTimeDialog(fontId, parent);
     }
-    m_instance->m_caller.watch(m_instance, settings);
+    m_instance->m_settings.take(m_instance, settings);
     return m_instance;
 }
 
@@ -75,12 +73,11 @@ void DateTimeDialog::release()
     delete m_instance;
 }
 
-DateTimeDialog::DateTimeDialog(int fontId, QSettings* settings, QWidget* parent)
+DateTimeDialog::DateTimeDialog(int fontId, QWidget* parent)
     : QDialog(parent),
       ui(makeForm(this)),
       m_fontId(fontId),
-      m_drag(this, ui->titleBarFrame, outerMargin),
-      m_settings(settings)
+      m_drag(this, ui->titleBarFrame, outerMargin)
 {
     setFixedSize(450, 420);
     init(fontId);
@@ -162,7 +159,7 @@ void DateTimeDialog::showField(int field)
 
 void DateTimeDialog::onClose()
 {
-    KeyBeep::soundIfOn(m_settings);
+    KeyBeep::soundIfOn(m_settings.current());
     close();
 }
 
@@ -180,7 +177,7 @@ bool DateTimeDialog::eventFilter(QObject* watched, QEvent* event)
 {
     const bool pressed = event->type() == QEvent::MouseButtonPress;
     if (pressed) {
-        KeyBeep::soundIfOn(m_settings);
+        KeyBeep::soundIfOn(m_settings.current());
     }
     if (clockIsLocked()) {
         return false;
@@ -198,11 +195,10 @@ bool DateTimeDialog::editField(int field)
     QLineEdit* edit = ui->*row.edit;
     const QPointer<DateTimeDialog> self(this);
     InputDialog* keypad = InputDialog::Instance(m_fontId, row.minimum, row.maximum,
-                                                edit->text().toInt(), m_settings, nullptr);
-    // Nobody waits for the value once the dialog has closed.
-    const auto closing = connect(this, &QDialog::finished, keypad, &QDialog::reject);
+                                                edit->text().toInt(), m_settings.opener(), nullptr);
+    CallerGuard guard;
+    guard.watch(keypad, this); // nobody waits for the value once the dialog has closed
     const int result = keypad->exec();
-    disconnect(closing);
     if (!self) {
         return false;
     }

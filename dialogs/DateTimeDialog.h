@@ -1,11 +1,9 @@
 #pragma once
 
 #include "common/TitleBarDrag.h"
-#include "dialogs/CallerGuard.h"
+#include "dialogs/CallerSettings.h"
 
 #include <QDialog>
-#include <QPointer>
-#include <QSettings>
 
 #include <array>
 
@@ -22,7 +20,8 @@ class DateTimeDialog : public QDialog
 
 public:
     /// The one dialog, made with these arguments at first use. Later arguments are ignored, but for
-    /// the settings object, which is taken once the first one has gone.
+    /// the settings object: a closed dialog will open for its window, and closes when that goes;
+    /// and it is taken once the first one has gone. See CallerSettings.
     static DateTimeDialog* Instance(int fontId, QSettings* settings, QWidget* parent);
     ~DateTimeDialog() override;
 
@@ -52,7 +51,7 @@ public slots:
     void onClose();
 
 private:
-    DateTimeDialog(int fontId, QSettings* settings, QWidget* parent);
+    DateTimeDialog(int fontId, QWidget* parent);
     void takeScreenSizes();
     /// Index of a field in m_values, -1 for another object.
     int fieldOf(const QObject* object) const;
@@ -64,8 +63,7 @@ private:
     int m_fontId;
     std::array<int, 6> m_values = {}; ///< Year, month, day, hour, minute, second.
     TitleBarDrag m_drag;
-    QPointer<QSettings> m_settings;
-    CallerGuard m_caller;
+    CallerSettings m_settings;
     int m_dialogWidth = 0; ///< Pixels, as the next two.
     int m_yearWidth = 0;
     int m_fieldWidth = 0;

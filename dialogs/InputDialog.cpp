@@ -53,14 +53,13 @@ InputDialog* InputDialog::Instance(int fontId, int min, int max, int current, QS
     if (!m_instance) {
         m_instance = new InputDialog(fontId, min, max, current, settings, parent);
     } else {
-        m_instance->reuse(fontId, min, max, current, settings, parent);
+        m_instance->reuse(fontId, min, max, current, parent);
+        m_instance->m_settings.take(m_instance, settings);
     }
-    m_instance->m_caller.watch(m_instance, settings);
     return m_instance;
 }
 
-void InputDialog::reuse(int fontId, int min, int max, int current, QSettings* settings,
-                        QWidget* parent)
+void InputDialog::reuse(int fontId, int min, int max, int current, QWidget* parent)
 {
     setFontId(fontId);
     setMinValue(min);
@@ -69,9 +68,6 @@ void InputDialog::reuse(int fontId, int min, int max, int current, QSettings* se
     if (parent != parentWidget()) {
         // With its flags, or it would become a part of the parent instead of a window over it.
         setParent(parent, windowFlags());
-    }
-    if (!m_settings) {
-        m_settings = settings;
     }
 }
 
@@ -88,9 +84,9 @@ InputDialog::InputDialog(int fontId, int min, int max, int current, QSettings* s
       m_currentText(QString::number(current)),
       m_minValue(min),
       m_maxValue(max),
-      m_settings(settings),
       m_drag(this, ui->titleBarFrame, outerMargin)
 {
+    m_settings.take(this, settings);
     init(fontId);
     connectSlots();
 }
@@ -234,7 +230,7 @@ void InputDialog::onEnter()
         m_inputText.clear();
         return;
     }
-    Message::show(m_fontId, QMessageBox::Information, tr("Tips"),
+    Message::show(this, m_fontId, QMessageBox::Information, tr("Tips"),
                   tr("Input number is out of range!"), QMessageBox::Yes);
 }
 
@@ -247,14 +243,14 @@ void InputDialog::onClose()
 {
     m_inputText.clear();
     ui->numLineEdit->clear();
-    KeyBeep::soundIfOn(m_settings);
+    KeyBeep::soundIfOn(m_settings.current());
     close();
 }
 
 bool InputDialog::eventFilter(QObject* obj, QEvent* event)
 {
     if (event->type() == QEvent::MouseButtonPress && qobject_cast<QPushButton*>(obj)) {
-        KeyBeep::soundIfOn(m_settings);
+        KeyBeep::soundIfOn(m_settings.current());
     }
     return QDialog::eventFilter(obj, event);
 }

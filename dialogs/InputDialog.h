@@ -1,11 +1,9 @@
 #pragma once
 
 #include "common/TitleBarDrag.h"
-#include "dialogs/CallerGuard.h"
+#include "dialogs/CallerSettings.h"
 
 #include <QDialog>
-#include <QPointer>
-#include <QSettings>
 #include <QString>
 
 class QFrame;
@@ -26,8 +24,9 @@ class InputDialog : public QDialog
 
 public:
     /// The one keypad, made at first use and set up for this entry. @p min and @p max are
-    /// inclusive. The settings object of the first caller stays in use for as long as it lives;
-    /// then that of the next caller is taken.
+    /// inclusive. The settings object of the first caller stays in use for as long as it lives; the
+    /// keypad closes, as if cancelled, when that of the window it is open for goes. See
+    /// CallerSettings.
     static InputDialog* Instance(int fontId, int min, int max, int current, QSettings* settings,
                                  QWidget* parent);
 
@@ -64,8 +63,8 @@ public slots:
     void onClose();
 
 private:
-    /// Takes the values of the next call; settings only when the first caller's are gone.
-    void reuse(int fontId, int min, int max, int current, QSettings* settings, QWidget* parent);
+    /// Takes the values of the next call.
+    void reuse(int fontId, int min, int max, int current, QWidget* parent);
     void init(int fontId);
     void setKeys(const QFont& font);
     void connectSlots();
@@ -77,8 +76,7 @@ private:
     QString m_inputText; ///< Typed so far; empty until the first key.
     int m_minValue;
     int m_maxValue;
-    QPointer<QSettings> m_settings;
-    CallerGuard m_caller;
+    CallerSettings m_settings;
     TitleBarDrag m_drag;
 
     static InputDialog* m_instance;

@@ -449,7 +449,7 @@ void NetworkSettings::checkConflictIp(QLineEdit* edit, int value)
     const QStringList a = octets(Eth0);
     const QStringList b = octets(Eth1);
     if (isConflictIp(a.at(0), a.at(1), a.at(2), a.at(3), b.at(0), b.at(1), b.at(2), b.at(3))) {
-        Message::show(m_fontId, QMessageBox::Information, tr("Tips"),
+        Message::show(this, m_fontId, QMessageBox::Information, tr("Tips"),
                       ofEth0 ? tr("IP is conflict with eth1!") : tr("IP is conflict with eth0!"),
                       QMessageBox::Ok);
     }
@@ -806,7 +806,7 @@ void NetworkSettings::ping_test()
 
 void NetworkSettings::showPingResult(bool success)
 {
-    Message::show(m_fontId, success ? QMessageBox::Information : QMessageBox::Critical,
+    Message::show(this, m_fontId, success ? QMessageBox::Information : QMessageBox::Critical,
                   QString::fromUtf8("设备详细信息"), // in every language
                   success ? tr("test successful") : tr("test failed"), QMessageBox::Ok);
 }

@@ -269,7 +269,7 @@ void TestCommon::message_showsWhatItIsGiven()
         closed = true;
         box->button(button)->click();
     });
-    Message::show(fontId, icon, QStringLiteral("Title"), text, button);
+    Message::show(nullptr, fontId, icon, QStringLiteral("Title"), text, button);
     QVERIFY(closed);
 }
 

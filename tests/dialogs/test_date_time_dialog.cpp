@@ -151,7 +151,7 @@ private slots:
     void instance_isOneAndKeepsItsArguments();
     void instance_takesTheNextSettingsOnceTheFirstAreGone();
     void drag_startsOnTheTitleBar();
-    void deletedWhileTheKeypadIsOpen_isNoCrash();
+    void deletedWhileTheKeypadIsOpen_closesTheKeypad();
     void caller_goneMeanwhile_closesDialogAndKeypad();
 };
 
@@ -681,16 +681,17 @@ void TestDateTimeDialog::drag_startsOnTheTitleBar()
     QVERIFY(!dialog()->inRange(&corner, titleBar));
 }
 
-void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_isNoCrash()
+void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_closesTheKeypad()
 {
     dialog()->show();
-    QTimer::singleShot(0, qApp, [] {
+    bool keypadWasOpen = false;
+    QTimer::singleShot(0, qApp, [&] {
+        keypadWasOpen = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
         DateTimeDialog::release();
-        auto* keypad = QApplication::activeModalWidget();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButton1"))->click();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+        QVERIFY(!QApplication::activeModalWidget());
     });
     QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
+    QVERIFY(keypadWasOpen);
     QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
 }
 
