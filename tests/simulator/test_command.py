@@ -30,6 +30,7 @@ class Machine(unittest.TestCase):
                       self.tools, self.home):
             place.mkdir(parents=True)
         shutil.copy(ROOT / "panel", self.project)
+        shutil.copytree(ROOT / "commands", self.project / "commands")
         shutil.copy(ROOT / "cmake" / "packages.txt", self.project / "cmake")
         for name in BASICS:
             (self.tools / name).symlink_to(f"/usr/bin/{name}")
@@ -136,6 +137,28 @@ class Words(Machine):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
 
+    def test_each_command_explains_itself_and_does_nothing_else(self):
+        everything = self.succeed("help")
+        for command in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package"):
+            for arguments in ([command, "--help"], [command, "-h"], ["help", command],
+                              [command, "--nonsense", "--help"]):
+                with self.subTest(arguments=arguments):
+                    text = self.succeed(*arguments)
+                    self.assertTrue(text.startswith(f"./panel {command}"), text)
+                    self.assertIn(text, everything)
+                    self.assertLess(max(map(len, text.splitlines())), 101)
+        self.assert_refused(["help", "walk"], "unknown command 'walk'")
+        self.assertEqual(self.calls(), [])
+
+    def test_a_value_may_follow_its_option_after_an_equals_sign(self):
+        self.succeed("run", "--size=800x480", "--adapters=1", f"--state={self.folder}/a=b c")
+        self.assertTrue(self.calls()[-1].endswith(
+            f"--state {self.folder}/a=b c --size 800x480 --adapters 1"))
+        self.succeed("fuzz", "--seconds=5", "resolver")
+        self.assertTrue(self.calls()[-1].endswith("--seconds 5 resolver"))
+        self.assert_refused(["soak", "--seed="], "not ''")
+        self.assert_refused(["run", "--fresh=yes"], "unknown option")
+
     def test_every_command_does_its_job(self):
         for command, job in (("run", "simulator-run"), ("shots", "simulator-shots"),
                              ("lint", "tests-lint"), ("test", "ctest"), ("package", "cpack"),
@@ -189,6 +212,11 @@ class Run(Machine):
         (self.project / "build" / "release").mkdir(parents=True)
         self.succeed("run")
         self.assertIn("cmake --preset release", self.calls())
+
+    def test_builds_what_it_runs_and_no_more(self):
+        self.succeed("run")
+        self.assertIn("cmake --build --preset release --target SettingsPlugin panelctl panel-host "
+                      "-- --quiet", self.calls())
 
     def test_failing_build_starts_no_panel(self):
         self.stand_in("cmake", "case $1 in --build) exit 1 ;; esac")

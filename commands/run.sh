@@ -1,0 +1,43 @@
+# shellcheck shell=bash
+usage_run() {
+    cat <<'END'
+./panel run [--size WxH] [--adapters 1|2] [--fresh] [--state DIR] [--inspect]
+  starts a simulated panel with the settings dialog and shows it: in a window where there is a
+  display, otherwise in the browser page whose address is printed
+    --size WxH       screen of the panel in pixels (default 1024x600)
+    --adapters 1|2   Ethernet adapters of the panel (default 2)
+    --fresh          start with a new device
+    --state DIR      folder in which the device is kept
+                     (default: panel-settings in $XDG_STATE_HOME or ~/.local/state)
+    --inspect        a page beside it shows commands, notices, registers and changed bytes
+END
+}
+
+panel_run() {
+    local state=${XDG_STATE_HOME:-${HOME:-}/.local/state}/panel-settings size=1024x600 adapters=2
+    local switches=()
+    while [ $# -gt 0 ]; do
+        case $1 in
+        --fresh | --inspect) switches+=("$1"); shift; continue ;;
+        --size | --adapters | --state) need_value "$1" $# ;;
+        *) unknown_option "$1" ;;
+        esac
+        case $1 in
+        --size) size=$2 ;;
+        --adapters) adapters=$2 ;;
+        --state) state=$2 ;;
+        esac
+        shift 2
+    done
+    [[ $size =~ ^[1-9][0-9]{2,3}x[1-9][0-9]{2,3}$ && ${size%x*} -le 4095 ]] ||
+        fail "--size is WxH in pixels, for example 1024x600, not '$size'"
+    [[ $adapters =~ ^[12]$ ]] || fail "--adapters is 1 or 2, not '$adapters'"
+    [ -n "$state" ] || fail "--state needs a folder"
+    { mkdir -p "$state" && [ -w "$state" ]; } 2>/dev/null ||
+        fail "no permission to write to $state; choose another folder with --state DIR"
+    install_packages build run
+    need_namespaces
+    build release SettingsPlugin panelctl panel-host
+    exec "$root/simulator/run" --build "$root/build/release" --state "$state" --size "$size" \
+        --adapters "$adapters" "${switches[@]}"
+}

@@ -1,0 +1,37 @@
+# shellcheck shell=bash
+usage_test() {
+    cat <<'END'
+./panel test
+  builds the release and the sanitizer variant and passes every test of both; then lets a fuzzer
+  try some thousand inputs on whatever parses foreign bytes
+END
+}
+
+# ctest_totals FILE: adds the tests of one ctest run to $passed and $failed.
+ctest_totals() {
+    local line
+    line=$(grep -E '^[0-9]+% tests passed, [0-9]+ tests? failed out of [0-9]+' "$1") ||
+        fail "no test was run"
+    local bad=${line#*passed, } all=${line##* }
+    bad=${bad%% *}
+    failed=$((failed + bad))
+    passed=$((passed + all - bad))
+}
+
+panel_test() {
+    no_options "$@"
+    install_packages build test fuzz
+    need_namespaces
+    local passed=0 failed=0 preset log status=0
+    "$root/tests/check-sources" || fail "the sources are not as they should be; see above"
+    for preset in release asan-ubsan fuzz; do
+        echo "panel: building $preset"
+        build "$preset"
+        log=$root/build/$preset/test.log
+        (cd "$root" && ctest --preset "$preset" --parallel "$(nproc)") 2>&1 | tee "$log" || true
+        ctest_totals "$log"
+    done
+    [ "$failed" -eq 0 ] || status=1
+    echo "$passed passed, $failed failed"
+    exit "$status"
+}
