@@ -39,6 +39,13 @@ function(panel_room name)
   target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags)
 endfunction()
 
+# Where every panel has the checkout and the build, see simulator/sandbox: what is compiled into a
+# program that runs in a panel names files there.
+set(PANEL_SOURCE_INSIDE /panel-source)
+set(PANEL_BUILD_INSIDE /panel-build)
+# A program finds the build's libraries beside itself, wherever the build is seen.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
 # panel_test(NAME SOURCES file... [LIBS target...] [MODE recorded|live] [SCREEN WxH] [ENV k=v...])
 # A test program, started in a fresh simulated panel of its own.
 #   recorded  every shell tool only writes its call down (the default)
@@ -58,7 +65,8 @@ function(panel_test name)
 endfunction()
 
 # panel_add_sandboxed_test(NAME MODE recorded|live [SCREEN WxH] [ENV k=v...] COMMAND words...)
-# Registers a test whose command runs in a fresh simulated panel.
+# Registers a test whose command runs in a fresh simulated panel. Its words name files of the
+# checkout and the build by their absolute paths; the sandbox turns those into the panel's.
 function(panel_add_sandboxed_test name)
   cmake_parse_arguments(ARG "" "MODE;SCREEN" "COMMAND;ENV" ${ARGN})
   set(options --mode ${ARG_MODE})

@@ -5,7 +5,10 @@
 # make_scratch PREFIX: makes the folder and sets $scratch to it. Whatever the script starts in the
 # background has to close $lifeline, or the folder waits for its end.
 make_scratch() {
-    scratch=$(mktemp -d "${TMPDIR:-/tmp}/$1.XXXXXX")
+    # Sockets lie below it, whose paths have 107 bytes at most: a long folder is not for them.
+    local base=${TMPDIR:-/tmp} LC_ALL=C
+    [ ${#base} -le 60 ] || base=/tmp
+    scratch=$(mktemp -d "$base/$1.XXXXXX")
     # When the script is killed, nobody is left to tidy up but the process at the other end of this
     # pipe, which then sees it close.
     # shellcheck disable=SC2034 # for the scripts

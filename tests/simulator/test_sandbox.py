@@ -59,11 +59,29 @@ class Command(SandboxTest):
         result = self.world.panel("cat; echo wrong >&2", input=b"\0through\n")
         self.assertEqual((result.stdout, result.stderr), (b"\0through\n", b"wrong\n"))
 
+    def words_inside(self, *words, build=BUILD):
+        """What becomes of the words of a command in a panel."""
+        result = subprocess.run([SANDBOX, "--build", build, "--", "printf", "%s\\n", *words],
+                                capture_output=True, env=self.world.environment(), check=True)
+        return result.stdout.decode().split("\n")[:-1]
+
     def test_arguments_keep_their_spaces(self):
-        words = ["printf", "<%s>", "a b", "", "*"]
-        result = subprocess.run([SANDBOX, "--build", BUILD, "--", *words], capture_output=True,
-                                env=self.world.environment(), check=True)
-        self.assertEqual(result.stdout, b"<a b><><*>")
+        words = ["a b", "", "*", " /c", "-d"]
+        self.assertEqual(self.words_inside(*words), words)
+
+    def test_word_in_the_checkout_or_the_build_becomes_the_panel_s(self):
+        link = self.world.folder / "another way"
+        link.symlink_to(BUILD)
+        for outside, inside in (
+                (ROOT, "/panel-source"), (f"{ROOT}/a  b", "/panel-source/a  b"),
+                (BUILD, "/panel-build"), (f"{BUILD}/x/*", "/panel-build/x/*"),
+                (f"{BUILD}-more", f"{BUILD}-more".replace(str(ROOT), "/panel-source")),
+                (f"{ROOT}-more", f"{ROOT}-more"), (f" {ROOT}", f" {ROOT}"),
+                (f"--at={ROOT}", f"--at={ROOT}"), (f"{link}/x", f"{link}/x")):
+            with self.subTest(word=outside):
+                self.assertEqual(self.words_inside(outside), [inside])
+        self.assertEqual(self.words_inside(f"{link}/x", f"{BUILD}/y", build=link),
+                         ["/panel-build/x", "/panel-build/y"])
 
 
 class FreshDevice(SandboxTest):
@@ -243,13 +261,18 @@ class Privacy(SandboxTest):
         (self.world.folder / "secret").write_text("secret")
         for path in (self.world.folder / "secret", "/home", "/etc/shadow", "/var/lib/dpkg"):
             self.assertNotEqual(self.world.panel(f"test -e {path}").returncode, 0, path)
-        for folder in (ROOT, "/usr"):
+        for folder in ("/panel-source", "/usr"):
             result = self.world.panel(f"touch {folder}/left-behind")
             self.assertNotEqual(result.returncode, 0)
             self.assertIn(b"Read-only", result.stderr)
 
-    def test_build_is_writable_where_it_is(self):
-        self.output(f"touch {self.world.build}/sandbox-test && rm {self.world.build}/sandbox-test")
+    def test_checkout_and_build_have_a_place_that_no_machine_has(self):
+        self.assertEqual(self.output(
+            "cmp /panel-source/simulator/sandbox /panel-source/simulator/../simulator/sandbox &&"
+            "ls /panel-source/CMakeLists.txt /panel-build/CMakeCache.txt"),
+            "/panel-build/CMakeCache.txt\n/panel-source/CMakeLists.txt\n")
+        for place in ("/panel-source", "/panel-build"):
+            self.assertFalse(os.path.exists(place), place)
 
     def test_resolver_file_can_be_edited(self):
         self.assertEqual(self.output("echo nameserver 10.0.0.1 >/etc/resolv.conf;"
