@@ -18,6 +18,7 @@ constexpr int lampSide = 30;     ///< Pixels.
 constexpr int switchWidth = 70;  ///< Pixels.
 constexpr int switchHeight = 30; ///< Pixels.
 
+constexpr int sideMargin = 16;       ///< Pixels.
 constexpr int infoTitlePadding = 10; ///< Pixels between title and content, as in the style below.
 
 /// Places in the grid: captions and contents of the left half, a gap, those of the right half.
@@ -38,8 +39,10 @@ constexpr QLatin1String scrollBarStyle =
     "min-height:48px;}"
     "QScrollBar::add-line:vertical,QScrollBar::sub-line:vertical{height:0px;}"
     "QScrollBar::add-page:vertical,QScrollBar::sub-page:vertical{background:none;}"_l1;
+/// Black in every state: people read the MAC address off a locked tab as well, to enter it in the
+/// DHCP server.
 constexpr QLatin1String macStyle =
-    "QLineEdit{border-width:0;border-style:outset;background:transparent;}"_l1;
+    "QLineEdit{border-width:0;border-style:outset;background:transparent;color:black;}"_l1;
 constexpr QLatin1String defaultButtonStyle =
     "QPushButton#BlueButton{border-radius:8px;border:2px solid #008cba;color:black;"
     "background-color:rgba(163, 198, 218, 200);}"
@@ -87,8 +90,6 @@ AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent)
     content->setObjectName(QLatin1String("content"));
     content->setStyleSheet(contentStyle);
     auto* grid = new QGridLayout(content);
-    grid->setContentsMargins(16, 2, 16, 2);
-    grid->setVerticalSpacing(2);
     grid->setColumnStretch(LeftContent, 1);
     grid->setColumnMinimumWidth(Gap, 16);
     grid->setColumnStretch(RightContent, 1);
@@ -121,14 +122,13 @@ void AdapterPane::buildLeft(QGridLayout* grid)
     m_disableSwitch->setFixedSize(switchWidth, switchHeight);
     addRow(grid, 0, LeftCaption, m_disableCaption, m_disableSwitch);
 
-    m_infoGroup = new QGroupBox(widget());
+    m_infoGroup = new QGroupBox(grid->parentWidget());
     m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* info = new QHBoxLayout(m_infoGroup);
     m_networkLabel = new QLabel(m_infoGroup);
     m_gatewayLabel = new QLabel(m_infoGroup);
     info->addWidget(m_networkLabel);
     info->addWidget(m_gatewayLabel, 1);
-    grid->addWidget(m_infoGroup, 1, LeftCaption, 1, 2, Qt::AlignVCenter);
 
     m_modeBox = new ChoiceBox(widget());
     addRow(grid, 2, LeftCaption, m_modeCaption, m_modeBox);
@@ -189,6 +189,7 @@ void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
     for (QWidget* child : widget()->findChildren<QWidget*>()) {
         child->setFont(font);
     }
+    setRowPlaces(sizes);
     for (OctetRow* row : m_rows) {
         row->setFieldHeight(sizes.fieldHeight);
     }
@@ -202,6 +203,22 @@ void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
                                               qMax(2, room / 2 - 4));
     m_defaultButton->setFixedSize(sizes.defaultButtonWidth, sizes.buttonHeight);
     m_testButton->setFixedSize(testButtonWidth, sizes.buttonHeight);
+}
+
+void AdapterPane::setRowPlaces(const NetworkSizes& sizes)
+{
+    auto* grid = qobject_cast<QGridLayout*>(widget()->layout());
+    grid->setContentsMargins(sideMargin, sizes.rowGap, sideMargin, sizes.rowGap);
+    grid->setVerticalSpacing(sizes.rowGap);
+    // Two rows have a button. Where there is little room, the others are as high but for a pixel,
+    // and the group, which is higher, lies in the middle of three rows: its neighbours leave that
+    // much free.
+    const bool isTight = sizes.rowGap == 0;
+    grid->addWidget(m_infoGroup, isTight ? 0 : 1, LeftCaption, isTight ? 3 : 1, 2,
+                    Qt::AlignVCenter);
+    for (int row = 0; row < grid->rowCount(); ++row) {
+        grid->setRowMinimumHeight(row, sizes.buttonHeight - 1);
+    }
 }
 
 void AdapterPane::setTexts(const PaneTexts& texts)

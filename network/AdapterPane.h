@@ -22,6 +22,7 @@ struct NetworkSizes
     int comboBoxHeight;
     int tabHeight;
     int fieldHeight;
+    int rowGap; ///< Between two rows, above the first and below the last; 0 where room is tight.
 };
 
 /// Everything a pane says, in the language shown.
@@ -93,6 +94,7 @@ private:
     /// A caption and what belongs to it, side by side.
     void addRow(QGridLayout* grid, int row, int column, QLabel*& caption, QWidget* content);
     QWidget* makePingRow();
+    void setRowPlaces(const NetworkSizes& sizes);
 
     std::array<OctetRow*, 5> m_rows{};
     std::array<QLabel*, 5> m_rowCaptions{};

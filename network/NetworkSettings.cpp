@@ -45,12 +45,12 @@ constexpr QLatin1String tabStyle =
     "QTabWidget::pane{background:rgb(246, 246, 246);border:0px;}"_l1;
 
 constexpr NetworkSizes knownScreens[] = {
-    {800, 40, 300, 25, 25, 26},
-    {1024, 50, 400, 42, 45, 38},
-    {1280, 50, 400, 42, 45, 38},
-    {1920, 70, 500, 60, 45, 56},
+    {800, 40, 300, 25, 25, 26, 0},
+    {1024, 50, 400, 42, 45, 38, 2},
+    {1280, 50, 400, 42, 45, 38, 2},
+    {1920, 70, 500, 60, 45, 56, 2},
 };
-constexpr NetworkSizes otherScreen = {0, 50, 300, 30, 45, 30};
+constexpr NetworkSizes otherScreen = {0, 50, 300, 30, 45, 30, 2};
 
 const NetworkSizes& sizesOfScreen(int width)
 {

@@ -18,6 +18,7 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstring>
 #include <functional>
@@ -399,6 +400,71 @@ bool looksRunning(const QPushButton& button)
     return hasLook(button, "rgba(255,170,0,150)", "rgba(255,170,0,255)", "rgba(255,170,0,255)");
 }
 
+/// Closes every message box as soon as it is open, for as long as the object lives. A result of the
+/// connectivity test opens one by itself, also while a slow machine is still busy with a test of
+/// something else.
+class BoxCloser
+{
+public:
+    BoxCloser()
+    {
+        QObject::connect(&m_look, &QTimer::timeout, &m_look, [] {
+            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+                box->close();
+            }
+        });
+        m_look.start(lookInterval);
+    }
+
+private:
+    static constexpr int lookInterval = 20; // milliseconds
+    QTimer m_look;
+};
+
+/// Share of light that a colour gives back, from 0 (black) to 1 (white), as an eye sees it.
+double luminance(const QColor& color)
+{
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+           0.0722 * linear(color.blueF());
+}
+
+/// Contrast between the lightest and the darkest pixel of what a widget shows: 1 for none, 21 for
+/// black on white.
+double contrastOf(QWidget& widget)
+{
+    // With what shines through it.
+    const QRect place(widget.mapTo(widget.window(), QPoint()), widget.size());
+    const QImage picture = widget.window()->grab(place).toImage();
+    double lightest = 0;
+    double darkest = 1;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const double light = luminance(picture.pixelColor(x, y));
+            lightest = std::max(lightest, light);
+            darkest = std::min(darkest, light);
+        }
+    }
+    return (lightest + 0.05) / (darkest + 0.05);
+}
+
+/// Vertical middles of the six rows of a pane's right half, as they lie on the screen.
+QList<int> rowMiddles(AdapterPane& pane)
+{
+    QList<int> middles;
+    const auto add = [&](const QWidget& content) {
+        middles << content.mapTo(pane.window(), content.rect().center()).y();
+    };
+    for (const auto value : {AdapterPane::Ip, AdapterPane::Mask, AdapterPane::Gateway,
+                             AdapterPane::FirstDns, AdapterPane::BackupDns}) {
+        add(pane.row(value));
+    }
+    add(pane.macField());
+    return middles;
+}
+
 /// Answers the message box that opens next, after a look around while it is open.
 void answerNextBox(
     QStringList* seen, const std::function<void()>& look = [] {})
@@ -437,6 +503,7 @@ private slots:
     void tabs_clickSwitchesAndBeepsOnce();
     void sizes_followTheScreenWidth_data();
     void sizes_followTheScreenWidth();
+    void mac_canBeReadInEveryState();
     void window_everythingIsWithinReach_data();
     void window_everythingIsWithinReach();
     void start_static_runsInOrder();
@@ -505,6 +572,8 @@ private slots:
     void switch_on_takesTheModeAnew_data();
     void switch_on_takesTheModeAnew();
     void switch_off_leavesTheDefaultChoice();
+    void switch_off_keepsTheOtherAsDefault_data();
+    void switch_off_keepsTheOtherAsDefault();
     void switch_settingsNotWritable_loseNothing_data();
     void switch_settingsNotWritable_loseNothing();
 
@@ -701,6 +770,8 @@ void TestNetwork::captions_inTheirOrder()
                                 line("Backup DNS Server:"), line("MAC Address:")};
         QCOMPARE(captionsOf(pane), left + right);
         QCOMPARE(pane.findChild<QGroupBox*>()->title(), line("Default gateway info"));
+        world.tabs().setCurrentIndex(adapter);
+        QVERIFY(pane.networkLabel().geometry().right() < pane.gatewayLabel().geometry().left());
         QCOMPARE(pane.defaultButton().text(), line("Set as default gateway"));
         QCOMPARE(pane.testButton().text(), line("test"));
         for (const auto value : {AdapterPane::Ip, AdapterPane::Mask, AdapterPane::Gateway,
@@ -817,6 +888,23 @@ void TestNetwork::sizes_followTheScreenWidth()
     QCOMPARE(world.tabs().tabBar()->tabRect(0).size(), QSize(173, sizes.at(3)));
 }
 
+void TestNetwork::mac_canBeReadInEveryState()
+{
+    NetworkPage world;
+    world.started();
+    for (const int adapter : {0, 1}) {
+        AdapterPane& pane = world.pane(adapter);
+        world.tabs().setCurrentIndex(adapter);
+        constexpr double readable = 4.5;
+        QVERIFY(contrastOf(pane.macField()) >= readable);
+        pane.modeBox().setCurrentIndex(1);
+        QVERIFY(!pane.macField().isEnabled());
+        QVERIFY(contrastOf(pane.macField()) >= readable);
+        pane.disableSwitch().click();
+        QVERIFY(contrastOf(pane.macField()) >= readable);
+    }
+}
+
 void TestNetwork::window_everythingIsWithinReach_data()
 {
     QTest::addColumn<QSize>("screen");
@@ -845,6 +933,7 @@ void TestNetwork::window_everythingIsWithinReach()
     }
     PanelWorld::writeFile(resolver, "nameserver 255.255.255.255 # eth0 eth1\n"
                                     "nameserver 255.255.255.255 # eth0 eth1\n");
+    const BoxCloser closer;
     Settings window(nullptr);
     window.init();
     window.resize(screen);
@@ -874,6 +963,13 @@ void TestNetwork::window_everythingIsWithinReach()
                 QVERIFY2(missingWidth(*part) <= 0, qPrintable(part->property("text").toString()));
             }
             pane.verticalScrollBar()->setValue(0);
+            const QList<int> middles = rowMiddles(pane);
+            const bool isUsual = screen.height() >= 480;
+            for (int row = 0; isUsual && row < middles.size(); ++row) { // a pixel for rounding
+                const double even = (middles.last() - middles.first()) * row / 5.0;
+                QVERIFY2(std::abs(middles.at(row) - middles.first() - even) <= 1,
+                         qPrintable(QString::number(row)));
+            }
         }
     }
     QCOMPARE(window.size(), screen); // it has not grown
@@ -2098,6 +2194,36 @@ void TestNetwork::switch_off_leavesTheDefaultChoice()
         QComboBox& box = world.pane(shown).defaultBox();
         QVERIFY(!qobject_cast<QListView*>(box.view())->isRowHidden(2));
     }
+}
+
+void TestNetwork::switch_off_keepsTheOtherAsDefault_data()
+{
+    QTest::addColumn<int>("adapter"); // switched off and on again
+    QTest::newRow("eth0") << 0;
+    QTest::newRow("eth1") << 1;
+}
+
+void TestNetwork::switch_off_keepsTheOtherAsDefault()
+{
+    QFETCH(int, adapter);
+    NetworkPage world;
+    world.started();
+    const int chosen = 2 - adapter;
+    world.pane(0).defaultBox().setCurrentIndex(chosen);
+    NoticeListener runtime(noticePipe);
+    PanelWorld::clearCommands();
+    for (const bool off : {true, false}) {
+        world.pane(adapter).disableSwitch().click();
+        QCOMPARE(hiddenChoices(world.pane(0).defaultBox()).contains(adapter + 1), off);
+        for (const int shown : {0, 1}) {
+            QCOMPARE(world.pane(shown).defaultBox().currentIndex(), chosen);
+        }
+        QCOMPARE(storedPreference(), char(chosen));
+    }
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+    // Once, when it is switched on again: no box has run its slot.
+    QCOMPARE(PanelWorld::commands().filter(line("route")),
+             routes(line("192.168.1.1"), 1 - adapter, line("10.0.0.1"), adapter));
 }
 
 void TestNetwork::switch_settingsNotWritable_loseNothing_data()
