@@ -16,6 +16,12 @@ execute_process(
 install(FILES ${PROJECT_BINARY_DIR}/panelctl/panelctl.1.gz COMPONENT plugin
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
+install(FILES panelctl/completion/panelctl.bash COMPONENT plugin RENAME panelctl
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+# Where Debian's zsh looks; elsewhere the folder is added to its fpath.
+install(FILES panelctl/completion/_panelctl COMPONENT plugin
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+
 set(PANEL_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/panel-settings)
 install(FILES plugin/SettingsInterface.h COMPONENT dev DESTINATION ${PANEL_INCLUDE_DIR}/plugin)
 install(TARGETS settings_interface EXPORT PanelSettingsTargets

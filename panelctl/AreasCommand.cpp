@@ -1,4 +1,4 @@
-// areas create.
+// areas create and areas check.
 
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
@@ -14,6 +14,7 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -45,9 +46,15 @@ std::vector<Preset> parsePresets(const Arguments& given)
 {
     std::vector<Preset> presets;
     for (const std::string& word : given.words) {
-        presets.push_back(parsePreset(word));
+        const Preset preset = parsePreset(word);
+        if (std::any_of(presets.begin(), presets.end(),
+                        [&](const Preset& other) { return other.row == preset.row; })) {
+            throw UsageError("'" + word + "': register " + RegisterValue::label(preset.row->id) +
+                             " is given twice");
+        }
+        presets.push_back(preset);
         const AreaFile& area = areaFile(presets.back().row->area);
-        if (given.has("--stored") && !area.stored) {
+        if (given.has(Option::Stored) && !area.stored) {
             throw UsageError("'" + word + "' lies in memory; --stored does not make it");
         }
     }
@@ -155,27 +162,105 @@ private:
     QJsonArray m_rows;
 };
 
+/// What is wrong with the file of an area, nothing when it is as it was made. A shorter one lacks
+/// registers; a longer one was written beyond its end, which makes it grow.
+QString areaProblem(const QString& path)
+{
+    const QFileInfo found(path);
+    if (!found.exists()) {
+        return QString::fromLatin1("is missing");
+    }
+    if (!found.isFile()) {
+        return QString::fromLatin1("is no file");
+    }
+    return found.size() == int(newAreaBytes) ? QString()
+                                             : QString::fromLatin1("has %1 bytes instead of %2")
+                                                   .arg(found.size())
+                                                   .arg(newAreaBytes);
+}
+
+QString pipeProblem(const QString& path)
+{
+    struct stat found = {};
+    if (stat(QFile::encodeName(path).constData(), &found) != 0) {
+        return QString::fromLatin1("is missing");
+    }
+    return QString::fromLatin1(S_ISFIFO(found.st_mode) ? "" : "is no pipe");
+}
+
+/// Collects what is wrong with the paths, and prints it.
+class Findings
+{
+public:
+    explicit Findings(bool json) : m_json(json) {}
+
+    void add(const QString& path, const QString& problem)
+    {
+        if (problem.isEmpty()) {
+            return;
+        }
+        m_rows.append(QJsonObject{{"path", path}, {"problem", problem}});
+        if (!m_json) {
+            std::cout << path.toStdString() << ' ' << problem.toStdString() << '\n';
+        }
+    }
+    void finish() const
+    {
+        if (m_json) {
+            Json::print(m_rows);
+        }
+        if (!m_rows.isEmpty()) {
+            throw Failure(std::to_string(m_rows.size()) +
+                          (m_rows.size() == 1 ? " file is" : " files are") +
+                          " not as areas create makes them");
+        }
+    }
+
+private:
+    const bool m_json;
+    QJsonArray m_rows;
+};
+
 } // namespace
+
+void Commands::areasCheck(const Arguments& given)
+{
+    const QString root = QFile::decodeName(given.value(Option::Root).c_str());
+    Findings findings(given.has(Option::Json));
+    for (const AreaFile& area : areaFiles) {
+        if (area.stored || !given.has(Option::Stored)) {
+            const QString path = root + QString::fromLatin1(area.path);
+            findings.add(path, areaProblem(path));
+        }
+    }
+    for (const char* pipe : {registerPipe, areaPipe}) {
+        if (!given.has(Option::Stored)) {
+            const QString path = root + QString::fromLatin1(pipe);
+            findings.add(path, pipeProblem(path));
+        }
+    }
+    findings.finish();
+}
 
 void Commands::areasCreate(const Arguments& given)
 {
     const std::vector<Preset> presets = parsePresets(given);
-    const QString root = QFile::decodeName(given.value("--root").c_str());
-    Report report(given.has("--json"));
+    const QString root = QFile::decodeName(given.value(Option::Root).c_str());
+    Report report(given.has(Option::Json));
     for (const AreaFile& area : areaFiles) {
-        if (area.stored || !given.has("--stored")) {
+        if (area.stored || !given.has(Option::Stored)) {
             const QString path = root + QString::fromLatin1(area.path);
             makeFolderOf(path);
             report.add(path, makeArea(area, path, presets));
         }
     }
     for (const char* pipe : {registerPipe, areaPipe}) {
-        if (!given.has("--stored")) {
+        if (!given.has(Option::Stored)) {
             const QString path = root + QString::fromLatin1(pipe);
             report.add(path, makePipe(path));
         }
     }
-    if (!given.has("--root")) {
+    if (!given.has(Option::Root)) {
         ::sync(); // on the panel itself they have to outlive a power cut from now on
     }
     report.finish();

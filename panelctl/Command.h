@@ -1,9 +1,11 @@
 #pragma once
 
+#include "panelctl/Option.h"
+
+#include <array>
 #include <map>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// The operation was understood and failed: the program ends with status 1.
@@ -20,19 +22,35 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What stands on the command line behind the name of a command.
+using Words = std::vector<std::string>;
+
+/// What stands on the command line beside the name of a command.
 struct Arguments
 {
-    std::vector<std::string> words;
-    std::map<std::string, std::string, std::less<>> options; ///< With "--"; flags have no value.
+    Words words;
+    std::map<Option, std::string> options; ///< Flags have no value.
 
-    bool has(std::string_view option) const { return options.find(option) != options.end(); }
+    bool has(Option option) const { return options.find(option) != options.end(); }
     /// The value of an option, empty when it was not given.
-    std::string value(std::string_view option) const
+    std::string value(Option option) const
     {
         const auto at = options.find(option);
         return at == options.end() ? std::string() : at->second;
     }
+};
+
+/// What a word behind the name of a command is, for the completion and the help.
+enum class WordKind {
+    None,
+    Free, ///< Nothing that can be listed.
+    Register,
+    RegisterValue, ///< Of the register before it.
+    Field,
+    FieldValue, ///< Of the field before it.
+    Preset,     ///< REGISTER=VALUE
+    Adapter,
+    Server,
+    CommandName,
 };
 
 /// One command of the program. A group has commands with a verb, or one without.
@@ -43,7 +61,8 @@ struct Command
     const char* parameters; ///< As the help shows them.
     std::size_t leastWords;
     std::size_t mostWords;
-    const char* options; ///< Those it takes, each between blanks.
+    std::array<WordKind, 3> words; ///< Repeated, as far as they are not None, up to mostWords.
+    OptionSet options;
     const char* help;
     void (*run)(const Arguments&); ///< Prints to standard output; throws Failure or UsageError.
 };

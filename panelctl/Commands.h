@@ -2,7 +2,7 @@
 
 #include "panelctl/Command.h"
 
-/// The commands of the program, each as the table in Main.cpp describes it.
+/// The commands of the program, each as the table in CommandTable.cpp describes it.
 namespace Commands {
 
 void regList(const Arguments& given);
@@ -19,6 +19,9 @@ void dnsShow(const Arguments& given);
 void dnsSet(const Arguments& given);
 void dnsClear(const Arguments& given);
 void areasCreate(const Arguments& given);
+void areasCheck(const Arguments& given);
 void tables(const Arguments& given);
+void complete(const Arguments& given);
+void help(const Arguments& given);
 
 } // namespace Commands

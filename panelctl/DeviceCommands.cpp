@@ -4,6 +4,7 @@
 #include "panelctl/DeviceCheck.h"
 #include "panelctl/DeviceImage.h"
 #include "panelctl/Json.h"
+#include "panelctl/Terminal.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <set>
+#include <sstream>
 
 namespace {
 
@@ -40,6 +43,11 @@ std::string explain(const RecordField& field, const Value::Bytes& value)
         std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == 0; });
     if (isEmpty) {
         return std::to_string(value.size()) + " bytes, all zero";
+    }
+    if (field.kind == Kind::Bytes) { // in full with --json
+        constexpr std::ptrdiff_t shown = 12;
+        return std::to_string(value.size()) + " bytes, " +
+               Value::hex({value.begin(), value.begin() + shown}) + "...";
     }
     const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::AdapterCount;
     const std::string note = Value::note(field.kind, value);
@@ -114,25 +122,40 @@ void change(DeviceImage& image, const std::vector<std::string>& words)
     if (words.size() % 2 != 0) {
         throw UsageError("'" + words.back() + "' needs a value");
     }
+    std::set<std::string> named;
     for (std::size_t at = 0; at < words.size(); at += 2) {
+        if (!named.insert(words[at]).second) {
+            throw UsageError("'" + words[at] + "' is given twice");
+        }
         changeField(image, words[at], words[at + 1]);
     }
 }
 
+/// Empty for the device.
+std::string fileToChange(const Arguments& given)
+{
+    const std::string file = given.value(Option::Image);
+    if (file == "-") {
+        throw UsageError("standard input cannot be changed; --image needs a file here");
+    }
+    return file;
+}
+
 void printFieldRow(const RecordField& field)
 {
-    std::cout << std::left << std::setw(13) << field.record << std::setw(23) << field.name
-              << std::right << "byte " << std::setw(4) << imageOffset(field) << "  size "
-              << std::setw(3) << field.size << "  " << std::left << std::setw(9)
-              << kindName(field.kind) << field.description << '\n';
+    std::ostringstream line;
+    line << std::left << std::setw(13) << field.record << std::setw(23) << field.name << std::right
+         << "byte " << std::setw(4) << imageOffset(field) << "  size " << std::setw(3) << field.size
+         << "  " << kindName(field.kind);
+    Terminal::printRow(line.str(), field.description);
 }
 
 } // namespace
 
 void Commands::deviceShow(const Arguments& given)
 {
-    const DeviceImage image(given.value("--image"));
-    if (given.has("--json")) {
+    const DeviceImage image(given.value(Option::Image));
+    if (given.has(Option::Json)) {
         return Json::print(jsonOf(image));
     }
     for (const RecordRow& record : recordRows) {
@@ -142,15 +165,15 @@ void Commands::deviceShow(const Arguments& given)
 
 void Commands::deviceSet(const Arguments& given)
 {
-    DeviceImage image(given.value("--image"));
+    DeviceImage image(fileToChange(given));
     change(image, given.words);
     image.save();
 }
 
 void Commands::deviceDump(const Arguments& given)
 {
-    const DeviceImage image(given.value("--image"));
-    if (given.has("--json")) {
+    const DeviceImage image(given.value(Option::Image));
+    if (given.has(Option::Json)) {
         return Json::print(
             QJsonObject{{"size", static_cast<int>(image.bytes().size())},
                         {"bytes", text(Value::hex(bytesOf(image, 0, image.bytes().size())))}});
@@ -162,15 +185,15 @@ void Commands::deviceDump(const Arguments& given)
 
 void Commands::deviceCheck(const Arguments& given)
 {
-    const std::vector<Problem> problems = checkImage(DeviceImage(given.value("--image")));
+    const std::vector<Problem> problems = checkImage(DeviceImage(given.value(Option::Image)));
     QJsonArray rows;
     for (const Problem& problem : problems) {
         rows.append(QJsonObject{{"field", text(problem.field)}, {"problem", text(problem.text)}});
-        if (!given.has("--json")) {
+        if (!given.has(Option::Json)) {
             std::cout << problem.field << ": " << problem.text << '\n';
         }
     }
-    if (given.has("--json")) {
+    if (given.has(Option::Json)) {
         Json::print(rows);
     }
     if (!problems.empty()) {
@@ -184,21 +207,21 @@ void Commands::deviceFields(const Arguments& given)
     QJsonArray rows;
     for (const RecordField& field : recordFields) {
         rows.append(Json::ofField(field));
-        if (!given.has("--json") && field.kind != Kind::Reserved) {
+        if (!given.has(Option::Json) && field.kind != Kind::Reserved) {
             printFieldRow(field);
         }
     }
-    if (given.has("--json")) {
+    if (given.has(Option::Json)) {
         Json::print(rows);
     }
 }
 
 void Commands::deviceCreate(const Arguments& given)
 {
-    if (!given.has("--image")) {
+    if (!given.has(Option::Image)) {
         throw UsageError("'device create' needs --image FILE");
     }
-    DeviceImage image = DeviceImage::create(given.value("--image"));
+    DeviceImage image = DeviceImage::create(fileToChange(given));
     change(image, given.words);
     image.save();
 }

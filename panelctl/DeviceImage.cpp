@@ -35,10 +35,11 @@ void needTool(const char* tool)
 /// One byte more than an image has is enough to see that it is too long.
 constexpr int mostBytes = static_cast<int>(EEInfoDetail::imageBytes) + 1;
 
+/// The file "-" is standard input.
 QByteArray readFile(const std::string& name)
 {
     QFile file(path(name));
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (name == "-" ? !file.open(stdin, QIODevice::ReadOnly) : !file.open(QIODevice::ReadOnly)) {
         throw Failure("cannot read " + name + ": " + file.errorString().toStdString());
     }
     return file.read(mostBytes);

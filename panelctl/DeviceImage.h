@@ -14,8 +14,8 @@
 class DeviceImage
 {
 public:
-    /// Reads the image of the device, or of @p file unless that is empty. Throws Failure when it
-    /// cannot be read or is not 1024 bytes long.
+    /// Reads the image of the device, or of @p file unless that is empty; "-" is standard input.
+    /// Throws Failure when it cannot be read or is not 1024 bytes long.
     explicit DeviceImage(std::string file);
 
     /// An image of zeros, for a new file that save() makes. Throws Failure when there is a file

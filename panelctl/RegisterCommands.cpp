@@ -3,6 +3,7 @@
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterValue.h"
+#include "panelctl/Terminal.h"
 #include "panelctl/Value.h"
 #include "regstore/AreaFiles.h"
 #include "regstore/RegisterNames.h"
@@ -17,6 +18,7 @@
 #include <fcntl.h>
 #include <iomanip>
 #include <iostream>
+#include <sstream>
 #include <unistd.h>
 
 namespace {
@@ -27,10 +29,12 @@ constexpr std::size_t neighbourBytes = 8;
 void printRow(const RegisterRow& row)
 {
     const RegisterName* name = findRegisterName(row.id);
-    std::cout << std::left << std::setw(4) << row.id << std::setw(17) << (name ? name->name : "-")
-              << "area " << row.area << "  " << std::setw(19) << areaFile(row.area).path
-              << (isBitArea(row.area) ? "bit  " : "byte ") << std::setw(6) << row.offset << "size "
-              << row.size << (name ? "  " : "") << (name ? name->description : "") << '\n';
+    std::ostringstream line;
+    line << std::left << std::setw(4) << row.id << std::setw(17) << (name ? name->name : "-")
+         << "area " << row.area << "  " << std::setw(19) << areaFile(row.area).path
+         << (isBitArea(row.area) ? "bit  " : "byte ") << std::setw(6) << row.offset << "size "
+         << row.size;
+    Terminal::printRow(line.str(), name ? name->description : "");
 }
 
 /// Version 1.0 had other words for some registers than for the same fields of the records.
@@ -86,11 +90,6 @@ bool hasReader(const char* pipe)
                   ": " + reasonOf(row, access));
 }
 
-Value::Bytes valueBytes(const RegisterRow& row)
-{
-    return Value::Bytes(isBitArea(row.area) ? (row.size + 7) / 8 : row.size, 0);
-}
-
 void store(const RegisterRow& row, const Value::Bytes& value, bool notify)
 {
     Value::Bytes buffer = value;
@@ -123,6 +122,11 @@ const RegisterRow& find(const std::string& word)
     throw UsageError("there is no register '" + word + "'; see panelctl reg list");
 }
 
+std::size_t byteSize(const RegisterRow& row)
+{
+    return isBitArea(row.area) ? (row.size + 7) / 8 : row.size;
+}
+
 std::string label(unsigned id)
 {
     const RegisterName* name = findRegisterName(id);
@@ -131,9 +135,8 @@ std::string label(unsigned id)
 
 Value::Bytes read(const RegisterRow& row)
 {
-    Value::Bytes buffer = valueBytes(row);
-    const std::size_t size = buffer.size();
-    buffer.resize(size + neighbourBytes);
+    const std::size_t size = byteSize(row);
+    Value::Bytes buffer(size + neighbourBytes);
     if (SysReg_Read(row.id, buffer.data()) != 0) {
         failTransfer("read", row, O_RDONLY);
     }
@@ -158,13 +161,13 @@ void Commands::regList(const Arguments& given)
 {
     QJsonArray rows;
     for (const RegisterRow& row : registerTable) {
-        if (given.has("--json")) {
+        if (given.has(Option::Json)) {
             rows.append(Json::ofRegister(row));
         } else {
             printRow(row);
         }
     }
-    if (given.has("--json")) {
+    if (given.has(Option::Json)) {
         Json::print(rows);
     }
 }
@@ -173,7 +176,7 @@ void Commands::regRead(const Arguments& given)
 {
     const RegisterRow& row = RegisterValue::find(given.words[0]);
     const Value::Bytes value = RegisterValue::read(row);
-    if (given.has("--json")) {
+    if (given.has(Option::Json)) {
         Json::print(RegisterValue::jsonOf(row, value));
     } else {
         std::cout << Value::show(kindOf(row), value) << '\n';
@@ -183,5 +186,6 @@ void Commands::regRead(const Arguments& given)
 void Commands::regWrite(const Arguments& given)
 {
     const RegisterRow& row = RegisterValue::find(given.words[0]);
-    store(row, Value::parse(kindOf(row), given.words[1], valueBytes(row)), given.has("--notify"));
+    const Value::Bytes empty(RegisterValue::byteSize(row), 0);
+    store(row, Value::parse(kindOf(row), given.words[1], empty), given.has(Option::Notify));
 }

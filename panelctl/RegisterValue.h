@@ -13,6 +13,9 @@ namespace RegisterValue {
 /// The register that @p word names or numbers. Throws UsageError when there is none.
 const RegisterRow& find(const std::string& word);
 
+/// Bytes that its value takes.
+std::size_t byteSize(const RegisterRow& row);
+
 /// "20 language", or the id alone.
 std::string label(unsigned id);
 

@@ -1,10 +1,15 @@
 #include "panelctl/ReplaceFile.h"
 
+#include "panelctl/Descriptor.h"
+
+#include <QFile>
 #include <QFileInfo>
-#include <QTemporaryFile>
 
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
+#include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace {
@@ -14,16 +19,72 @@ QString reason()
     return qt_error_string(errno);
 }
 
-/// Of the old file, or those that every new file of this process has.
-mode_t permissionsOf(const QByteArray& target)
+/// The folder of a file, held by one replacement at a time, so that two commands do not take each
+/// other's draft.
+class Folder
 {
-    struct stat old = {};
-    if (stat(target.constData(), &old) == 0) {
-        return old.st_mode & ALLPERMS;
+public:
+    explicit Folder(const QString& file)
+        : m_folder(::open(QFile::encodeName(QFileInfo(file).path()).constData(),
+                          O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_isHeld(m_folder.isOpen() && flock(m_folder.number(), LOCK_EX) == 0)
+    {
     }
-    const mode_t mask = umask(0);
-    umask(mask);
-    return DEFFILEMODE & ~mask;
+    int number() const { return m_folder.number(); }
+    bool isHeld() const { return m_isHeld; }
+
+private:
+    const Descriptor m_folder;
+    const bool m_isHeld;
+};
+
+/// A nameless file in the folder or, where there are none, a new one with the name.
+int openDraft(const Folder& folder, const QByteArray& name)
+{
+    constexpr mode_t nobodyElse = 0600;
+    unlinkat(folder.number(), name.constData(), 0); // of a command that was killed
+    const int nameless = openat(folder.number(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, nobodyElse);
+    return nameless >= 0 ? nameless
+                         : openat(folder.number(), name.constData(),
+                                  O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, nobodyElse);
+}
+
+bool writeAll(int file, const QByteArray& content)
+{
+    for (int at = 0; at < content.size();) {
+        const ssize_t count =
+            ::write(file, content.constData() + at, std::size_t(content.size() - at));
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        at += count > 0 ? int(count) : 0;
+    }
+    return true;
+}
+
+/// Owner and permissions of the old file, or those that every new file of this process has.
+bool takeOver(const Folder& folder, const QByteArray& old, int draft)
+{
+    struct stat found = {};
+    if (fstatat(folder.number(), old.constData(), &found, 0) != 0) {
+        const mode_t mask = umask(0);
+        umask(mask);
+        return fchmod(draft, DEFFILEMODE & ~mask) == 0;
+    }
+    // The owner first: to change it takes some permissions away.
+    return fchown(draft, found.st_uid, found.st_gid) == 0 &&
+           fchmod(draft, found.st_mode & ALLPERMS) == 0;
+}
+
+bool giveName(const Folder& folder, int draft, const QByteArray& name)
+{
+    struct stat found = {};
+    if (fstatat(folder.number(), name.constData(), &found, AT_SYMLINK_NOFOLLOW) == 0) {
+        return true; // it had one from the start
+    }
+    const std::string nameless = "/proc/self/fd/" + std::to_string(draft);
+    return linkat(AT_FDCWD, nameless.c_str(), folder.number(), name.constData(),
+                  AT_SYMLINK_FOLLOW) == 0;
 }
 
 } // namespace
@@ -31,16 +92,22 @@ mode_t permissionsOf(const QByteArray& target)
 QString replaceFile(const QString& path, const QByteArray& content)
 {
     const QFileInfo old(path);
-    const QString target = old.exists() ? old.canonicalFilePath() : path;
-    QTemporaryFile draft(target + QString::fromLatin1(".XXXXXX"));
-    if (!draft.open() || draft.write(content) != content.size() || !draft.flush()) {
-        return draft.errorString();
-    }
-    const QByteArray name = QFile::encodeName(target);
-    if (fchmod(draft.handle(), permissionsOf(name)) != 0 ||
-        std::rename(QFile::encodeName(draft.fileName()).constData(), name.constData()) != 0) {
+    const QFileInfo target(old.exists() ? old.canonicalFilePath() : path);
+    const QByteArray name = QFile::encodeName(target.fileName());
+    const QByteArray draftName = '.' + name + ".new";
+    const Folder folder(target.filePath());
+    if (!folder.isHeld()) {
         return reason();
     }
-    draft.setAutoRemove(false);
-    return {};
+    const Descriptor draft(openDraft(folder, draftName));
+    if (draft.isOpen() && writeAll(draft.number(), content) &&
+        takeOver(folder, name, draft.number()) && fsync(draft.number()) == 0 &&
+        giveName(folder, draft.number(), draftName) &&
+        renameat(folder.number(), draftName.constData(), folder.number(), name.constData()) == 0 &&
+        fsync(folder.number()) == 0) {
+        return {};
+    }
+    const QString wrong = reason();
+    unlinkat(folder.number(), draftName.constData(), 0);
+    return wrong;
 }

@@ -69,7 +69,6 @@ void writeText(const QString& text)
     if (!reason.isEmpty()) {
         fail("change", reason);
     }
-    ::sync(); // it has to outlive a power cut from now on
 }
 
 QString withoutAdapter(const QString& text, int adapter)
@@ -110,14 +109,14 @@ void Commands::dnsShow(const Arguments& given)
         const QJsonObject servers = jsonOf(text, adapter);
         all[adapterName(adapter)] = servers;
         for (const char* word : serverWords) {
-            if (!given.has("--json")) {
+            if (!given.has(Option::Json)) {
                 const QString address = servers[QString::fromLatin1(word)].toString("-");
                 std::cout << adapterName(adapter).toStdString() << ' ' << word << ' '
                           << address.toStdString() << '\n';
             }
         }
     }
-    if (given.has("--json")) {
+    if (given.has(Option::Json)) {
         Json::print(all);
     }
 }

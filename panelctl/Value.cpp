@@ -32,9 +32,29 @@ constexpr std::array switchWords{Word{"off", 0}, Word{"on", 1}};
 constexpr std::array languageWords{Word{"chinese", 0}, Word{"english", 1}};
 constexpr std::array adapterWords{Word{"auto", 0}, Word{"eth0", 1}, Word{"eth1", 2}};
 
-[[noreturn]] void refuse(const std::string& text, const std::string& fitting)
+[[noreturn]] void refuse(const std::string& text, const std::string& why)
 {
-    throw UsageError("'" + text + "' does not fit: " + fitting);
+    throw UsageError("'" + text + "' does not fit: " + why);
+}
+
+template <std::size_t count>
+std::string alternatives(const std::array<Word, count>& words)
+{
+    std::string text;
+    for (const Word& word : words) {
+        text += std::string(text.empty() ? "" : " or ") + word.text;
+    }
+    return text;
+}
+
+template <std::size_t count>
+std::vector<std::string> textsOf(const std::array<Word, count>& words)
+{
+    std::vector<std::string> texts;
+    for (const Word& word : words) {
+        texts.emplace_back(word.text);
+    }
+    return texts;
 }
 
 /// False for anything but digits, decimal or behind "0x" hexadecimal.
@@ -73,14 +93,12 @@ Bytes littleEndian(std::uint64_t value, std::size_t size)
 template <std::size_t count>
 Bytes parseWord(const std::array<Word, count>& words, const std::string& text, std::size_t size)
 {
-    std::string fitting;
     for (const Word& word : words) {
         if (text == word.text || text == std::to_string(word.number)) {
             return littleEndian(word.number, size);
         }
-        fitting += std::string(fitting.empty() ? "it takes " : " or ") + word.text;
     }
-    refuse(text, fitting);
+    refuse(text, "it takes " + alternatives(words));
 }
 
 template <std::size_t count>
@@ -161,7 +179,8 @@ std::string showMac(const Bytes& bytes)
 
 bool isLevel(std::uint64_t value)
 {
-    return value >= darkestLevel && value <= brightestLevel;
+    return value >= darkestLevel && value <= brightestLevel &&
+           (value - darkestLevel) % levelStep == 0;
 }
 
 std::string levelNote(std::uint64_t value)
@@ -321,6 +340,53 @@ std::string problem(Kind kind, const Bytes& bytes)
         return showWidth(bytes) == "0" ? "is no width of a screen" : "";
     default:
         return "";
+    }
+}
+
+std::string fitting(Kind kind, std::size_t size)
+{
+    switch (kind) {
+    case Kind::Reserved:
+        return "nothing, its meaning is not known";
+    case Kind::Bytes:
+        return std::to_string(size * 2) + " hexadecimal digits";
+    case Kind::Number:
+        return "a number from 0 to " + std::to_string(largestOf(size));
+    case Kind::Level:
+        return "a level: 76 to 200, 4 for each, or 0 for off";
+    case Kind::Switch:
+        return alternatives(switchWords);
+    case Kind::Ipv4:
+        return "an address like 192.168.1.10, or 0.0.0.0 for none";
+    case Kind::Netmask:
+        return "a netmask like 255.255.255.0";
+    case Kind::Mac:
+        return "a MAC address like 02:00:5e:0a:00:01";
+    case Kind::Language:
+        return alternatives(languageWords);
+    case Kind::DefaultAdapter:
+        return alternatives(adapterWords);
+    case Kind::AdapterCount:
+        return "1 or 2";
+    case Kind::Width:
+        return "a number from 1 to " + std::to_string(widestScreen);
+    }
+    return {};
+}
+
+std::vector<std::string> words(Kind kind)
+{
+    switch (kind) {
+    case Kind::Switch:
+        return textsOf(switchWords);
+    case Kind::Language:
+        return textsOf(languageWords);
+    case Kind::DefaultAdapter:
+        return textsOf(adapterWords);
+    case Kind::AdapterCount:
+        return {"1", "2"};
+    default:
+        return {};
     }
 }
 

@@ -25,6 +25,12 @@ Bytes parse(Kind kind, const std::string& text, const Bytes& before);
 /// Empty when nothing is.
 std::string problem(Kind kind, const Bytes& bytes);
 
+/// What parse() takes for a value of @p size bytes: "chinese or english".
+std::string fitting(Kind kind, std::size_t size);
+
+/// The words that parse() takes, where those are all.
+std::vector<std::string> words(Kind kind);
+
 /// Unsigned, little-endian; at most 8 bytes.
 std::uint64_t number(const Bytes& bytes);
 

@@ -1,6 +1,7 @@
 // reg watch.
 
 #include "panelctl/Commands.h"
+#include "panelctl/Descriptor.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterValue.h"
 #include "regstore/AreaFiles.h"
@@ -22,20 +23,6 @@
 #include <unistd.h>
 
 namespace {
-
-/// Owns a descriptor.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() { ::close(m_number); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return m_number; }
-
-private:
-    const int m_number;
-};
 
 /// The reading end of a notice pipe, which is made when it is missing. It is open for writing too,
 /// so that it does not end whenever a sender closes its own end.
@@ -128,7 +115,7 @@ void tellRange(const AreaNotice& range, bool json)
 
 void Commands::regWatch(const Arguments& given)
 {
-    const bool json = given.has("--json");
+    const bool json = given.has(Option::Json);
     const Descriptor ends(openSignals());
     const Descriptor registers(openPipe(registerPipe));
     const Descriptor areas(openPipe(areaPipe));

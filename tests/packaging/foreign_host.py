@@ -13,6 +13,8 @@ EXAMPLE = ROOT / "docs" / "example-host"
 PLUGIN = "lib/panel-settings/plugins/libSettingsPlugin.so"
 PANELCTL = "bin/panelctl"
 MANUAL = "share/man/man1/panelctl.1.gz"
+COMPLETIONS = {"share/bash-completion/completions/panelctl",
+               "share/zsh/vendor-completions/_panelctl"}
 SCREEN = (1024, 600)
 CLOSE_BUTTON = (SCREEN[0] - 55 + 20, 15 + 20)  # the middle of 40 x 40 pixels
 

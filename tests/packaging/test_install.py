@@ -9,8 +9,8 @@ import sys
 import tempfile
 import unittest
 
-from foreign_host import (CLOSE_BUTTON, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, Host, build,
-                          configure, files_in, run)
+from foreign_host import (CLOSE_BUTTON, COMPLETIONS, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, Host,
+                          build, configure, files_in, run)
 from vnc_operator import wait_for
 
 BUILD = pathlib.Path(sys.argv.pop(1))
@@ -37,7 +37,7 @@ class Installed(Folder):
         config = {f"{CONFIG}{part}.cmake" for part in ("Config", "ConfigVersion", "Targets")}
         example = {f"{DOCUMENTS}-dev/example-host/{path.name}" for path in EXAMPLE.iterdir()}
         about = ("CHANGELOG.md", "changelog.gz", "copyright")
-        panel = {PLUGIN, PANELCTL, MANUAL} | {f"{DOCUMENTS}/{name}" for name in about}
+        panel = {PLUGIN, PANELCTL, MANUAL} | COMPLETIONS | {f"{DOCUMENTS}/{name}" for name in about}
         host = ({HEADER, f"{DOCUMENTS}-dev/host-guide.md"} | config | example |
                 {f"{DOCUMENTS}-dev/{name}" for name in about})
         for component, files in (("plugin", panel), ("dev", host)):

@@ -1,14 +1,20 @@
 """panelctl and the resolver file; panelctl and the files of a new device."""
 
 import itertools
+import json
+import os
+import pathlib
+import re
 import resource
+import shutil
 import signal
 import stat
+import subprocess
 import unittest
 
 from panel_values import encode, fitting, unfit
-from panel_world import (AREA_PIPE, AREAS, REGISTER_PIPE, REGISTERS, RESOLVER, TABLES, PanelTest,
-                         noise, start)
+from panel_world import (AREA_PIPE, AREAS, PROGRAM, REGISTER_PIPE, REGISTERS, RESOLVER, TABLES,
+                         PanelTest, noise, start)
 
 # Lines of somebody else, in any encoding and with any line end.
 OTHERS = [b"# generated", b"search example.com", b"nameserver 9.9.9.9", b"eth0 begins this line",
@@ -19,6 +25,91 @@ ADAPTERS, SERVERS = ("eth0", "eth1"), ("first", "backup")
 
 def line(adapter, address):
     return f"nameserver {address} # {adapter}".encode()
+
+
+class Replacement(PanelTest):
+    """How a file gets its new content, seen with strace."""
+
+    TRACE = "/tmp/trace"
+    NEW = line("eth0", "2.2.2.2")
+
+    def setUp(self):
+        super().setUp()
+        self.keep_resolver()
+
+    def keep_resolver(self):
+        RESOLVER.write_bytes(line("eth0", "1.1.1.1"))
+
+    def trace(self, *options, words=("dns", "set", "eth0", "first", "2.2.2.2")):
+        """The calls of the program that name a file or a descriptor, as strace prints them."""
+        subprocess.run(["strace", "-y", "-o", self.TRACE, "-e", "trace=%file,%desc", *options,
+                        PROGRAM, *words], capture_output=True, check=False)
+        return pathlib.Path(self.TRACE).read_text(errors="replace").splitlines()
+
+    def test_content_and_name_reach_the_medium_in_their_order(self):
+        calls = self.trace()
+        at = {name: next(number for number, call in enumerate(calls) if pattern.search(call))
+              for name, pattern in {
+                  "write": re.compile(r"write\(4.*, \"nameserver 2"),
+                  "content": re.compile(r"fsync\(4"),
+                  "rename": re.compile(r"renameat"),
+                  "folder": re.compile(rf"fsync\(\d+<{RESOLVER.parent}>\)")}.items()}
+        self.assertEqual(sorted(at, key=at.get), ["write", "content", "rename", "folder"])
+
+    def test_owner_and_permissions_stay(self):
+        os.chown(RESOLVER, 0, 0)
+        for mode in (0o600, 0o644, 0o4755):
+            RESOLVER.chmod(mode)
+            before = RESOLVER.stat()
+            self.silent("dns", "set", "eth0", "first", f"2.2.2.{mode % 250}")
+            after = RESOLVER.stat()
+            self.assertNotEqual(after.st_ino, before.st_ino)
+            self.assertEqual((after.st_mode, after.st_uid, after.st_gid),
+                             (before.st_mode, before.st_uid, before.st_gid))
+        calls = "\n".join(self.trace())
+        self.assertRegex(calls, r"fchown\(4<.*, 0, 0\)")
+
+    def test_owner_that_cannot_be_kept_is_told_and_nothing_is_changed(self):
+        self.trace("-e", "inject=fchown:error=EPERM")
+        self.assertEqual(RESOLVER.read_bytes(), line("eth0", "1.1.1.1"))
+        self.assertEqual(self.drafts(), [])
+
+    def drafts(self):
+        return [path.name for path in RESOLVER.parent.iterdir() if path.name.endswith(".new")]
+
+    def calls_of(self, calls):
+        """Each call since the file was first named: its name and which of that name it is."""
+        seen, begun = {}, False
+        for call in calls:
+            name = call.split("(")[0]
+            begun = begun or str(RESOLVER) in call
+            if name.isidentifier():
+                seen[name] = seen.get(name, 0) + 1
+                if begun:
+                    yield name, seen[name]
+
+    def test_killed_at_any_call_it_leaves_the_old_file_or_the_new_one_and_nothing_else(self):
+        left = set()
+        for name, number in self.calls_of(self.trace()):
+            self.keep_resolver()
+            self.trace("-e", f"inject={name}:signal=KILL:when={number}")
+            with self.subTest(call=name, number=number):
+                self.assertIn(RESOLVER.read_bytes(), (line("eth0", "1.1.1.1"), self.NEW))
+                left |= set(self.drafts())
+                self.silent("dns", "set", "eth0", "first", "2.2.2.2")
+                self.assertEqual(self.drafts(), [])
+                self.assertEqual(RESOLVER.read_bytes(), self.NEW)
+        # Between getting its name and taking the place of the old file.
+        self.assertLessEqual(left, {".resolv.conf.new"})
+
+    def test_file_system_without_nameless_files_serves_as_well(self):
+        nameless = next(number for number, call in enumerate(
+            (call for call in self.trace() if call.startswith("openat(")), 1)
+            if "O_TMPFILE" in call)
+        self.keep_resolver()
+        self.trace("-e", f"inject=openat:error=EOPNOTSUPP:when={nameless}")
+        self.assertEqual(RESOLVER.read_bytes(), self.NEW)
+        self.assertEqual(self.drafts(), [])
 
 
 class Resolver(PanelTest):
@@ -224,16 +315,21 @@ class Areas(PanelTest):
                     self.create(f"{word}={text}")
                     self.assertTrue(self.made() == self.with_value(self.expected(), row, text))
 
-    def test_all_registers_at_once_and_the_last_value_counts(self):
-        for rows in (REGISTERS[:45], REGISTERS[45:]):
-            self.root = self.folder / str(rows[0]["id"])
-            expected, words = self.expected(), []
-            for row in rows:
-                for text in fitting(row)[:2]:
-                    words.append(f"{row['id']}={text}")
-                    expected = self.with_value(expected, row, text)
-            self.create(*words)
-            self.assertTrue(self.made() == expected)
+    def test_all_registers_at_once(self):
+        expected, words = self.expected(), []
+        for row in REGISTERS:
+            text = fitting(row)[1]
+            words.append(f"{row['id']}={text}")
+            expected = self.with_value(expected, row, text)
+        self.create(*words)
+        self.assertTrue(self.made() == expected)
+
+    def test_register_that_is_given_twice_is_refused(self):
+        for word in ("buzzer=off", "79=on"):
+            with self.subTest(word=word):
+                self.assertIn("79 buzzer is given twice", self.complaint(
+                    2, "areas", "create", "--root", self.root, "buzzer=on", "language=1", word))
+                self.assertFalse(self.root.exists())
 
     def test_values_that_do_not_fit_make_nothing(self):
         words = [f"{row['id']}={text}" for row in REGISTERS for text in unfit(row)[:2]]
@@ -272,6 +368,65 @@ class Areas(PanelTest):
         path.write_bytes(noise(100))
         self.assertIn(f"extended {path}\n", self.create("language=english"))
         self.assertEqual(path.read_bytes(), noise(100) + bytes(3996))
+
+    def problems(self, *words):
+        """What areas check finds below the folder, as lines and as JSON; its status fits."""
+        options = ("--root", self.root, *words)
+        as_json = start("areas", "check", *options, "--json")
+        rows = [(row["path"], row["problem"]) for row in json.loads(as_json.stdout)]
+        result = start("areas", "check", *options)
+        self.assertEqual(result.stdout.decode().splitlines(),
+                         [f"{path} {problem}" for path, problem in rows])
+        self.assertEqual((result.returncode, as_json.returncode), (bool(rows),) * 2)
+        if rows:
+            self.assertRegex(self.one_line(result.stderr), rf": {len(rows)} files? (is|are) not")
+        return rows
+
+    def test_check_finds_nothing_where_everything_was_just_made(self):
+        self.create()
+        self.assertEqual(self.problems(), [])
+        self.assertEqual(self.output("areas", "check", "--root", self.root), "")
+        self.root = self.folder / "stored"
+        self.create("--stored")
+        self.assertEqual(self.problems("--stored"), [])
+        self.assertEqual(len(self.problems()), 6)  # what lies in memory is missing
+
+    def test_check_finds_every_file_of_another_length(self):
+        for path, data in self.expected().items():
+            for size in (0, 1, 4095, 4097, 5000):
+                if data is None:
+                    continue
+                with self.subTest(path=path, size=size):
+                    shutil.rmtree(self.root, ignore_errors=True)
+                    self.create()
+                    path.write_bytes(noise(size))
+                    self.assertEqual(self.problems(),
+                                     [(str(path), f"has {size} bytes instead of 4096")])
+                    self.assertEqual(path.read_bytes(), noise(size))
+
+    def test_check_finds_what_is_missing_or_something_else(self):
+        for path, data in self.expected().items():
+            with self.subTest(path=path):
+                shutil.rmtree(self.root, ignore_errors=True)
+                self.create()
+                path.unlink()
+                self.assertEqual(self.problems(), [(str(path), "is missing")])
+                path.mkdir()
+                self.assertEqual(self.problems(),
+                                 [(str(path), "is no pipe" if data is None else "is no file")])
+
+    def test_check_without_a_root_looks_at_the_panel_itself(self):
+        self.hear(REGISTER_PIPE), self.hear(AREA_PIPE)
+        self.silent("areas", "check")
+        # A register that lies behind the end of a short file makes it longer, not whole.
+        AREAS[5].write_bytes(bytes(100))
+        self.assertIn("1 file is", self.complaint_with_output("areas", "check"))
+
+    def complaint_with_output(self, *words):
+        result = start(*words)
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(result.stdout.decode(), f"{AREAS[5]} has 100 bytes instead of 4096\n")
+        return self.one_line(result.stderr)
 
     def test_something_else_in_the_way_is_told(self):
         for path in self.expected():

@@ -1,12 +1,19 @@
 """panelctl's command line, its helps and its tables."""
 
+import contextlib
+import fcntl
 import itertools
 import json
+import os
 import pathlib
+import pty
 import re
+import struct
 import subprocess
+import termios
 import unittest
 
+from panel_values import fitting, shown, unfit
 from panel_world import (AREAS, FACTORY, FIELDS, PROGRAM, REGISTER_PIPE, REGISTERS, TABLES, WAIT_S,
                          PanelTest)
 
@@ -14,7 +21,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 COMMAND_NAMES = ["reg list", "reg read", "reg write", "reg watch", "device show", "device set",
                  "device dump", "device check", "device fields", "device create", "dns show",
-                 "dns set", "dns clear", "areas create", "tables"]
+                 "dns set", "dns clear", "areas create", "areas check", "tables", "complete", "help"]
 
 
 class CommandLine(PanelTest):
@@ -43,7 +50,8 @@ class CommandLine(PanelTest):
         for name, parameters in self.synopses().items():
             with self.subTest(name=name):
                 help_text = self.output(*name.split(), "--help")
-                self.assertIn(f"usage: panelctl {name} {parameters}\n", help_text)
+                self.assertIn(f"usage: panelctl {name} {parameters} ",
+                              " ".join(help_text.split()))
                 options = {word.strip("[]") for word in parameters.split() if "--" in word}
                 explained = {line.split()[0] for line in help_text.splitlines()
                              if line.startswith("  --")}
@@ -52,7 +60,7 @@ class CommandLine(PanelTest):
                 self.assertEqual(self.output(*name.split(), "any", "thing", "-h"), help_text)
 
     def test_unknown_options_are_refused_by_every_command(self):
-        unknown = ("--jsn", "-x", "-", "--", "--json=1")
+        unknown = ("--jsn", "-x", "--json=1", "--jsn=1")
         for name, option in itertools.product(COMMAND_NAMES, unknown):
             with self.subTest(name=name, option=option):
                 self.assertIn(f"'{option}'", self.complaint(2, *name.split(), option))
@@ -65,13 +73,87 @@ class CommandLine(PanelTest):
                 with self.subTest(name=name, option=option):
                     self.assertIn(option, self.complaint(2, *name.split(), option, "x"))
 
+    def test_options_may_stand_anywhere_and_have_their_value_behind_a_sign(self):
+        image = self.image_file(FACTORY)
+        expected = self.output("device", "show", "--image", image, "--json")
+        for words in (("--json", "device", "show", "--image", image),
+                      ("--image", image, "device", "--json", "show"),
+                      ("device", f"--image={image}", "show", "--json"),
+                      (f"--image={image}", "--json", "--", "device", "show")):
+            with self.subTest(words=words):
+                self.assertEqual(self.output(*words), expected)
+        odd = self.folder / "a=b"
+        odd.write_bytes(FACTORY)
+        self.assertEqual(self.output("device", "show", f"--image={odd}", "--json"), expected)
+
+    def test_options_that_are_given_twice_are_refused(self):
+        image = self.image_file(FACTORY)
+        for words in (("--json", "--json"), ("--image", image, f"--image={image}")):
+            with self.subTest(words=words):
+                self.assertIn("is given twice", self.complaint(2, "device", "show", *words))
+
+    def test_behind_two_hyphens_everything_is_a_word(self):
+        self.assertIn("'--json'", self.complaint(2, "reg", "read", "--", "--json"))
+        self.assertIn("usage", self.complaint(2, "device", "show", "--", "--json"))
+        self.assertEqual(self.output("--", "reg", "read", "language"),
+                         self.output("reg", "read", "language"))
+
+    def test_version_is_that_of_the_project(self):
+        version = re.search(r"VERSION ([\d.]+) LANG", (ROOT / "CMakeLists.txt").read_text())[1]
+        self.assertEqual(self.output("--version"), f"panelctl {version}\n")
+
+    def test_help_is_a_command_too(self):
+        self.assertEqual(self.output("help"), self.output("--help"))
+        for name in ("reg", *COMMAND_NAMES):
+            with self.subTest(name=name):
+                self.assertEqual(self.output("help", *name.split()),
+                                 self.output(*name.split(), "--help"))
+        self.assertIn("'jump'", self.complaint(2, "help", "jump"))
+        self.assertIn("'reg jump'", self.complaint(2, "help", "reg", "jump"))
+
+    def test_help_behind_a_register_or_field_says_what_its_value_may_be(self):
+        for row in REGISTERS:
+            word = row.get("name", row["id"])
+            with self.subTest(register=word):
+                self.check_help(row, ("reg", "write", word))
+        for field in FIELDS:
+            with self.subTest(field=field["name"]):
+                self.check_help(field, ("device", "set", field["name"]))
+
+    def check_help(self, row, words):
+        """The help names what a refusal of a wrong value names."""
+        said = self.output(*words, "--help").replace("\n", " ")
+        value = re.search(r"VALUE of [\w ]+: (.*?) ?$", said)[1]
+        for text in fitting(row)[:3]:
+            if row["kind"] in ("switch", "language", "default_adapter", "adapter_count"):
+                self.assertIn(shown(row, text), value)
+        refusal = self.complaint(2, *words, unfit(row)[0]) if row["kind"] in (
+            "switch", "language", "default_adapter", "number", "bytes") else None
+        if refusal:
+            self.assertIn(value, refusal)
+
+    def test_standard_input_can_be_an_image(self):
+        for words in (("show", "--json"), ("dump", "--json"), ("check",)):
+            with self.subTest(words=words):
+                self.assertEqual(self.output("device", *words, "--image", "-", input=FACTORY),
+                                 self.output("device", *words, "--image", self.image_file(FACTORY)))
+        self.assertIn("has 3 bytes", self.complaint(1, "device", "show", "--image", "-",
+                                                    input=b"abc"))
+        for words in (("set", "eth0_ip", "1.2.3.4"), ("create",)):
+            with self.subTest(words=words):
+                self.assertIn("standard input", self.complaint(2, "device", *words, "--image=-",
+                                                               cwd=self.folder))
+                self.assertFalse((self.folder / "-").exists())
+
     def test_wrong_number_of_words_is_answered_by_the_usage(self):
-        fixed = {"reg read": 1, "reg write": 2, "dns set": 3, "dns clear": 1}
+        fixed = {"help": 2, "reg read": 1, "reg write": 2, "dns set": 3, "dns clear": 1}
         for name in COMMAND_NAMES:
             right = fixed.get(name, 0)
             wrong = {right - 1, right + 1} - {-1}
-            if name in ("areas create", "device create"):  # any number
+            if name in ("areas create", "device create", "complete"):  # any number
                 continue
+            if name == "help":
+                wrong = {3}
             for count in (0, 1) if name == "device set" else wrong:
                 with self.subTest(name=name, count=count):
                     line = self.complaint(2, *name.split(), *["20"] * count)
@@ -100,6 +182,21 @@ class CommandLine(PanelTest):
                                         timeout=WAIT_S, check=False)
                 self.assertEqual(result.returncode, 1)
                 self.assertIn("output", self.one_line(result.stderr))
+
+
+def on_terminal(columns, *words):
+    """The lines of the program when its output is a terminal of that width."""
+    ours, its = pty.openpty()
+    fcntl.ioctl(its, termios.TIOCSWINSZ, struct.pack("HHHH", 25, columns, 0, 0))
+    with subprocess.Popen([PROGRAM, *map(str, words)], stdout=its) as process:
+        os.close(its)
+        seen = b""
+        with contextlib.suppress(OSError):  # what a terminal says when its other end is closed
+            while data := os.read(ours, 65536):
+                seen += data
+        os.close(ours)
+    assert process.returncode == 0, words
+    return seen.decode().splitlines()
 
 
 def examples():
@@ -164,7 +261,7 @@ class Tables(PanelTest):
         self.assertEqual(self.json("tables"), json.loads(self.output("tables")))
 
     def test_lists_for_people_have_one_line_for_each(self):
-        lines = self.output("reg", "list").splitlines()
+        lines = on_terminal(200, "reg", "list")
         self.assertEqual(len(lines), len(REGISTERS))
         for row, line in zip(REGISTERS, lines):
             words = line.split()
@@ -173,13 +270,66 @@ class Tables(PanelTest):
                                          str(row["offset"])])
             self.assertTrue(line.endswith(f"size {row['size']}" + (
                 f"  {row['description']}" if "name" in row else "")))
-        lines = self.output("device", "fields").splitlines()
+        lines = on_terminal(200, "device", "fields")
         self.assertEqual(len(lines), len(FIELDS))
         for field, line in zip(FIELDS, lines):
             self.assertEqual(line.split()[:6], [field["record"], field["name"], "byte",
                                                 str(field["imageOffset"]), "size",
                                                 str(field["size"])])
             self.assertTrue(line.endswith(field["description"]))
+
+    def test_lines_fit_the_terminal_or_80_columns(self):
+        image = self.image_file()
+        lists = [("reg", "list"), ("device", "fields"), ("device", "show", "--image", image),
+                 ("device", "dump", "--image", image), ("dns", "show"), ("--help",),
+                 *((*name.split(), "--help") for name in COMMAND_NAMES)]
+        for words in lists:
+            with self.subTest(words=words):
+                narrow = self.output(*words).splitlines()
+                self.assertLessEqual(max(map(len, narrow)), 80)
+                wide = on_terminal(200, *words)
+                self.assertLessEqual(len(wide), len(narrow))
+                self.assertEqual(" ".join(wide).split(), " ".join(narrow).split())
+        self.assertLess(len(on_terminal(200, "reg", "list")),
+                        len(self.output("reg", "list").splitlines()))
+
+
+class Completion(PanelTest):
+    def candidates(self, *words):
+        return self.output("complete", "--", *words).split()
+
+    def test_every_step_of_a_command_line_is_known(self):
+        names = [row["name"] for row in REGISTERS if "name" in row]
+        fields = [field["name"] for field in FIELDS]
+        groups = sorted({name.split()[0] for name in COMMAND_NAMES})
+        for words, expected in (
+                ((), groups), (("help",), groups),
+                (("dns",), ["clear", "set", "show"]), (("reg", "read"), [*names, "--json"]),
+                (("--json", "reg", "read"), [*names, "--json"]),
+                (("reg", "write", "language"), ["chinese", "english", "--notify"]),
+                (("device", "set"), [*fields, "--image"]),
+                (("device", "set", "--image", "x", "settings_close_hidden"),
+                 ["off", "on", "--image"]),
+                (("device", "set", "brightness", "76"), [*fields, "--image"]),
+                (("dns", "set"), ["eth0", "eth1"]), (("dns", "set", "eth0"), ["first", "backup"]),
+                (("dns", "set", "eth0", "first"), []), (("reg", "watch"), ["--json"]),
+                (("areas", "create"), [*(f"{name}=" for name in names), "--json", "--root",
+                                       "--stored"]), (("jump",), [])):
+            with self.subTest(words=words):
+                self.assertEqual(self.candidates(*words), expected)
+
+    def test_bash_completes_with_it(self):
+        script = f"""
+            PATH={pathlib.Path(PROGRAM).parent}:$PATH
+            . {ROOT}/panelctl/completion/panelctl.bash
+            COMP_WORDS=(panelctl reg write default_adapter e) COMP_CWORD=4
+            _panelctl
+            printf '%s\n' "${{COMPREPLY[@]}}"
+            complete -p panelctl"""
+        done = subprocess.run(["bash", "-c", script], capture_output=True, text=True, check=True)
+        self.assertEqual(done.stdout.splitlines(),
+                         ["eth0", "eth1", "complete -o default -F _panelctl panelctl"])
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
