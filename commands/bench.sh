@@ -8,8 +8,8 @@ END
 
 panel_bench() {
     no_options "$@"
-    install_packages build test bench
     need_namespaces
+    install_packages build test bench
     build bench
     local program status=0
     for program in "$root"/build/bench/benchmarks/bench_*; do

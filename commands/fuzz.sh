@@ -20,8 +20,8 @@ panel_fuzz() {
         [ -d "$root/fuzz/corpus/$target" ] ||
             fail "unknown target '$target'; there are: $(cd "$root/fuzz/corpus" && echo *)"
     done
-    install_packages build test fuzz
     need_namespaces
+    install_packages build test fuzz
     build fuzz
     exec "$root/fuzz/run" --build "$root/build/fuzz" --seconds "$seconds" "$@"
 }

@@ -14,8 +14,8 @@ END
 }
 
 panel_run() {
-    local state=${XDG_STATE_HOME:-${HOME:-}/.local/state}/panel-settings size=1024x600 adapters=2
-    local switches=()
+    local state size=1024x600 adapters=2 switches=()
+    state=$(default_state)
     while [ $# -gt 0 ]; do
         case $1 in
         --fresh | --inspect) switches+=("$1"); shift; continue ;;
@@ -33,10 +33,9 @@ panel_run() {
         fail "--size is WxH in pixels, for example 1024x600, not '$size'"
     [[ $adapters =~ ^[12]$ ]] || fail "--adapters is 1 or 2, not '$adapters'"
     [ -n "$state" ] || fail "--state needs a folder"
-    { mkdir -p "$state" && [ -w "$state" ]; } 2>/dev/null ||
-        fail "no permission to write to $state; choose another folder with --state DIR"
-    install_packages build run
+    make_folder "$state" "choose another folder with --state DIR"
     need_namespaces
+    install_packages build run
     build release SettingsPlugin panelctl panel-host
     exec "$root/simulator/run" --build "$root/build/release" --state "$state" --size "$size" \
         --adapters "$adapters" "${switches[@]}"

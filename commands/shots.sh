@@ -8,8 +8,8 @@ END
 
 panel_shots() {
     no_options "$@"
-    install_packages build test
     need_namespaces
+    install_packages build test
     build release SettingsPlugin panelctl panel-shots
     exec "$root/simulator/shots" --build "$root/build/release" "$root/shots"
 }

@@ -23,8 +23,8 @@ panel_soak() {
         esac
         shift 2
     done
-    install_packages build test
     need_namespaces
+    install_packages build test
     build asan-ubsan
     exec "$root/simulator/sandbox" --build "$root/build/asan-ubsan" -- \
         "$root/build/asan-ubsan/tests/soak/soak" --seed "$seed" --presses "$presses"

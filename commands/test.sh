@@ -20,15 +20,15 @@ ctest_totals() {
 
 panel_test() {
     no_options "$@"
-    install_packages build test fuzz
     need_namespaces
+    install_packages build test fuzz
     local passed=0 failed=0 preset log status=0
     "$root/tests/check-sources" || fail "the sources are not as they should be; see above"
     for preset in release asan-ubsan fuzz; do
-        echo "panel: building $preset"
         build "$preset"
         log=$root/build/$preset/test.log
-        (cd "$root" && ctest --preset "$preset" --parallel "$(nproc)") 2>&1 | tee "$log" || true
+        (cd "$root" && ctest --preset "$preset" --parallel "$(nproc)") 2>&1 |
+            show_tests "testing $preset" "$log" || true
         ctest_totals "$log"
     done
     [ "$failed" -eq 0 ] || status=1

@@ -3,7 +3,7 @@
 # occasional lines in a log.
 
 occasion_s=30 # a log gets a line so often
-progress_shown='' progress_at=-$occasion_s
+progress_shown='' progress_what='' progress_at=0
 
 # say TEXT: a line that stays.
 say() {
@@ -11,15 +11,16 @@ say() {
     echo "panel: $1"
 }
 
-# progress TEXT: how far it is, until the next text comes.
+# progress WHAT HOW_FAR: how far something is, until the next text comes. A log gets a line when
+# something else begins.
 progress() {
     if [ -t 1 ]; then
-        local columns=${COLUMNS:-80} text="panel: $1"
-        printf '\r\033[K%s' "${text:0:columns-1}"
+        local text="panel: $1: $2"
+        printf '\r\033[K%s' "${text:0:79}"
         progress_shown=yes
-    elif [ $((SECONDS - progress_at)) -ge "$occasion_s" ]; then
-        echo "panel: $1"
-        progress_at=$SECONDS
+    elif [ "$1" != "$progress_what" ] || [ $((SECONDS - progress_at)) -ge "$occasion_s" ]; then
+        echo "panel: $1: $2"
+        progress_what=$1 progress_at=$SECONDS
     fi
 }
 
@@ -27,5 +28,4 @@ progress() {
 finish_progress() {
     [ -z "$progress_shown" ] || printf '\r\033[K'
     progress_shown=''
-    progress_at=$((SECONDS - occasion_s))
 }

@@ -1,6 +1,7 @@
 """What ./panel says and does, in a machine made of stand-ins: nothing is installed, built or run
 in earnest. Every stand-in writes its call down."""
 
+import fcntl
 import os
 import pathlib
 import shutil
@@ -11,8 +12,20 @@ import unittest
 
 sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-BASICS = ("bash", "cat", "dirname", "env", "grep", "ls", "mkdir", "readlink", "rm", "sed", "sh",
-          "sort", "tail", "tee", "tr")
+BASICS = ("bash", "cat", "dirname", "env", "flock", "grep", "ls", "mkdir", "readlink", "rm", "rmdir",
+          "sed", "sh", "sort", "tail", "true")
+CONFIGURE = """case $1$2 in --presetrelease | --presetasan-ubsan | --presetfuzz)
+mkdir -p build/$2; : >build/$2/build.ninja
+echo "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" >build/$2/CMakeCache.txt
+echo "CMAKE_CACHEFILE_DIR:INTERNAL=$PWD/build/$2" >>build/$2/CMakeCache.txt ;; esac"""
+
+
+AS_ASKED = " -o DPkg::Lock::Timeout=600 -o APT::Status-Fd=1"
+UPDATE = f"apt-get update -q -o APT::Update::Error-Mode=any{AS_ASKED}"
+
+
+def install(*packages):
+    return f"apt-get install -q -y --no-install-recommends {' '.join(packages)}{AS_ASKED}"
 
 
 class Machine(unittest.TestCase):
@@ -41,8 +54,10 @@ class Machine(unittest.TestCase):
         self.stand_in("apt-get")
         self.stand_in("cpack", 'mkdir -p "$4/_CPack_Packages"; : >"$4/panel-settings_1_all.deb"')
         self.stand_in("ctest", "echo '100% tests passed, 0 tests failed out of 4'")
-        self.stand_in("cmake", 'case $1$2 in --presetrelease | --presetasan-ubsan | --presetfuzz)'
-                      'mkdir -p build/$2; : >build/$2/build.ninja ;; esac')
+        self.stand_in("cmake", CONFIGURE)
+        self.stand_in("unshare", quiet=True)
+        self.stand_in("df", "echo Avail; echo 9999999", quiet=True)
+        self.stand_in("sleep", quiet=True)
         for target in ("registers", "resolver"):
             (self.project / "fuzz" / "corpus" / target).mkdir(parents=True)
         for name in ("simulator/run", "simulator/sandbox", "simulator/shots", "tests/lint",
@@ -131,7 +146,7 @@ class Words(Machine):
     def test_help_names_every_command_and_option(self):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
-            for word in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package", "--size",
+            for word in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package", "clean", "--size",
                          "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
                          "--presses"):
                 self.assertIn(word, text)
@@ -139,7 +154,8 @@ class Words(Machine):
 
     def test_each_command_explains_itself_and_does_nothing_else(self):
         everything = self.succeed("help")
-        for command in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package"):
+        for command in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
+                        "clean"):
             for arguments in ([command, "--help"], [command, "-h"], ["help", command],
                               [command, "--nonsense", "--help"]):
                 with self.subTest(arguments=arguments):
@@ -215,8 +231,8 @@ class Run(Machine):
 
     def test_builds_what_it_runs_and_no_more(self):
         self.succeed("run")
-        self.assertIn("cmake --build --preset release --target SettingsPlugin panelctl panel-host "
-                      "-- --quiet", self.calls())
+        self.assertIn("cmake --build --preset release --target SettingsPlugin panelctl panel-host",
+                      self.calls())
 
     def test_failing_build_starts_no_panel(self):
         self.stand_in("cmake", "case $1 in --build) exit 1 ;; esac")
@@ -309,14 +325,13 @@ class Packages(Machine):
         self.succeed("run")
         self.assertEqual(
             self.calls()[:2],
-            ["apt-get update -q",
-             "apt-get install -q -y --no-install-recommends bubblewrap g++"])
+            [UPDATE, install("bubblewrap", "g++")])
 
     def test_package_that_was_removed_counts_as_missing(self):
         self.stand_in("dpkg-query", 'case "$*" in *" cmake") echo config-files ;;'
                       "*) echo installed ;; esac", quiet=True)
         self.succeed("run")
-        self.assertIn("apt-get install -q -y --no-install-recommends cmake", self.calls())
+        self.assertIn(install("cmake"), self.calls())
 
     def test_install_asks_nothing(self):
         self.without_package("cmake")
@@ -330,19 +345,18 @@ class Packages(Machine):
         self.succeed("package")
         self.assertFalse(any(call.startswith("apt-get") for call in self.calls()))
         self.succeed("run")
-        self.assertIn("apt-get install -q -y --no-install-recommends tigervnc-viewer", self.calls())
+        self.assertIn(install("tigervnc-viewer"), self.calls())
         self.succeed("lint")
-        self.assertIn("apt-get install -q -y --no-install-recommends clang-tidy", self.calls())
+        self.assertIn(install("clang-tidy"), self.calls())
 
     def test_user_installs_through_sudo(self):
         self.without_package("cmake")
         self.stand_in("id", "echo 1000", quiet=True)
         self.stand_in("sudo")
         self.succeed("run")
-        self.assertEqual(self.calls()[:2], [
-            "sudo apt-get update -q",
-            "sudo env DEBIAN_FRONTEND=noninteractive apt-get install -q -y "
-            "--no-install-recommends cmake"])
+        as_root = "sudo env LC_ALL=C DEBIAN_FRONTEND=noninteractive "
+        self.assertEqual(self.calls()[:3],
+                         ["sudo -n -v", as_root + UPDATE, as_root + install("cmake")])
 
     def test_machine_without_package_manager_names_the_packages(self):
         self.without("dpkg-query")
@@ -360,19 +374,276 @@ class Packages(Machine):
     def test_refused_sudo_is_told_what_root_has_to_run(self):
         self.without_package("cmake")
         self.stand_in("id", "echo 1000", quiet=True)
-        self.stand_in("sudo", "exit 1")
-        self.assert_refused(["run"], "as root run: apt-get")
+        self.stand_in("sudo", "echo sudo: a password is required >&2; exit 1")
+        self.assert_refused(["run"], "sudo refused; as root run: apt-get install cmake")
+        self.assertEqual(self.calls(), ["sudo -n -v"])
+
+    def apt_get_that(self, verb, text, status=100):
+        """An apt-get one of whose verbs says something and fails."""
+        self.stand_in("apt-get", f"case $1 in {verb}) cat <<'END'\n{text}\nEND\nexit {status} ;; esac")
 
     def test_failed_installation_ends_with_the_command_to_run(self):
         self.without_package("cmake")
-        self.stand_in("apt-get", "case $1 in install) exit 100 ;; esac")
-        self.assert_refused(["run"], "as root run: apt-get install cmake")
+        self.apt_get_that("install", "Reading state information...\nE: Held broken packages.")
+        self.assert_refused(["run"], "cannot be installed (Held broken packages.)",
+                            "as root run: apt-get install cmake")
         self.assertFalse(any(call.startswith("cmake") for call in self.calls()))
 
-    def test_forbidden_namespaces_are_told_with_the_way_out(self):
-        self.stand_in("bwrap", "exit 1")
-        for command in ("run", "test", "shots"):
-            self.assert_refused([command], "forbids user namespaces; ")
+    def test_a_machine_without_network_is_told_so_at_once(self):
+        self.without_package("cmake")
+        self.apt_get_that("update", "Err:1 http://deb.example InRelease\n"
+                          "  Could not resolve 'deb.example'\n"
+                          "E: Failed to fetch http://deb.example  Could not resolve 'deb.example'")
+        self.assert_refused(["run"], "no network: Could not resolve 'deb.example'; connect")
+        self.assertEqual(self.calls(), [UPDATE])
+
+    def test_one_of_several_sources_that_is_silent_stops_nothing(self):
+        self.without_package("cmake")
+        self.apt_get_that("update", "Hit:1 http://deb.example InRelease\n"
+                          "E: Failed to fetch http://other.example Could not resolve 'other.example'")
+        self.succeed("run")
+        self.assertIn(install("cmake"), self.calls())
+
+    def test_a_held_package_lock_is_waited_for_and_told(self):
+        held = "E: Could not get lock /var/lib/apt/lists/lock. It is held by process 77 (other)"
+        for verb in ("update", "install"):
+            with self.subTest(verb=verb):
+                self.without_package("cmake")
+                self.stand_in("apt-get", f"""
+                    [ $1 = {verb} ] || exit 0
+                    [ $(grep -c "^apt-get {verb}" {self.log}) -gt 2 ] || {{ echo "{held}"; exit 100; }}""")
+                output = self.succeed("run")
+                self.assertIn("another installation (other, process 77) has to end first", output)
+                self.assertEqual(len([call for call in self.calls()
+                                      if call.startswith(f"apt-get {verb}")]), 3)
+
+    def test_a_lock_that_is_never_let_go_is_told(self):
+        self.without_package("cmake")
+        self.apt_get_that("update", "E: Could not get lock /var/lib/apt/lists/lock.")
+        for name in ("packages", "words"):
+            part = self.project / "commands" / "parts" / f"{name}.sh"
+            part.write_text(part.read_text().replace("lock_patience_s=600", "lock_patience_s=4"))
+        self.assert_refused(["run"], "another installation goes on; run this again")
+
+    def test_a_full_disk_is_told_whoever_meets_it(self):
+        self.without_package("cmake")
+        full = "E: You don't have enough free space in /var/cache/apt/archives/."
+        self.apt_get_that("install", full)
+        self.assert_refused(["run"], "a disk is full; free some space")
+        self.without_package("none")
+        for step in ("--preset", "--build"):
+            self.stand_in("cmake", f"case $1 in {step}) echo No space left on device; exit 1 ;; esac")
+            result = self.panel("run")
+            self.assertEqual(result.returncode, 2)
+            self.assertIn("panel: a disk is full; free some space", result.stderr)
+        self.stand_in("cmake", "exit 1")
+        self.stand_in("df", f"case $3 in {self.project}) echo Avail; echo 12 ;; esac", quiet=True)
+        self.assert_refused(["run"], f"the disk with {self.project} is full")
+
+    def test_size_and_progress_of_an_installation_are_told(self):
+        self.without_package("cmake")
+        self.stand_in("apt-get", """[ "$1" = install ] || exit 0
+            echo "Need to get 13.2 MB of archives."
+            echo "After this operation, 61.4 MB of additional disk space will be used."
+            echo "dlstatus:1:20.3:Retrieving file 3 of 90 (3min remaining)"
+            echo "pmstatus:cmake:66.6:Unpacking cmake (amd64)" """)
+        output = self.succeed("run").splitlines()
+        self.assertEqual(output[:5], [
+            "panel: installing cmake",
+            "panel: 13.2 MB to download, 61.4 MB on the disk",
+            "panel: downloading: 20 %, retrieving file 3 of 90 (3min remaining)",
+            "panel: installing: 66 %, unpacking cmake (amd64)",
+            "panel: installed"])
+
+    def test_a_second_group_of_packages_updates_no_lists_again(self):
+        self.without("bwrap")
+        self.without_package("bubblewrap", "cmake")
+        self.stand_in("apt-get", f': >{self.tools}/bwrap; echo "#!/bin/sh" >{self.tools}/bwrap;'
+                      f'/usr/bin/chmod +x {self.tools}/bwrap')
+        self.succeed("run")
+        self.assertEqual([call for call in self.calls() if call.startswith("apt-get")],
+                         [UPDATE, install("bubblewrap"), install("bubblewrap", "cmake")])
+
+
+class Namespaces(Machine):
+    def kernel(self, **switches):
+        """A kernel that has these switches and no others."""
+        cases = " ".join(f"*/{name}) echo {value} ;;" for name, value in switches.items())
+        self.stand_in("cat", f'case $1 in {cases} /proc/sys/*) exit 1 ;; *) exec /usr/bin/cat "$@" ;;'
+                      'esac', quiet=True)
+
+    def test_forbidden_ones_are_told_in_the_words_of_who_was_refused(self):
+        self.kernel()
+        words = "bwrap: setting up uid map: Permission denied"
+        self.stand_in("bwrap", f"echo '{words}' >&2; exit 1")
+        for command in ("run", "test", "shots", "bench", "fuzz", "soak"):
+            self.assert_refused([command], f"forbids user namespaces ({words}); ")
+
+    def test_the_cure_is_a_switch_that_this_kernel_has(self):
+        self.stand_in("unshare", "echo unshare: unshare failed: Operation not permitted >&2; exit 1")
+        for switches, cure in (
+                ({"unprivileged_userns_clone": 0}, "sysctl kernel.unprivileged_userns_clone=1"),
+                ({"unprivileged_userns_clone": 1, "max_user_namespaces": 0},
+                 "sysctl user.max_user_namespaces=15000"),
+                ({"max_net_namespaces": 0}, "sysctl user.max_net_namespaces=15000"),
+                ({"apparmor_restrict_unprivileged_userns": 1, "max_user_namespaces": 999},
+                 "sysctl kernel.apparmor_restrict_unprivileged_userns=0"),
+                ({"max_user_namespaces": 999}, "in a container, start it with --privileged")):
+            with self.subTest(switches=switches):
+                self.kernel(**switches)
+                self.assert_refused(["run"], "(unshare: unshare failed: Operation not permitted)",
+                                    f"; {cure if 'container' in cure else 'as root run: ' + cure}\n")
+
+    def test_nothing_is_installed_where_they_are_forbidden(self):
+        self.without("bwrap")
+        self.without_package("bubblewrap", "cmake")
+        self.stand_in("unshare", "exit 1", quiet=True)
+        self.assert_refused(["run"], "forbids user namespaces")
+        self.assertEqual(self.calls(), [])
+
+
+class Places(Machine):
+    def moved(self, how):
+        self.succeed("run")
+        self.calls()
+        elsewhere = self.folder / "elsewhere"
+        how(self.project, elsewhere)
+        self.project = elsewhere
+        self.succeed("run")
+        return self.calls()
+
+    def test_a_copied_checkout_is_configured_again(self):
+        self.assertIn("cmake --preset release",
+                      self.moved(lambda old, new: shutil.copytree(old, new, symlinks=True)))
+
+    def test_a_moved_checkout_is_configured_again(self):
+        self.assertIn("cmake --preset release", self.moved(os.rename))
+
+    def test_another_name_of_the_same_checkout_is_not(self):
+        self.assertNotIn("cmake --preset release",
+                         self.moved(lambda old, new: new.symlink_to(old)))
+
+    def test_a_moved_build_folder_is_configured_again(self):
+        self.succeed("run")
+        self.calls()
+        (self.project / "build" / "release").rename(self.project / "build" / "fuzz")
+        self.succeed("fuzz")
+        self.assertIn("cmake --preset fuzz", self.calls())
+
+
+class Progress(Machine):
+    def test_steps_of_a_build_are_told_and_nothing_that_is_nobodys(self):
+        self.stand_in("cmake", CONFIGURE + """
+            [ $1 = --build ] || exit 0
+            echo "ninja: Entering directory"; echo "${NINJA_STATUS:+panel-step 1 2 Building x.o}"
+            echo "panel-step 2 2 Linking x"; echo "ninja: no work to do." """)
+        output = self.succeed("run").splitlines()
+        self.assertEqual(output, ["panel: configuring: release",
+                                  "panel: building release: 1 of 2 steps"])
+        self.assertEqual(self.succeed("run").splitlines(), ["panel: building release: 1 of 2 steps"])
+
+    def test_what_a_failed_build_says_is_shown(self):
+        self.stand_in("cmake", CONFIGURE + """
+            [ $1 = --build ] || exit 0
+            echo "panel-step 1 2 Building x.o"; echo "x.cpp:3: error: no such thing"; exit 1""")
+        result = self.panel("run")
+        self.assertEqual((result.returncode, result.stderr.splitlines()),
+                         (2, ["x.cpp:3: error: no such thing",
+                              "panel: the build failed; see above"]))
+
+    def on_terminal(self, *arguments):
+        """What a command writes to a terminal."""
+        master, slave = os.openpty()
+        process = subprocess.Popen([self.project / "panel", *arguments], stdout=slave, stderr=slave,
+                                   stdin=subprocess.DEVNULL,
+                                   env={"PATH": str(self.tools), "HOME": str(self.home)})
+        os.close(slave)
+        written = b""
+        while True:
+            try:
+                piece = os.read(master, 4096)
+            except OSError:
+                break
+            written += piece
+        os.close(master)
+        self.assertEqual(process.wait(timeout=60), 0, written)
+        return written.decode()
+
+    def test_on_a_terminal_all_of_it_is_on_one_line_that_goes(self):
+        self.stand_in("cmake", CONFIGURE + """
+            [ $1 = --build ] || exit 0
+            echo "panel-step 1 2 Building x.o"; echo "panel-step 2 2 Linking x" """)
+        self.assertEqual(self.on_terminal("run"),
+                         "".join(f"\r\x1b[Kpanel: {text}" for text in
+                                 ("configuring: release", "building release: 1 of 2 steps",
+                                  "building release: 2 of 2 steps")) + "\r\x1b[K")
+
+    def test_tests_passed_are_counted_and_failed_ones_shown(self):
+        self.stand_in("ctest", """
+            echo "Test project /somewhere"
+            echo "      Start  1: test_a"
+            echo "1/3 Test  #1: test_a ...........   Passed    0.53 sec"
+            echo "2/3 Test  #2: test_b ...........***Failed    0.53 sec"
+            echo "what b says"
+            echo "3/3 Test  #3: test_c ...........   Passed    1.53 sec"
+            echo
+            echo "67% tests passed, 1 tests failed out of 3" """)
+        shown = self.panel("test").stdout.splitlines()
+        start = shown.index("panel: testing release: 1 of 3 passed")
+        self.assertEqual(shown[start + 1:start + 4],
+                         ["2/3 Test  #2: test_b ...........***Failed    0.53 sec", "what b says",
+                          "67% tests passed, 1 tests failed out of 3"])
+        self.assertIn("#1: test_a",
+                      (self.project / "build" / "release" / "test.log").read_text())
+
+
+class Clean(Machine):
+    def device(self, folder):
+        for name in ("hmi_data", "state", "Config"):
+            (folder / name).mkdir(parents=True)
+        (folder / "state" / "image").touch()
+        return folder
+
+    def usual_device(self):
+        return self.device(self.home / ".local" / "state" / "panel-settings")
+
+    def test_removes_what_was_built_and_nothing_else(self):
+        device = self.usual_device()
+        self.succeed("run")
+        (self.project / "shots").mkdir()
+        self.succeed("clean")
+        self.assertFalse((self.project / "build").exists() or (self.project / "shots").exists())
+        self.assertTrue((device / "state" / "image").exists())
+        self.assertTrue((self.project / "panel").exists())
+        self.succeed("clean")
+
+    def test_tells_the_packages_that_were_installed(self):
+        self.without_package("cmake", "g++")
+        self.succeed("run")
+        self.assertIn("as root run: apt-get autoremove cmake g++\n", self.succeed("clean"))
+        self.assertNotIn("autoremove", self.succeed("clean"))
+
+    def test_removes_the_device_when_asked_and_only_that(self):
+        device = self.usual_device()
+        self.succeed("clean", "--device")
+        self.assertFalse(device.exists())
+        own = self.device(self.folder / "my files")
+        (own / "letter").touch()
+        self.succeed("clean", "--device", "--state", str(own))
+        self.assertEqual([path.name for path in own.iterdir()], ["letter"])
+        self.assertIn("there is no device in", self.succeed("clean", "--device", "--state", str(own)))
+
+    def test_a_running_device_stays(self):
+        device = self.usual_device()
+        for lock in (device, device / "lock"):
+            if lock != device:
+                lock.touch()
+            with self.subTest(lock=lock):
+                descriptor = os.open(lock, os.O_RDONLY)
+                fcntl.flock(descriptor, fcntl.LOCK_EX)
+                self.assert_refused(["clean", "--device"], "runs; end that panel first")
+                os.close(descriptor)
+                self.assertTrue((device / "state" / "image").exists())
 
 
 class Test(Machine):
