@@ -19,8 +19,8 @@ namespace NamedRegisterDetail {
 /// announced otherwise.
 constexpr unsigned idOf(std::string_view name, Announced announced)
 {
-    // By reference: with the sanitizers, the compiler takes no comparison of a pointer with null for
-    // a constant.
+    // By reference: with the sanitizers, the compiler takes no comparison of a pointer with null
+    // for a constant.
     for (const RegisterName& row : registerNames) {
         if (row.name == name && row.announced == announced) {
             return row.id;
