@@ -4,10 +4,12 @@
 #include "common/KeyStyle.h"
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
+#include "common/Signs.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QLayout>
+#include <QPixmap>
 #include <QPushButton>
 
 namespace {
@@ -21,14 +23,27 @@ constexpr QLatin1String boxStyle =
     "QMessageBox{background-color:rgb(255, 255, 255);border:2px solid #000000;"
     "border-radius:3px;}"_l1;
 
+QPixmap signOf(QMessageBox::Icon icon)
+{
+    QPixmap sign;
+    if (icon == QMessageBox::Critical) {
+        sign.loadFromData(Signs::critical, sizeof Signs::critical);
+    } else {
+        sign.loadFromData(Signs::information, sizeof Signs::information);
+    }
+    return sign;
+}
+
 void layOut(QMessageBox& box, const QFont& font)
 {
     box.layout()->setContentsMargins(margin, margin, margin, margin);
     auto* text = box.findChild<QLabel*>("qt_msgbox_label"_l1);
     text->setFont(font);
     text->setMinimumSize(text->sizeHint().expandedTo(textSize));
-    box.layout()->setAlignment(box.findChild<QLabel*>("qt_msgboxex_icon_label"_l1),
-                               Qt::AlignVCenter);
+    // Not by setIconPixmap(): the box would forget the kind of its icon.
+    auto* sign = box.findChild<QLabel*>("qt_msgboxex_icon_label"_l1);
+    sign->setPixmap(signOf(box.icon()));
+    box.layout()->setAlignment(sign, Qt::AlignVCenter);
     box.findChild<QDialogButtonBox*>()->setCenterButtons(true);
 }
 

@@ -95,6 +95,8 @@ void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettin
     setBrightnessRow(font);
     setClockRow(font);
     setBuzzerRow(font);
+    m_backlightCaption.setFont(font);
+    m_initialWindowCaption.setFont(font);
 
     const int stretches[] = {1, 1, 1, 2, 2, 1, 1};
     for (int column = 0; column < int(std::size(stretches)); ++column) {

@@ -131,7 +131,6 @@ void Settings::refresh()
 void Settings::updateLanguage(Settings::Language lang)
 {
     m_language = lang;
-    setLanguageFaces();
     Translation::load(m_translator, m_language);
     const quint32 value = m_language;
     Registers::language.writeNotify(value);

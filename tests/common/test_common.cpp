@@ -166,6 +166,11 @@ void TestCommon::font_isRegisteredOnce()
     for (int round = 0; round < 100; ++round) {
         QCOMPARE(PanelFont::registerFile(fontFile), id);
     }
+    // Qt hands its places out in order: the next font stands right behind, or the hundred are
+    // there.
+    const int next = QFontDatabase::addApplicationFont(fontFile);
+    QVERIFY(QFontDatabase::removeApplicationFont(next));
+    QCOMPARE(next, id + 1);
 }
 
 void TestCommon::font_droppedByTheHost_isRegisteredAgain()
@@ -232,10 +237,11 @@ void TestCommon::message_showsWhatItIsGiven_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QMessageBox::StandardButton>("button");
     QTest::addColumn<QString>("caption");
+    QTest::addColumn<QString>("sign");
     QTest::newRow("short") << QMessageBox::Critical << QStringLiteral("no") << QMessageBox::Ok
-                           << QStringLiteral("OK");
+                           << QStringLiteral("OK") << "critical";
     QTest::newRow("long") << QMessageBox::Information << QString(40, QLatin1Char('w'))
-                          << QMessageBox::Yes << QStringLiteral("Yes");
+                          << QMessageBox::Yes << QStringLiteral("Yes") << "information";
 }
 
 void TestCommon::message_showsWhatItIsGiven()
@@ -244,6 +250,7 @@ void TestCommon::message_showsWhatItIsGiven()
     QFETCH(QString, text);
     QFETCH(QMessageBox::StandardButton, button);
     QFETCH(QString, caption);
+    QFETCH(QString, sign);
     const int fontId = PanelFont::registerFile(fontFile);
     bool closed = false;
     QTimer::singleShot(50, qApp, [&] {
@@ -258,6 +265,11 @@ void TestCommon::message_showsWhatItIsGiven()
         QCOMPARE(box->styleSheet(),
                  QStringLiteral("QMessageBox{background-color:rgb(255, 255, 255);border:2px solid "
                                 "#000000;border-radius:3px;}"));
+
+        const QImage drawn(QStringLiteral(SIGNS_FOLDER "/%1.png").arg(sign));
+        const auto* shown = box->findChild<QLabel*>(QStringLiteral("qt_msgboxex_icon_label"));
+        QCOMPARE(shown->pixmap(Qt::ReturnByValue).toImage(),
+                 drawn.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 
         const auto* label = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
         QCOMPARE(label->font().family(), PanelFont::family(fontId));

@@ -99,6 +99,18 @@ public:
     GeneralSettings page;
 };
 
+/// The label of a text, on a page or not.
+const QLabel* labelOf(const QString& text)
+{
+    for (const QWidget* widget : QApplication::allWidgets()) {
+        const auto* label = qobject_cast<const QLabel*>(widget);
+        if (label && label->text() == text) {
+            return label;
+        }
+    }
+    return nullptr;
+}
+
 /// The backlight-off timers that are still to fire.
 QList<QTimer*> runningCountdowns(const GeneralSettings& page)
 {
@@ -192,6 +204,7 @@ private slots:
     void clock_refreshDoesNotReadTheClock();
     void clock_settingButtonOpensTheDialog();
     void language_pageTranslatesItself();
+    void captions_allHaveTheirFont();
     void language_unknownValue_loadsNothing();
     void detectProcess_returnsFirstNumberOrOne();
     void missingTools_leaveThePageUsable();
@@ -1142,14 +1155,22 @@ void TestGeneral::language_pageTranslatesItself()
     QVERIFY(panel.label(2, 2)->text().contains(QStringLiteral(".    ")));
 
     // The captions of the rows without a place follow as well.
-    QStringList texts;
-    for (const QWidget* widget : QApplication::allWidgets()) {
-        if (const auto* label = qobject_cast<const QLabel*>(widget)) {
-            texts << label->text();
-        }
+    QVERIFY(labelOf(QStringLiteral("Auto Backlight Off:")));
+    QVERIFY(labelOf(QStringLiteral("Initial Window:")));
+}
+
+void TestGeneral::captions_allHaveTheirFont()
+{
+    Page panel;
+    panel.page.onChangeLanguage(Settings::English);
+    for (const char* text :
+         {"Brightness:", "Date&Time:", "Buzzer:", "Auto Backlight Off:", "Initial Window:"}) {
+        const QLabel* caption = labelOf(QString::fromLatin1(text));
+        QVERIFY2(caption, text);
+        QCOMPARE(caption->font().family(), panel.clock()->font().family());
+        QCOMPARE(caption->font().weight(), 75);
+        QCOMPARE(caption->font().pointSize(), 13);
     }
-    QVERIFY(texts.contains(QStringLiteral("Auto Backlight Off:")));
-    QVERIFY(texts.contains(QStringLiteral("Initial Window:")));
 }
 
 void TestGeneral::language_unknownValue_loadsNothing()

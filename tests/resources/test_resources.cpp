@@ -39,6 +39,7 @@ private slots:
     void stretchedKey_keepsItsPlainEdges();
     void lamps_differ();
     void everyPicture_hasItsDrawing();
+    void everySign_hasItsDrawingAndStandsOnWhite();
 };
 
 namespace {
@@ -188,6 +189,17 @@ QStringList filesOf(const QString& folder)
         paths << folder + QLatin1Char('/') + name;
     }
     return paths;
+}
+
+/// Names without suffix of the files of a folder of the sources, sorted.
+QStringList namesIn(const QString& folder, const QString& pattern)
+{
+    QStringList names;
+    const QDir files(QStringLiteral(SOURCE_FOLDER) + folder);
+    for (const QFileInfo& file : files.entryInfoList({pattern}, QDir::Files, QDir::Name)) {
+        names << file.completeBaseName();
+    }
+    return names;
 }
 
 QByteArray contentOf(const QString& path)
@@ -477,6 +489,19 @@ void ResourcesTest::everyPicture_hasItsDrawing()
     drawn.sort();
     bundled.sort();
     QCOMPARE(drawn, bundled);
+}
+
+void ResourcesTest::everySign_hasItsDrawingAndStandsOnWhite()
+{
+    const QStringList drawn = namesIn(QStringLiteral("/artwork/signs"), QStringLiteral("*.svg"));
+    QCOMPARE(drawn, namesIn(QStringLiteral("/Signs"), QStringLiteral("*.png")));
+    QCOMPARE(drawn, QStringList({QStringLiteral("critical"), QStringLiteral("information")}));
+    for (const QString& name : drawn) {
+        const QImage sign(QStringLiteral(SOURCE_FOLDER "/Signs/%1.png").arg(name));
+        QCOMPARE(sign.size(), QSize(40, 40));
+        QVERIFY(contrast(sign.pixelColor(8, 20), Qt::white) >= 4.5);
+        QCOMPARE(sign.pixelColor(20, 20), QColor(Qt::white));
+    }
 }
 
 QTEST_GUILESS_MAIN(ResourcesTest)

@@ -154,6 +154,8 @@ private slots:
     void close_writesRegisterBeforeHiding();
     void close_withoutRuntime_stillHides();
     void restart_rebootsWithoutAsking();
+    void connections_areTheDescribedOnes_data();
+    void connections_areTheDescribedOnes();
     void refresh_replacesNothingTwice();
     void touchEvents_areAccepted();
     void repaintTimer_repaintsOnceAfterADrag();
@@ -636,6 +638,59 @@ void TestSettings::restart_rebootsWithoutAsking()
                       Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("reboot")}));
     QVERIFY(!QApplication::activeModalWidget());
+}
+
+void TestSettings::connections_areTheDescribedOnes_data()
+{
+    QTest::addColumn<QByteArray>("sender");
+    QTest::addColumn<QByteArray>("signal");
+    QTest::addColumn<QByteArray>("receiver");
+    QTest::addColumn<QByteArray>("slot");
+    const char* const clicked = SIGNAL(clicked());
+    const char* const change = SIGNAL(changeLanguage(Settings::Language));
+    const char* const follow = SLOT(onChangeLanguage(Settings::Language));
+    const char* const update =
+        SIGNAL(updateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType));
+    const char* const take =
+        SLOT(onUpdateEEData(EEInfoDetail::Flash_WR_1&, Settings::FlashWR1DataType));
+    const char* const general = "generalSettingsListWidget";
+    const char* const network = "networkSettingsListWidget";
+    // An empty name is the window itself.
+    const char* const rows[][4] = {
+        {"Chinese", clicked, "", SLOT(onUpdateLanguageClicked())},
+        {"English", clicked, "", SLOT(onUpdateLanguageClicked())},
+        {"generalPushButton", clicked, "", SLOT(onGeneralSettingsClicked())},
+        {"networkPushButton", clicked, "", SLOT(onNetworkSettingsClicked())},
+        {"wifiPushButton", clicked, "", SLOT(onWifiSettingsClicked())},
+        {"fileManagerPushButton", clicked, "", SLOT(onFileManagerSettingsClicked())},
+        {"versionPushButton", clicked, "", SLOT(onVersionSettingsClicked())},
+        {"restartPushButton", clicked, "", SLOT(onRestartClicked())},
+        {"", change, general, follow},
+        {"", change, network, follow},
+        {"", SIGNAL(backLightOn()), general, SLOT(onBacklightOn())},
+        {general, update, "", take},
+        {network, update, "", take},
+    };
+    for (const auto& row : rows) {
+        QTest::addRow("%s %s to %s", row[0], row[1] + 1, row[3] + 1)
+            << QByteArray(row[0]) << QByteArray(row[1]) << QByteArray(row[2]) << QByteArray(row[3]);
+    }
+}
+
+void TestSettings::connections_areTheDescribedOnes()
+{
+    QFETCH(QByteArray, sender);
+    QFETCH(QByteArray, signal);
+    QFETCH(QByteArray, receiver);
+    QFETCH(QByteArray, slot);
+    const auto dialog = makeDialog();
+    const auto named = [&](const QByteArray& name) -> QObject* {
+        return name.isEmpty() ? dialog.get()
+                              : dialog->findChild<QWidget*>(QString::fromLatin1(name));
+    };
+    // A connection that can be undone was there; once only.
+    QVERIFY(QObject::disconnect(named(sender), signal, named(receiver), slot));
+    QVERIFY(!QObject::disconnect(named(sender), signal, named(receiver), slot));
 }
 
 void TestSettings::refresh_replacesNothingTwice()
