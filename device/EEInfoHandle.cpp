@@ -286,12 +286,12 @@ void EEInfoHandle::readLogo(const std::string& path)
 void EEInfoHandle::replaceDns(QFile& file, int n, int index, QString dns)
 {
     if (ResolverFile::replaceServer(file, n, index, dns)) {
-        ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
+        ResolverFile::backUp();
     }
 }
 
 void EEInfoHandle::setDNSToSys(int n, int index, QString dns)
 {
-    QFile file(QLatin1String("/etc/resolv.conf"));
+    QFile file(QString::fromLatin1(ResolverFile::path));
     replaceDns(file, n, index, dns);
 }

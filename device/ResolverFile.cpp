@@ -1,13 +1,54 @@
 #include "device/ResolverFile.h"
 
 #include "device/ResolverText.h"
+#include "device/ShellLine.h"
 
 #include <QFile>
-#include <QString>
+
+namespace {
+
+constexpr char unknownAddress[] = "0.0.0.0";
+
+} // namespace
 
 namespace ResolverFile {
 
-bool load(QFile& file, QString& text)
+void makeMissing()
+{
+    if (!QFile::exists(QString::fromLatin1(backupPath))) {
+        ShellLine::run("touch /etc/resolvbak.conf");
+    }
+    if (!QFile::exists(QString::fromLatin1(path))) {
+        ShellLine::run("cp /etc/resolvbak.conf /etc/resolv.conf");
+    }
+}
+
+void backUp()
+{
+    ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
+}
+
+bool server(int adapter, int index, QString& address)
+{
+    QFile file(QString::fromLatin1(path));
+    const bool exists = file.exists();
+    if (exists && !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        return false;
+    }
+    const QString found = exists ? server(file, adapter, index) : QString();
+    address = found.isEmpty() ? QString::fromLatin1(unknownAddress) : found;
+    return true;
+}
+
+QString server(QFile& open, int adapter, int index)
+{
+    const QByteArray text = open.readAll();
+    return ResolverText::hasServer(text, adapter, index)
+               ? ResolverText::server(text, adapter, index)
+               : QString::fromLatin1(unknownAddress);
+}
+
+bool load(QFile& file, QByteArray& text)
 {
     if (!file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return false;
@@ -15,25 +56,23 @@ bool load(QFile& file, QString& text)
     const QByteArray bytes = file.readAll();
     const bool isWhole = file.error() == QFileDevice::NoError;
     file.close();
-    // With its length: otherwise it would end at a zero byte, and the rest of the file be lost.
-    text = isWhole ? QString::fromLatin1(bytes.constData(), bytes.size()) : text;
+    text = isWhole ? bytes : text;
     return isWhole;
 }
 
-bool store(QFile& file, const QString& text)
+bool store(QFile& file, const QByteArray& text)
 {
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
         return false;
     }
-    const QByteArray bytes = text.toLatin1();
-    const bool written = file.write(bytes) == bytes.size() && file.flush();
+    const bool written = file.write(text) == text.size() && file.flush();
     file.close();
     return written;
 }
 
 bool replaceServer(QFile& file, int adapter, int index, const QString& address)
 {
-    QString text;
+    QByteArray text;
     return load(file, text) &&
            store(file, ResolverText::replaceServer(text, adapter, index, address));
 }

@@ -1,53 +1,79 @@
 #include "device/ResolverText.h"
 
-#include <QStringList>
+#include <QList>
 
 namespace {
 
-constexpr QLatin1Char lineEnd('\n');
+constexpr char lineEnd = '\n';
+constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
 
-/// Index of the line of a server, -1 when there is none.
-int lineOf(const QStringList& lines, int adapter, int index)
+/// Whether the first @p skip bytes, which do not count, are followed by a line of the adapter.
+bool belongsTo(const QByteArray& line, int adapter, int skip)
 {
-    const QString tag = QString::fromLatin1("eth%1").arg(adapter);
-    int seen = 0;
+    return line.mid(skip).indexOf("eth" + QByteArray::number(adapter)) > 0;
+}
+
+/// Places of the adapter's lines, in their order.
+QList<int> placesOf(const QList<QByteArray>& lines, int adapter)
+{
+    const bool isMarked = lines.first().startsWith(byteOrderMark);
+    QList<int> places;
     for (int at = 0; at < lines.size(); ++at) {
-        if (lines.at(at).indexOf(tag) > 0 && seen++ == index) {
-            return at;
+        const int skip = at == 0 && isMarked ? int(sizeof byteOrderMark) - 1 : 0;
+        if (belongsTo(lines.at(at), adapter, skip)) {
+            places << at;
         }
     }
-    return -1;
+    return places;
 }
 
 } // namespace
 
 namespace ResolverText {
 
-bool hasServer(const QString& text, int adapter, int index)
+bool hasServer(const QByteArray& text, int adapter, int index)
 {
-    return lineOf(text.split(lineEnd), adapter, index) >= 0;
+    return index < placesOf(text.split(lineEnd), adapter).size();
 }
 
-QString server(const QString& text, int adapter, int index)
+QString server(const QByteArray& text, int adapter, int index)
 {
-    const QStringList lines = text.split(lineEnd);
-    const int at = lineOf(lines, adapter, index);
-    return at < 0 ? QString() : lines.at(at).split(QLatin1Char(' ')).value(1);
+    const QList<QByteArray> lines = text.split(lineEnd);
+    const QList<int> places = placesOf(lines, adapter);
+    if (index >= places.size()) {
+        return {};
+    }
+    const QByteArray word = lines.at(places.at(index)).split(' ').value(1);
+    // With its length: it would end at a zero byte otherwise.
+    return QString::fromUtf8(word.constData(), word.size());
 }
 
-QString replaceServer(const QString& text, int adapter, int index, const QString& address)
+QByteArray replaceServer(const QByteArray& text, int adapter, int index, const QString& address)
 {
-    QStringList lines = text.split(lineEnd);
-    const int at = lineOf(lines, adapter, index);
-    const QString line =
-        QString::fromLatin1("nameserver %1 # eth%2").arg(address, QString::number(adapter));
-    if (at < 0) {
+    QList<QByteArray> lines = text.split(lineEnd);
+    const QByteArray line =
+        "nameserver " + address.toUtf8() + " # eth" + QByteArray::number(adapter);
+    const int at = placesOf(lines, adapter).value(index, lines.size());
+    if (at == lines.size()) {
         lines.append(line);
     } else {
         lines[at] = line;
     }
-    lines.removeAll(QString());
+    lines.removeAll(QByteArray());
     return lines.join(lineEnd);
+}
+
+QByteArray withoutServers(const QByteArray& text, int adapter)
+{
+    const QList<QByteArray> lines = text.split(lineEnd);
+    const QList<int> places = placesOf(lines, adapter);
+    QList<QByteArray> kept;
+    for (int at = 0; at < lines.size(); ++at) {
+        if (!places.contains(at)) {
+            kept << lines.at(at);
+        }
+    }
+    return kept.join(lineEnd);
 }
 
 } // namespace ResolverText

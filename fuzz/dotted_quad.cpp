@@ -1,5 +1,5 @@
+#include "adapters/DottedQuad.h"
 #include "fuzz/FuzzSupport.h"
-#include "network/DottedQuad.h"
 
 #include <algorithm>
 

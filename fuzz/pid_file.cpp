@@ -1,5 +1,5 @@
+#include "adapters/DhcpClient.h"
 #include "fuzz/FuzzSupport.h"
-#include "network/DhcpClient.h"
 
 #include <QByteArray>
 

@@ -1,5 +1,5 @@
+#include "adapters/PingTest.h"
 #include "fuzz/FuzzSupport.h"
-#include "network/PingTest.h"
 
 #include <QByteArray>
 

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cstring>
 
 // Input: adapter and server (bits 0 and 1 of one byte), a new address (to the end of the line), the
 // resolver file.
@@ -22,14 +23,16 @@ struct Request
     std::string address;
 };
 
-QString fromBytes(const std::string& bytes)
+constexpr const char* byteOrderMark = "\xEF\xBB\xBF";
+
+QString textOf(const std::string& bytes)
 {
-    return QString::fromLatin1(bytes.data(), int(bytes.size()));
+    return QString::fromUtf8(bytes.data(), int(bytes.size()));
 }
 
-std::string toBytes(const QString& text)
+QByteArray bytesOf(const std::string& text)
 {
-    return text.toLatin1().toStdString();
+    return QByteArray(text.data(), int(text.size()));
 }
 
 Lines split(const std::string& text)
@@ -54,14 +57,21 @@ std::string join(const Lines& lines)
     return text;
 }
 
+/// The first line of a file without the mark that may stand before it.
+std::string withoutMark(const std::string& line)
+{
+    return line.rfind(byteOrderMark, 0) == 0 ? line.substr(std::strlen(byteOrderMark)) : line;
+}
+
 bool belongsTo(const std::string& line, int adapter)
 {
     const std::string tag = "eth" + std::to_string(adapter);
     return line.find(tag, 1) != std::string::npos && line.find(tag) != 0;
 }
 
-int countOf(const Lines& lines, int adapter)
+int countOf(Lines lines, int adapter)
 {
+    lines.front() = withoutMark(lines.front());
     return int(std::count_if(lines.begin(), lines.end(),
                              [adapter](const auto& line) { return belongsTo(line, adapter); }));
 }
@@ -71,7 +81,7 @@ std::size_t placeOf(const Lines& lines, int adapter, int index)
 {
     std::size_t at = 0;
     for (int seen = -1; at < lines.size(); ++at) {
-        seen += belongsTo(lines[at], adapter) ? 1 : 0;
+        seen += belongsTo(at == 0 ? withoutMark(lines[at]) : lines[at], adapter) ? 1 : 0;
         if (seen == index) {
             return at;
         }
@@ -92,7 +102,7 @@ std::string replaced(const std::string& text, const Request& request)
 
 void checkReading(const std::string& text)
 {
-    const QString content = fromBytes(text);
+    const QByteArray content = bytesOf(text);
     for (int adapter = 0; adapter < 2; ++adapter) {
         const int count = countOf(split(text), adapter);
         for (int index = 0; index < 3; ++index) {
@@ -108,16 +118,16 @@ void checkReading(const std::string& text)
 
 void checkReplacing(const std::string& text, const Request& request)
 {
-    const QString address = fromBytes(request.address);
-    const auto replace = [&](const QString& from) {
+    const QString address = textOf(request.address);
+    const auto replace = [&](const QByteArray& from) {
         return ResolverText::replaceServer(from, request.adapter, request.index, address);
     };
-    const QString once = replace(fromBytes(text));
-    expect(toBytes(once) == replaced(text, request), "all other lines stay byte for byte");
+    const QByteArray once = replace(bytesOf(text));
+    expect(once.toStdString() == replaced(text, request), "all other lines stay byte for byte");
     if (ResolverText::hasServer(once, request.adapter, request.index)) {
         expect(replace(once) == once, "replacing twice is the same as once");
         expect(ResolverText::server(once, request.adapter, request.index) ==
-                   address.section(QLatin1Char(' '), 0, 0),
+                   textOf(request.address.substr(0, request.address.find(' '))),
                "the new address is read back");
     } else {
         expect(countOf(split(text), request.adapter) < request.index,
@@ -130,8 +140,8 @@ void checkFile(const std::string& text, const Request& request)
 {
     writeFile(path, text);
     QFile file(QString::fromLatin1(path));
-    const bool done = ResolverFile::replaceServer(file, request.adapter, request.index,
-                                                  fromBytes(request.address));
+    const bool done =
+        ResolverFile::replaceServer(file, request.adapter, request.index, textOf(request.address));
     std::string kept = text;
     kept.erase(std::remove(kept.begin(), kept.end(), '\r'), kept.end());
     expect(done && readFile(path) == replaced(kept, request),
@@ -144,7 +154,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     Input input(data, size);
     const std::uint8_t selection = input.byte();
-    const Request request = {selection & 1, selection >> 1 & 1, input.line()};
+    // An address is a text: what is none is replaced.
+    const std::string address = textOf(input.line()).toUtf8().toStdString();
+    const Request request = {selection & 1, selection >> 1 & 1, address};
     const std::string text = input.rest();
     checkReading(text);
     checkReplacing(text, request);

@@ -1,8 +1,8 @@
 #include "network/AdapterPane.h"
 
+#include "adapters/DottedQuad.h"
 #include "common/Latin1.h"
 #include "network/ChoiceBox.h"
-#include "network/DottedQuad.h"
 
 #include <QFont>
 #include <QGridLayout>
@@ -87,8 +87,13 @@ void setChoices(QComboBox* box, const QStringList& texts)
 AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent)
 {
     auto* content = new QWidget(this);
-    content->setObjectName(QLatin1String("content"));
-    content->setStyleSheet(contentStyle);
+    content->setObjectName("content"_l1);
+    // While it is empty: a scroll area measures what it is given, and what is measured is styled.
+    setWidget(content);
+    setWidgetResizable(true);
+    setFrameShape(QFrame::NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+
     auto* grid = new QGridLayout(content);
     grid->setColumnStretch(LeftContent, 1);
     grid->setColumnMinimumWidth(Gap, 16);
@@ -98,49 +103,47 @@ AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent)
     for (int row = 0; row < grid->rowCount(); ++row) {
         grid->setRowStretch(row, 1);
     }
-
-    setWidget(content);
-    setWidgetResizable(true);
-    setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    verticalScrollBar()->setStyleSheet(scrollBarStyle);
 }
 
-void AdapterPane::addRow(QGridLayout* grid, int row, int column, QLabel*& caption, QWidget* content)
+QLabel* AdapterPane::addRow(QGridLayout* grid, int row, int column, QWidget* content)
 {
-    caption = new QLabel(widget());
+    auto* caption = new QLabel(widget());
     grid->addWidget(caption, row, column);
     // Fields share what room there is; a button keeps its size.
     const bool fillsRow = qobject_cast<QFrame*>(content) || qobject_cast<QComboBox*>(content);
     grid->addWidget(content, row, column + 1,
                     fillsRow ? Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    return caption;
 }
 
 void AdapterPane::buildLeft(QGridLayout* grid)
 {
     m_disableSwitch = new QPushButton(widget());
     m_disableSwitch->setFixedSize(switchWidth, switchHeight);
-    addRow(grid, 0, LeftCaption, m_disableCaption, m_disableSwitch);
-
-    m_infoGroup = new QGroupBox(grid->parentWidget());
-    m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    auto* info = new QHBoxLayout(m_infoGroup);
-    m_networkLabel = new QLabel(m_infoGroup);
-    m_gatewayLabel = new QLabel(m_infoGroup);
-    info->addWidget(m_networkLabel);
-    info->addWidget(m_gatewayLabel, 1);
+    m_disableCaption = addRow(grid, 0, LeftCaption, m_disableSwitch);
+    buildInfoGroup();
 
     m_modeBox = new ChoiceBox(widget());
-    addRow(grid, 2, LeftCaption, m_modeCaption, m_modeBox);
+    m_modeCaption = addRow(grid, 2, LeftCaption, m_modeBox);
     m_defaultBox = new ChoiceBox(widget());
     grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
 
     m_defaultButton = new QPushButton(widget());
-    m_defaultButton->setObjectName(QLatin1String("BlueButton"));
-    m_defaultButton->setStyleSheet(defaultButtonStyle);
+    m_defaultButton->setObjectName("BlueButton"_l1);
     grid->addWidget(m_defaultButton, 4, LeftCaption, 1, 2, Qt::AlignLeft | Qt::AlignVCenter);
+    m_pingCaption = addRow(grid, 5, LeftCaption, makePingRow());
+}
 
-    addRow(grid, 5, LeftCaption, m_pingCaption, makePingRow());
+/// Its place depends on the screen; see setRowPlaces().
+void AdapterPane::buildInfoGroup()
+{
+    m_infoGroup = new QGroupBox(widget());
+    m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    auto* row = new QHBoxLayout(m_infoGroup);
+    m_networkLabel = new QLabel(m_infoGroup);
+    m_gatewayLabel = new QLabel(m_infoGroup);
+    row->addWidget(m_networkLabel);
+    row->addWidget(m_gatewayLabel, 1);
 }
 
 QWidget* AdapterPane::makePingRow()
@@ -151,11 +154,9 @@ QWidget* AdapterPane::makePingRow()
     m_lamp = new QLabel(row);
     m_lamp->setFixedSize(lampSide, lampSide);
     m_testButton = new QPushButton(row);
-    m_testButton->setObjectName(QLatin1String("TestButton"));
+    m_testButton->setObjectName("TestButton"_l1);
     layout->addWidget(m_lamp);
     layout->addWidget(m_testButton);
-    showLamp(Lamp::Idle);
-    showTestButton(PingState::Idle);
     return row;
 }
 
@@ -164,15 +165,14 @@ void AdapterPane::buildRight(QGridLayout* grid)
     int place = 0;
     for (OctetRow*& row : m_rows) {
         row = new OctetRow(widget());
-        addRow(grid, place, RightCaption, m_rowCaptions.at(std::size_t(place)), row);
+        m_rowCaptions.at(std::size_t(place)) = addRow(grid, place, RightCaption, row);
         ++place;
     }
     m_macField = new QLineEdit(widget());
-    m_macField->setStyleSheet(macStyle);
     m_macField->setReadOnly(true);
     m_macField->setFocusPolicy(Qt::NoFocus);
     m_macField->setContextMenuPolicy(Qt::NoContextMenu);
-    addRow(grid, place, RightCaption, m_macCaption, m_macField);
+    m_macCaption = addRow(grid, place, RightCaption, m_macField);
 }
 
 QList<QLineEdit*> AdapterPane::fields() const
@@ -186,10 +186,26 @@ QList<QLineEdit*> AdapterPane::fields() const
 
 void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
 {
+    setStyles();
     for (QWidget* child : widget()->findChildren<QWidget*>()) {
         child->setFont(font);
     }
+    setSizes(QFontMetrics(font).height(), sizes);
     setRowPlaces(sizes);
+}
+
+void AdapterPane::setStyles()
+{
+    widget()->setStyleSheet(contentStyle);
+    verticalScrollBar()->setStyleSheet(scrollBarStyle);
+    m_defaultButton->setStyleSheet(defaultButtonStyle);
+    m_macField->setStyleSheet(macStyle);
+    showLamp(Lamp::Idle);
+    showTestButton(PingState::Idle);
+}
+
+void AdapterPane::setSizes(int fontHeight, const NetworkSizes& sizes)
+{
     for (OctetRow* row : m_rows) {
         row->setFieldHeight(sizes.fieldHeight);
     }
@@ -198,7 +214,7 @@ void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
     }
     // Where there is room, its frame is as high as a combo box, with the line a little below its
     // middle, away from the title.
-    const int room = sizes.comboBoxHeight - QFontMetrics(font).height();
+    const int room = sizes.comboBoxHeight - fontHeight;
     m_infoGroup->layout()->setContentsMargins(12, qMax(0, room / 2 - infoTitlePadding + 4), 12,
                                               qMax(2, room / 2 - 4));
     m_defaultButton->setFixedSize(sizes.defaultButtonWidth, sizes.buttonHeight);

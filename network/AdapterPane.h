@@ -57,20 +57,21 @@ public:
 
     explicit AdapterPane(QWidget* parent);
 
-    OctetRow& row(Value value) { return *m_rows.at(value); }
     const OctetRow& row(Value value) const { return *m_rows.at(value); }
     /// All twenty octet fields.
     QList<QLineEdit*> fields() const;
 
-    QPushButton& disableSwitch() { return *m_disableSwitch; }
-    QPushButton& defaultButton() { return *m_defaultButton; }
-    QPushButton& testButton() { return *m_testButton; }
-    QComboBox& modeBox() { return *m_modeBox; }
-    QComboBox& defaultBox() { return *m_defaultBox; }
-    QLabel& networkLabel() { return *m_networkLabel; }
-    QLabel& gatewayLabel() { return *m_gatewayLabel; }
-    QLineEdit& macField() { return *m_macField; }
+    // What the operator presses or chooses; the page connects and watches them.
 
+    QPushButton& disableSwitch() const { return *m_disableSwitch; }
+    QPushButton& defaultButton() const { return *m_defaultButton; }
+    QPushButton& testButton() const { return *m_testButton; }
+    QComboBox& modeBox() const { return *m_modeBox; }       ///< Item 0 static, 1 dynamic.
+    QComboBox& defaultBox() const { return *m_defaultBox; } ///< Item 0 none, then each adapter.
+
+    /// Gives the pane its font, sizes and style sheets. To be called once, when it hangs in its
+    /// window and all of its ancestors have their styles: Qt styles every part anew whenever
+    /// something above it changes.
     void setLook(const QFont& font, const NetworkSizes& sizes);
     /// Sets every text anew. Combo boxes keep their index, so that nothing counts as a choice.
     void setTexts(const PaneTexts& texts);
@@ -79,6 +80,18 @@ public:
     void setEditable(bool editable);
     /// Shows "0" in every address field.
     void blank();
+    /// Shows a value; a missing or empty octet shows as "0".
+    void showValue(Value value, const QStringList& octets) { m_rows.at(value)->setOctets(octets); }
+    void showMac(const QString& text) { m_macField->setText(text); }
+    // The default gateway that was chosen last.
+    void showNetwork(const QString& text) { m_networkLabel->setText(text); }
+    void showGateway(const QString& text) { m_gatewayLabel->setText(text); }
+    /// Shows the mode. A change counts as a choice.
+    void showMode(bool dynamic) { m_modeBox->setCurrentIndex(dynamic ? 1 : 0); }
+    void setModeOffered(bool offered) { m_modeBox->setEnabled(offered); }
+    /// Shows an item of the default-adapter box, none for one that it does not have. A change
+    /// counts as a choice.
+    void showDefault(int item) { m_defaultBox->setCurrentIndex(item); }
     /// The switch: on while the adapter is switched off.
     void showDisabled(bool disabled);
     void showLamp(Lamp lamp);
@@ -90,26 +103,29 @@ public:
 
 private:
     void buildLeft(QGridLayout* grid);
+    void buildInfoGroup();
     void buildRight(QGridLayout* grid);
-    /// A caption and what belongs to it, side by side.
-    void addRow(QGridLayout* grid, int row, int column, QLabel*& caption, QWidget* content);
+    /// A caption and what belongs to it, side by side. Returns the caption.
+    QLabel* addRow(QGridLayout* grid, int row, int column, QWidget* content);
     QWidget* makePingRow();
+    void setStyles();
+    void setSizes(int fontHeight, const NetworkSizes& sizes);
     void setRowPlaces(const NetworkSizes& sizes);
 
     std::array<OctetRow*, 5> m_rows{};
     std::array<QLabel*, 5> m_rowCaptions{};
-    QLabel* m_disableCaption;
-    QPushButton* m_disableSwitch;
-    QGroupBox* m_infoGroup;
-    QLabel* m_networkLabel;
-    QLabel* m_gatewayLabel;
-    QLabel* m_modeCaption;
-    QComboBox* m_modeBox;
-    QComboBox* m_defaultBox;
-    QPushButton* m_defaultButton;
-    QLabel* m_pingCaption;
-    QLabel* m_lamp;
-    QPushButton* m_testButton;
-    QLabel* m_macCaption;
-    QLineEdit* m_macField;
+    QLabel* m_disableCaption = nullptr;
+    QPushButton* m_disableSwitch = nullptr;
+    QGroupBox* m_infoGroup = nullptr;
+    QLabel* m_networkLabel = nullptr;
+    QLabel* m_gatewayLabel = nullptr;
+    QLabel* m_modeCaption = nullptr;
+    QComboBox* m_modeBox = nullptr;
+    QComboBox* m_defaultBox = nullptr;
+    QPushButton* m_defaultButton = nullptr;
+    QLabel* m_pingCaption = nullptr;
+    QLabel* m_lamp = nullptr;
+    QPushButton* m_testButton = nullptr;
+    QLabel* m_macCaption = nullptr;
+    QLineEdit* m_macField = nullptr;
 };

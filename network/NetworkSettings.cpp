@@ -1,41 +1,35 @@
 #include "network/NetworkSettings.h"
 
+#include "adapters/AdapterMode.h"
+#include "adapters/AdapterSwitch.h"
+#include "adapters/AddressRecord.h"
+#include "adapters/DefaultRoutes.h"
+#include "adapters/DottedQuad.h"
+#include "adapters/PingTest.h"
+#include "adapters/RunningAdapter.h"
 #include "common/KeyBeep.h"
 #include "common/Latin1.h"
 #include "common/Message.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "device/DeviceScreen.h"
-#include "device/EEInfoHandle.h"
 #include "device/ResolverFile.h"
-#include "device/ResolverText.h"
-#include "device/ShellLine.h"
 #include "dialogs/InputDialog.h"
 #include "network/AdapterPane.h"
-#include "network/DefaultRoutes.h"
-#include "network/DhcpClient.h"
-#include "network/DottedQuad.h"
-#include "network/PingTest.h"
-#include "regstore/NamedRegister.h"
+#include "network/LiveAddress.h"
 
 #include <QEvent>
 #include <QFile>
-#include <QNetworkInterface>
 #include <QTabBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
 constexpr int pointSize = 13;
 constexpr int dhcpPollMs = 100;
 constexpr int highestOctet = 255;
-
-constexpr QLatin1String resolverPath = "/etc/resolv.conf"_l1;
-constexpr QLatin1String resolverBackupPath = "/etc/resolvbak.conf"_l1;
-constexpr QLatin1String unknownAddress = "0.0.0.0"_l1;
 
 /// "%1" is the height of a tab in pixels.
 constexpr QLatin1String tabStyle =
@@ -60,11 +54,6 @@ const NetworkSizes& sizesOfScreen(int width)
     return known == std::end(knownScreens) ? otherScreen : *known;
 }
 
-QString enableKey(int adapter)
-{
-    return QString::fromLatin1("Network%1/enable").arg(adapter);
-}
-
 } // namespace
 
 NetworkSettings::NetworkSettings(QWidget* parent)
@@ -85,7 +74,7 @@ NetworkSettings::NetworkSettings(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(&m_tabs);
-    Registers::defaultAdapter.load();
+    DefaultRoutes::load();
 }
 
 // Construction.
@@ -135,7 +124,7 @@ void NetworkSettings::buildTabs()
 
 void NetworkSettings::restoreSwitch(networkIndexType adapter)
 {
-    const bool off = isSwitchedOff(adapter);
+    const bool off = AdapterSwitch::isOff(m_settings, int(adapter));
     state(adapter).disabled = off;
     pane(adapter).showDisabled(off);
     if (off) {
@@ -150,7 +139,7 @@ void NetworkSettings::fill(networkIndexType adapter)
     updateIPData(adapter);
     updateMaskData(adapter);
     updateGatewayData(adapter);
-    pane(adapter).macField().setText(getMacFromEE(adapter).join(QLatin1Char(':')));
+    pane(adapter).showMac(getMacFromEE(adapter).join(QLatin1Char(':')));
 }
 
 void NetworkSettings::connectSlots()
@@ -174,10 +163,10 @@ void NetworkSettings::refresh()
     showTexts();
     for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
         const auto index = networkIndexType(adapter);
-        pane(index).modeBox().setCurrentIndex(isDynamic(index) ? 1 : 0);
+        pane(index).showMode(AdapterMode::isDynamic(adapter));
         const int preference = DefaultRoutes::storedPreference();
         for (AdapterPane* pane : m_panes) {
-            pane->defaultBox().setCurrentIndex(preference);
+            pane->showDefault(preference);
         }
     }
 }
@@ -253,11 +242,6 @@ void NetworkSettings::doModal(QLineEdit* edit)
     updateSystemAndSaveToEE(networkIndexType(m_tabs.currentIndex()), edit);
 }
 
-bool NetworkSettings::isAdapter(networkIndexType adapter)
-{
-    return adapter < adapterTable.size();
-}
-
 NetworkSettings::networkIndexType NetworkSettings::senderAdapter(const QObject& widgetOfEth0) const
 {
     return sender() == &widgetOfEth0 ? Eth0 : Eth1;
@@ -313,48 +297,45 @@ void NetworkSettings::updateSystemAndSaveToEE(networkIndexType adapter, QLineEdi
 
 void NetworkSettings::setIP(networkIndexType adapter, QString address)
 {
-    EEInfoHandle::instance()->setIP(int(adapter), address.toStdString());
+    RunningAdapter(int(adapter)).setAddress(address);
 }
 
 void NetworkSettings::setMask(networkIndexType adapter, QString mask)
 {
-    EEInfoHandle::instance()->setMask(int(adapter), mask.toStdString());
+    RunningAdapter(int(adapter)).setMask(mask);
 }
 
 void NetworkSettings::setIPToEE(networkIndexType adapter, unsigned int value)
 {
     if (isAdapter(adapter)) {
-        store(adapterTable.at(adapter).ip, value);
+        store(adapterTable.at(adapter).ip, value, Settings::WR1_IP);
     }
 }
 
 void NetworkSettings::setMaskToEE(networkIndexType adapter, unsigned int value)
 {
     if (isAdapter(adapter)) {
-        store(adapterTable.at(adapter).mask, value);
+        store(adapterTable.at(adapter).mask, value, Settings::WR1_MASK);
     }
 }
 
 void NetworkSettings::setGatewayToEE(networkIndexType adapter, unsigned int value)
 {
     if (isAdapter(adapter)) {
-        store(adapterTable.at(adapter).gateway, value);
+        store(adapterTable.at(adapter).gateway, value, Settings::WR1_GATEWAY);
     }
 }
 
-void NetworkSettings::store(const StoredQuad& place, quint32 value)
+void NetworkSettings::store(const StoredQuad& place, quint32 value, Settings::FlashWR1DataType type)
 {
-    std::memcpy(reinterpret_cast<char*>(&m_record) + place.recordOffset, &value, sizeof value);
-    emit updateEEData(m_record, place.dataType);
+    AddressRecord::setValue(m_record, place, value);
+    emit updateEEData(m_record, type);
     place.mirror.write(value);
 }
 
 QStringList NetworkSettings::stored(const StoredQuad& place) const
 {
-    quint32 value = 0;
-    std::memcpy(&value, reinterpret_cast<const char*>(&m_record) + place.recordOffset,
-                sizeof value);
-    return DottedQuad::toOctets(value);
+    return DottedQuad::toOctets(AddressRecord::value(m_record, place));
 }
 
 QStringList NetworkSettings::getIPFromEE(networkIndexType adapter)
@@ -377,54 +358,34 @@ QStringList NetworkSettings::getGatewayFromEE(networkIndexType adapter)
 
 QStringList NetworkSettings::getMacFromEE(networkIndexType adapter)
 {
-    constexpr int macBytes = 6;
-    if (!isAdapter(adapter)) {
-        return {};
-    }
-    const char* mac = reinterpret_cast<const char*>(&m_record) + adapterTable.at(adapter).macOffset;
-    QStringList& texts = state(adapter).mac;
-    texts.clear();
-    for (int at = 0; at < macBytes; ++at) {
-        texts << QString::fromLatin1("%1").arg(quint8(mac[at]), 2, 16, QLatin1Char('0'));
-    }
-    return texts;
+    return isAdapter(adapter) ? state(adapter).mac = AddressRecord::mac(m_record, int(adapter))
+                              : QStringList();
 }
 
 void NetworkSettings::updateIPData(networkIndexType adapter)
 {
     if (isAdapter(adapter)) {
-        pane(adapter).row(AdapterPane::Ip).setOctets(getIPFromEE(adapter));
+        pane(adapter).showValue(AdapterPane::Ip, getIPFromEE(adapter));
     }
 }
 
 void NetworkSettings::updateMaskData(networkIndexType adapter)
 {
     if (isAdapter(adapter)) {
-        pane(adapter).row(AdapterPane::Mask).setOctets(getMaskFromEE(adapter));
+        pane(adapter).showValue(AdapterPane::Mask, getMaskFromEE(adapter));
     }
 }
 
 void NetworkSettings::updateGatewayData(networkIndexType adapter)
 {
     if (isAdapter(adapter)) {
-        pane(adapter).row(AdapterPane::Gateway).setOctets(getGatewayFromEE(adapter));
+        pane(adapter).showValue(AdapterPane::Gateway, getGatewayFromEE(adapter));
     }
 }
 
 QStringList NetworkSettings::getipAddress(QString interfaceName) const
 {
-    const QNetworkInterface interface = QNetworkInterface::interfaceFromName(interfaceName);
-    const auto ready = QNetworkInterface::IsUp | QNetworkInterface::IsRunning;
-    if ((interface.flags() & ready) != ready) {
-        return {};
-    }
-    const QList<QNetworkAddressEntry> entries = interface.addressEntries();
-    for (const QNetworkAddressEntry& entry : entries) {
-        if (entry.ip().protocol() == QAbstractSocket::IPv4Protocol) {
-            return {entry.ip().toString(), entry.netmask().toString()};
-        }
-    }
-    return {};
+    return LiveAddress::of(interfaceName);
 }
 
 bool NetworkSettings::isConflictIp(QString a1, QString a2, QString a3, QString a4, QString b1,
@@ -459,19 +420,12 @@ void NetworkSettings::checkConflictIp(QLineEdit* edit, int value)
 
 void NetworkSettings::udhcpc(networkIndexType adapter)
 {
-    DhcpClient::start(int(adapter));
+    RunningAdapter(int(adapter)).startDhcpClient();
 }
 
 void NetworkSettings::killudhcpc(networkIndexType adapter)
 {
-    DhcpClient::stop(int(adapter));
-}
-
-bool NetworkSettings::isDynamic(networkIndexType adapter) const
-{
-    quint8 flag = 0;
-    adapterTable.at(adapter).dhcpRegister.read(flag);
-    return (flag & 1U) != 0;
+    RunningAdapter(int(adapter)).stopDhcpClient();
 }
 
 void NetworkSettings::startClient(networkIndexType adapter)
@@ -487,13 +441,13 @@ void NetworkSettings::onSetCombobox(int index)
     }
     KeyBeep::soundIfOn(m_settings);
     const networkIndexType adapter = senderAdapter(pane(Eth0).modeBox());
-    pane(adapter).modeBox().setCurrentIndex(index != 0 ? 1 : 0);
+    pane(adapter).showMode(index != 0);
     updateDHCPConfig(adapter, index != 0);
 }
 
 void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
 {
-    const bool switchedOff = isSwitchedOff(adapter);
+    const bool switchedOff = AdapterSwitch::isOff(m_settings, int(adapter));
     for (const networkIndexType candidate : {Eth0, Eth1}) {
         adapter = sender() == &pane(candidate).modeBox() ? candidate : adapter;
     }
@@ -511,8 +465,7 @@ void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
         enableNetwork(adapter);
         state(adapter).dhcpPoll.stop();
     }
-    const quint8 mode = dynamic ? 1 : 0;
-    adapterTable.at(adapter).dhcpRegister.writeNotify(mode);
+    AdapterMode::store(int(adapter), dynamic);
 }
 
 void NetworkSettings::slotdhcp()
@@ -551,10 +504,7 @@ void NetworkSettings::takeLease(networkIndexType adapter)
 
 void NetworkSettings::getDns(QFile& file, networkIndexType adapter, dnsType type, QString& out)
 {
-    const QString text = QString::fromUtf8(file.readAll());
-    out = ResolverText::hasServer(text, int(adapter), int(type))
-              ? ResolverText::server(text, int(adapter), int(type))
-              : QString(unknownAddress);
+    out = ResolverFile::server(file, int(adapter), int(type));
 }
 
 void NetworkSettings::replaceDns(QFile& file, networkIndexType adapter, dnsType type,
@@ -568,40 +518,23 @@ QStringList NetworkSettings::getDNSFromSys(networkIndexType adapter, dnsType typ
     if (!isAdapter(adapter) || type > BackupDns) {
         return {};
     }
-    if (!QFile::exists(resolverBackupPath)) {
-        ShellLine::run("touch /etc/resolvbak.conf");
-    }
-    if (!QFile::exists(resolverPath)) {
-        ShellLine::run("cp /etc/resolvbak.conf /etc/resolv.conf");
-    }
-    return state(adapter).dns.at(type) = readServer(adapter, type);
-}
-
-QStringList NetworkSettings::readServer(networkIndexType adapter, dnsType type)
-{
-    QFile file(resolverPath);
+    ResolverFile::makeMissing();
     QString address;
-    if (file.exists()) {
-        if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-            return {};
-        }
-        getDns(file, adapter, type, address);
-    }
-    return DottedQuad::split(address.isEmpty() ? QString(unknownAddress) : address);
+    const bool isRead = ResolverFile::server(int(adapter), int(type), address);
+    return state(adapter).dns.at(type) = isRead ? DottedQuad::split(address) : QStringList();
 }
 
 void NetworkSettings::setDNSToSys(networkIndexType adapter, dnsType type, QString address)
 {
-    QFile file(resolverPath);
+    QFile file(QString::fromLatin1(ResolverFile::path));
     replaceDns(file, adapter, type, address);
 }
 
 void NetworkSettings::updateDNSData(networkIndexType adapter, dnsType type)
 {
     if (isAdapter(adapter) && type <= BackupDns) {
-        pane(adapter)
-            .row(type == FirstDns ? AdapterPane::FirstDns : AdapterPane::BackupDns)
-            .setOctets(getDNSFromSys(adapter, type));
+        pane(adapter).showValue(type == FirstDns ? AdapterPane::FirstDns : AdapterPane::BackupDns,
+                                getDNSFromSys(adapter, type));
     }
 }
 
@@ -627,11 +560,10 @@ void NetworkSettings::onSetAdapterCombobox(int index)
         KeyBeep::soundIfOn(m_settings);
     }
     for (AdapterPane* pane : m_panes) {
-        pane->defaultBox().setCurrentIndex(index);
+        pane->showDefault(index);
     }
     setGateway(index);
-    const auto preference = quint8(index);
-    Registers::defaultAdapter.writeNotify(preference);
+    DefaultRoutes::storePreference(quint8(index));
 }
 
 void NetworkSettings::onSetDefaultGateway()
@@ -643,43 +575,25 @@ void NetworkSettings::onSetDefaultGateway()
         updateDefaultGateway(shown);
     }
     updateDefaultGateway(adapter);
-    // The adapter's number, not the combo box's number plus one: the runtime knows both.
-    const quint32 preference = adapter;
-    Registers::defaultAdapter.writeNotify(preference);
+    DefaultRoutes::storeAdapterNumber(adapter);
     setGateway(DefaultRoutes::preferenceOfRegister);
 }
 
 void NetworkSettings::updateDefaultGateway(networkIndexType adapter)
 {
     if (isAdapter(adapter)) {
-        pane(adapter).gatewayLabel().setText(tr("Gateway:") + DottedQuad::join(m_defaultGateway));
+        pane(adapter).showGateway(tr("Gateway:") + DottedQuad::join(m_defaultGateway));
     }
 }
 
 void NetworkSettings::updateDefaultNetwork(networkIndexType adapter)
 {
     if (isAdapter(adapter)) {
-        pane(adapter).networkLabel().setText(tr("Network:"));
+        pane(adapter).showNetwork(tr("Network:"));
     }
 }
 
 // Switching adapters off and on.
-
-bool NetworkSettings::isSwitchedOff(networkIndexType adapter) const
-{
-    const QString key = enableKey(int(adapter));
-    return m_settings && m_settings->contains(key) && !m_settings->value(key).toBool();
-}
-
-void NetworkSettings::noteSwitch(networkIndexType adapter, bool on)
-{
-    if (m_settings) {
-        m_settings->setValue(enableKey(int(adapter)), on);
-        m_settings->sync();
-    }
-    const quint8 off = on ? 0 : 1;
-    adapterTable.at(adapter).disabledRegister.write(off);
-}
 
 void NetworkSettings::onDisableNetworkSwitched()
 {
@@ -701,14 +615,14 @@ void NetworkSettings::disableNetworkConfig(networkIndexType adapter, int applies
     }
     state(adapter).dhcpPoll.stop();
     disableNetwork(adapter);
-    pane(adapter).modeBox().setEnabled(false);
+    pane(adapter).setModeOffered(false);
     for (AdapterPane* pane : m_panes) {
         pane->setDefaultOffered(int(adapter), false);
     }
     if (applies == 1) {
-        EEInfoHandle::instance()->disableNetwork(int(adapter));
+        RunningAdapter(int(adapter)).takeDown();
     }
-    noteSwitch(adapter, false);
+    AdapterSwitch::store(m_settings, int(adapter), false);
 }
 
 void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
@@ -716,17 +630,17 @@ void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
     if (!isAdapter(adapter)) {
         return;
     }
-    const bool dynamic = isDynamic(adapter);
+    const bool dynamic = AdapterMode::isDynamic(int(adapter));
     updateDNSData(adapter, FirstDns);
     updateDNSData(adapter, BackupDns);
     if (dynamic) {
         udhcpc(adapter);
-        pane(adapter).modeBox().setCurrentIndex(1);
+        pane(adapter).showMode(true);
         disableNetwork(adapter);
         state(adapter).dhcpPoll.start(dhcpPollMs);
     } else {
         killudhcpc(adapter);
-        pane(adapter).modeBox().setCurrentIndex(0);
+        pane(adapter).showMode(false);
         updateIPData(adapter);
         updateMaskData(adapter);
         updateGatewayData(adapter);
@@ -734,11 +648,11 @@ void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
         enableNetwork(adapter);
         setGateway(DefaultRoutes::preferenceOfRegister);
     }
-    pane(adapter).modeBox().setEnabled(true);
+    pane(adapter).setModeOffered(true);
     for (AdapterPane* pane : m_panes) {
         pane->setDefaultOffered(int(adapter), true);
     }
-    noteSwitch(adapter, true);
+    AdapterSwitch::store(m_settings, int(adapter), true);
 }
 
 void NetworkSettings::disableNetwork(networkIndexType adapter)
@@ -760,9 +674,7 @@ void NetworkSettings::enableNetwork(networkIndexType adapter)
     updateGatewayData(adapter);
     updateDNSData(adapter, FirstDns);
     updateDNSData(adapter, BackupDns);
-    const QStringList& ip = state(adapter).ip;
-    ShellLine::run("ifconfig eth%d %d.%d.%d.%d up\n", int(adapter), ip.value(0).toInt(),
-                   ip.value(1).toInt(), ip.value(2).toInt(), ip.value(3).toInt());
+    RunningAdapter(int(adapter)).bringUp(state(adapter).ip);
 }
 
 // Connectivity test.

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "adapters/AdapterTable.h"
 #include "device/EEInfoDetail.h"
-#include "network/AdapterTable.h"
 #include "settings/Settings.h"
 
 #include <QPointer>
@@ -185,7 +185,6 @@ private:
         std::array<QStringList, 2> dns;
     };
 
-    static bool isAdapter(networkIndexType adapter);
     AdapterPane& pane(networkIndexType adapter) { return *m_panes.at(adapter); }
     const AdapterPane& pane(networkIndexType adapter) const { return *m_panes.at(adapter); }
     AdapterState& state(networkIndexType adapter) { return m_states.at(adapter); }
@@ -198,19 +197,16 @@ private:
     void showTexts();
     QString adapterName(int adapter) const;
 
-    void store(const StoredQuad& place, quint32 value);
+    /// Record, window, register: in this order.
+    void store(const StoredQuad& place, quint32 value, Settings::FlashWR1DataType type);
     QStringList stored(const StoredQuad& place) const;
 
-    bool isSwitchedOff(networkIndexType adapter) const;
-    void noteSwitch(networkIndexType adapter, bool on);
-    bool isDynamic(networkIndexType adapter) const;
     void startClient(networkIndexType adapter);
     /// Stores the live address of an adapter as if it had been entered, as soon as it has one, and
     /// looks no more. It is taken as it is: also an earlier one that a client which starts slowly
     /// has not removed before the first look.
     void takeLease(networkIndexType adapter);
 
-    QStringList readServer(networkIndexType adapter, dnsType type);
     void showPingResult(bool success);
 
     std::array<AdapterPane*, 2> m_panes{};

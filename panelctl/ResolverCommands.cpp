@@ -1,5 +1,6 @@
 // dns show, set and clear.
 
+#include "device/ResolverFile.h"
 #include "device/ResolverText.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
@@ -16,7 +17,6 @@
 
 namespace {
 
-constexpr const char* resolverPath = "/etc/resolv.conf";
 constexpr int adapters = 2;
 constexpr std::array serverWords{"first", "backup"};
 
@@ -42,14 +42,14 @@ int parseServer(const std::string& word)
 
 [[noreturn]] void fail(const char* what, const QString& reason)
 {
-    throw Failure(std::string("cannot ") + what + " " + resolverPath + ": " + reason.toStdString());
+    throw Failure(std::string("cannot ") + what + " " + ResolverFile::path + ": " +
+                  reason.toStdString());
 }
 
-/// The file's bytes as Latin-1, so that all of them can be written back. A missing file is not
-/// made, and holds no servers.
-QString readText()
+/// A missing file is not made, and holds no servers.
+QByteArray readText()
 {
-    QFile file{QString::fromLatin1(resolverPath)};
+    QFile file{QString::fromLatin1(ResolverFile::path)};
     if (!file.exists()) {
         return {};
     }
@@ -60,27 +60,15 @@ QString readText()
     if (file.error() != QFileDevice::NoError) {
         fail("read", file.errorString());
     }
-    return QString::fromLatin1(bytes.constData(), bytes.size());
+    return bytes;
 }
 
-void writeText(const QString& text)
+void writeText(const QByteArray& text)
 {
-    const QString reason = replaceFile(QString::fromLatin1(resolverPath), text.toLatin1());
+    const QString reason = replaceFile(QString::fromLatin1(ResolverFile::path), text);
     if (!reason.isEmpty()) {
         fail("change", reason);
     }
-}
-
-QString withoutAdapter(const QString& text, int adapter)
-{
-    constexpr QChar lineEnd = '\n';
-    QStringList kept;
-    for (const QString& line : text.split(lineEnd)) {
-        if (!ResolverText::hasServer(line, adapter, 0)) {
-            kept.append(line);
-        }
-    }
-    return kept.join(lineEnd);
 }
 
 QString adapterName(int adapter)
@@ -88,7 +76,7 @@ QString adapterName(int adapter)
     return QString::fromLatin1("eth%1").arg(adapter);
 }
 
-QJsonObject jsonOf(const QString& text, int adapter)
+QJsonObject jsonOf(const QByteArray& text, int adapter)
 {
     QJsonObject servers;
     for (int index = 0; index < int(serverWords.size()); ++index) {
@@ -103,7 +91,7 @@ QJsonObject jsonOf(const QString& text, int adapter)
 
 void Commands::dnsShow(const Arguments& given)
 {
-    const QString text = readText();
+    const QByteArray text = readText();
     QJsonObject all;
     for (int adapter = 0; adapter < adapters; ++adapter) {
         const QJsonObject servers = jsonOf(text, adapter);
@@ -126,7 +114,7 @@ void Commands::dnsSet(const Arguments& given)
     const int adapter = parseAdapter(given.words[0]);
     const int index = parseServer(given.words[1]);
     const Value::Bytes address = Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(4, 0));
-    const QString text = readText();
+    const QByteArray text = readText();
     // Servers are told apart by their order alone.
     if (index == 1 && !ResolverText::hasServer(text, adapter, 0)) {
         throw Failure(given.words[0] + " has no first server yet; the backup would become it");
@@ -138,8 +126,8 @@ void Commands::dnsSet(const Arguments& given)
 void Commands::dnsClear(const Arguments& given)
 {
     const int adapter = parseAdapter(given.words[0]);
-    const QString text = readText();
+    const QByteArray text = readText();
     if (ResolverText::hasServer(text, adapter, 0)) { // otherwise there is no file to make
-        writeText(withoutAdapter(text, adapter));
+        writeText(ResolverText::withoutServers(text, adapter));
     }
 }

@@ -220,6 +220,9 @@ private slots:
     void resolver_fileIsRewrittenAndBackedUp();
     void resolver_shorterText_leavesNoRest();
     void resolver_bytesOfOthers_stay();
+    void resolver_lineShown_isTheLineReplaced_data();
+    void resolver_lineShown_isTheLineReplaced();
+    void resolver_linesOfAnAdapter_canGo();
     void resolver_unwritableFile_isLeftAlone();
     void resolver_missingFile_isMade();
 };
@@ -1125,7 +1128,7 @@ void TestDevice::resolver_findsServers()
     QFETCH(int, adapter);
     QFETCH(int, index);
     QFETCH(QString, address);
-    QCOMPARE(ResolverText::server(text, adapter, index), address);
+    QCOMPARE(ResolverText::server(text.toUtf8(), adapter, index), address);
 }
 
 void TestDevice::resolver_replacesServers_data()
@@ -1157,7 +1160,8 @@ void TestDevice::resolver_replacesServers()
     QFETCH(int, adapter);
     QFETCH(int, index);
     QFETCH(QString, result);
-    QCOMPARE(ResolverText::replaceServer(text, adapter, index, QStringLiteral("9.9.9.9")), result);
+    QCOMPARE(ResolverText::replaceServer(text.toUtf8(), adapter, index, QStringLiteral("9.9.9.9")),
+             result.toUtf8());
 }
 
 void TestDevice::resolver_fileIsRewrittenAndBackedUp()
@@ -1188,14 +1192,61 @@ void TestDevice::resolver_bytesOfOthers_stay()
     QCOMPARE(PanelWorld::fileContent(resolverPath), others + "\nnameserver 7.7.7.7 # eth0");
 }
 
+void TestDevice::resolver_lineShown_isTheLineReplaced_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("shown"); // first server of eth0
+    QTest::addColumn<QByteArray>("rewritten");
+    const QByteArray mark("\xEF\xBB\xBF");
+    const QByteArray server("nameserver 9.9.9.9 # eth0");
+    QTest::newRow("mark before a tag at the start")
+        << mark + "eth0 1.1.1.1\nnameserver 2.2.2.2 # eth0"
+        << "2.2.2.2" << mark + "eth0 1.1.1.1\n" + server;
+    QTest::newRow("mark before a server") << mark + "nameserver 1.1.1.1 # eth0\nsearch plant"
+                                          << "1.1.1.1" << server + "\nsearch plant";
+    QTest::newRow("mark in a later line") << "search plant\n" + mark + "eth0 1.1.1.1"
+                                          << "1.1.1.1"
+                                          << "search plant\n" + server;
+    QTest::newRow("zero byte before the server")
+        << QByteArray("search \0 plant\nnameserver 1.1.1.1 # eth0", 41) << "1.1.1.1"
+        << QByteArray("search \0 plant\n", 15) + server;
+    QTest::newRow("zero byte within the line")
+        << QByteArray("# \0 eth0\nnameserver 1.1.1.1 # eth0", 34) << QString(QChar(0))
+        << server + "\nnameserver 1.1.1.1 # eth0";
+    QTest::newRow("an address of two bytes a letter")
+        << QByteArray("nameserver 1.1.1.\xC3\xA9 # eth0") << QStringLiteral("1.1.1.é") << server;
+}
+
+void TestDevice::resolver_lineShown_isTheLineReplaced()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QString, shown);
+    QFETCH(QByteArray, rewritten);
+    PanelWorld::writeFile(resolverPath, file);
+    QString address;
+    QVERIFY(ResolverFile::server(0, 0, address));
+    QCOMPARE(address, shown);
+    device().setDNSToSys(0, 0, QStringLiteral("9.9.9.9"));
+    QCOMPARE(PanelWorld::fileContent(resolverPath), rewritten);
+}
+
+void TestDevice::resolver_linesOfAnAdapter_canGo()
+{
+    const QByteArray others("\xEF\xBB\xBF"
+                            "eth0 \0\n\nnameserver 2.2.2.2 # eth1\n",
+                            37);
+    QCOMPARE(ResolverText::withoutServers(others + "a eth0\nb eth0\nc eth0\n# \xFF", 0),
+             others + "# \xFF");
+}
+
 void TestDevice::resolver_unwritableFile_isLeftAlone()
 {
     QFile folder(QStringLiteral("/tmp"));
     device().replaceDns(folder, 0, 0, QStringLiteral("7.7.7.7"));
     QCOMPARE(PanelWorld::commands(), QStringList());
-    QString text = QStringLiteral("untouched");
+    QByteArray text("untouched");
     QVERIFY(!ResolverFile::load(folder, text));
-    QCOMPARE(text, QStringLiteral("untouched"));
+    QCOMPARE(text, QByteArray("untouched"));
     QVERIFY(!ResolverFile::store(folder, text));
 }
 

@@ -15,8 +15,8 @@ from documents import ROOT, code, tables
 
 DOCUMENT = tables(ROOT / "docs" / "device-interfaces.md")
 # The rooms of the product; a text of another room reaches no panel.
-ROOMS = ("common", "device", "dialogs", "fileio", "general", "mtd", "network", "plugin", "regstore",
-         "settings")
+ROOMS = ("adapters", "common", "device", "dialogs", "fileio", "general", "mtd", "network", "plugin",
+         "regstore", "settings")
 TEXT = r'"((?:[^"\\]|\\.)*)"'
 
 
@@ -103,8 +103,8 @@ class Registers(unittest.TestCase):
             (row["id"], row["area"], row["offset"], row["size"], row["file"], row["unit"],
              row.get("name")) for row in TABLES["registers"] if ("name" in row) == used])
 
-    def test_adapters_areThoseOfThePage(self):
-        table = (ROOT / "network" / "AdapterTable.h").read_text(encoding="utf-8")
+    def test_adapters_areThoseOfTheTable(self):
+        table = (ROOT / "adapters" / "AdapterTable.h").read_text(encoding="utf-8")
         table = table[table.index("adapterTable = {{"):]
         ids = {row["name"].replace("_", "").lower(): str(row["id"])
                for row in TABLES["registers"] if "name" in row}

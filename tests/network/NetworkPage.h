@@ -7,6 +7,8 @@
 
 #include <QApplication>
 #include <QFontDatabase>
+#include <QGroupBox>
+#include <QLabel>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QTabBar>
@@ -85,6 +87,10 @@ public:
         }
         qFatal("no such pane");
     }
+    /// Each part by the kind and order in which it stands in its pane.
+    QLineEdit& macField(int adapter) { return *pane(adapter).findChildren<QLineEdit*>().last(); }
+    QLabel& networkLabel(int adapter) { return infoLabel(adapter, 0); }
+    QLabel& gatewayLabel(int adapter) { return infoLabel(adapter, 1); }
     QLineEdit* field(int adapter, AdapterPane::Value value, int octet)
     {
         return pane(adapter).row(value).fields()[std::size_t(octet)];
@@ -127,5 +133,10 @@ public:
     QList<Told> told;
 
 private:
+    QLabel& infoLabel(int adapter, int place)
+    {
+        return *pane(adapter).findChild<QGroupBox*>()->findChildren<QLabel*>().at(place);
+    }
+
     std::unique_ptr<NetworkSettings> m_page = std::make_unique<NetworkSettings>(nullptr);
 };

@@ -1,7 +1,7 @@
-#include "network/DefaultRoutes.h"
-#include "network/DhcpClient.h"
-#include "network/DottedQuad.h"
-#include "network/PingTest.h"
+#include "adapters/DefaultRoutes.h"
+#include "adapters/DhcpClient.h"
+#include "adapters/DottedQuad.h"
+#include "adapters/PingTest.h"
 #include "tests/network/NetworkPage.h"
 #include "tests/support/NoticeListener.h"
 
@@ -461,7 +461,7 @@ QList<int> rowMiddles(AdapterPane& pane)
                              AdapterPane::FirstDns, AdapterPane::BackupDns}) {
         add(pane.row(value));
     }
-    add(pane.macField());
+    add(*pane.findChildren<QLineEdit*>().last()); // the MAC address
     return middles;
 }
 
@@ -487,12 +487,6 @@ class TestNetwork : public QObject
 
 private slots:
     void init();
-
-    void quad_threeShapes();
-    void pid_isTakenFromDigitsOnly_data();
-    void pid_isTakenFromDigitsOnly();
-    void pingOutput_withTtl_isAReply();
-    void adapterTable_isAsTheDeviceHasIt();
 
     void methods_areInTheirOrder();
     void fields_areToldByIdentity();
@@ -627,90 +621,6 @@ void TestNetwork::init()
     PanelWorld::clearCommands();
 }
 
-void TestNetwork::quad_threeShapes()
-{
-    const QStringList octets{line("192"), line("10"), line("0"), line("5")};
-    QCOMPARE(DottedQuad::fromOctets(octets), 0x05000AC0U);
-    QCOMPARE(DottedQuad::toOctets(0x05000AC0U), octets);
-    QCOMPARE(DottedQuad::split(line("192.10.0.5")), octets);
-    QCOMPARE(DottedQuad::join(octets), line("192.10.0.5"));
-    QCOMPARE(DottedQuad::fromOctets({line("x"), line("255")}), 0x0000FF00U);
-    QCOMPARE(DottedQuad::join(DottedQuad::zero()), line("0.0.0.0"));
-}
-
-void TestNetwork::pid_isTakenFromDigitsOnly_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<int>("pid");
-    QTest::newRow("usual") << QByteArray("4711\n") << 4711;
-    QTest::newRow("no line end") << QByteArray("12") << 12;
-    QTest::newRow("blanks") << QByteArray(" 12 \n13\n") << 12;
-    QTest::newRow("largest") << QByteArray("2147483647") << 2147483647;
-    QTest::newRow("too large") << QByteArray("2147483648") << 0;
-    QTest::newRow("empty") << QByteArray() << 0;
-    QTest::newRow("empty line") << QByteArray("\n5\n") << 0;
-    QTest::newRow("zero") << QByteArray("0\n") << 0;
-    QTest::newRow("negative") << QByteArray("-1\n") << 0;
-    QTest::newRow("sign") << QByteArray("+7\n") << 0;
-    QTest::newRow("word") << QByteArray("12x\n") << 0;
-    QTest::newRow("longest line") << QByteArray(62, ' ') + "12\n345" << 12;
-    QTest::newRow("line too long") << QByteArray(60, ' ') + "12345\n" << 0;
-    QTest::newRow("zero byte") << QByteArray("1\0002", 3) << 0;
-}
-
-void TestNetwork::pid_isTakenFromDigitsOnly()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(int, pid);
-    QCOMPARE(DhcpClient::processId(file), pid);
-    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), file);
-    DhcpClient::stop(1);
-    QCOMPARE(PanelWorld::commands(),
-             pid > 0 ? QStringList(QStringLiteral("kill %1").arg(pid)) : QStringList());
-    QCOMPARE(PanelWorld::fileContent(line("/var/run/udhcpc1.pid")), file);
-}
-
-void TestNetwork::pingOutput_withTtl_isAReply()
-{
-    QVERIFY(PingTest::hasReply("64 bytes from 203.0.113.10: seq=0 ttl=63 time=0.1 ms\n"));
-    QVERIFY(PingTest::hasReply(QByteArray("\0ttl", 4)));
-    QVERIFY(!PingTest::hasReply("64 bytes TTL=63"));
-    QVERIFY(!PingTest::hasReply("1 packets transmitted, 0 packets received"));
-    QVERIFY(!PingTest::hasReply(QByteArray()));
-}
-
-void TestNetwork::adapterTable_isAsTheDeviceHasIt()
-{
-    const struct
-    {
-        std::size_t mac, ip, mask, gateway;
-        unsigned ipRegister, maskRegister, gatewayRegister, disabledRegister, dhcpRegister;
-        const char* name;
-        const char* pidFile;
-    } expected[] = {
-        {33, 41, 49, 45, 60, 62, 63, 66, 67, "eth0", "/var/run/udhcpc0.pid"},
-        {166, 174, 182, 178, 69, 71, 72, 75, 76, "eth1", "/var/run/udhcpc1.pid"},
-    };
-    QCOMPARE(adapterTable.size(), std::size(expected));
-    for (std::size_t at = 0; at < std::size(expected); ++at) {
-        const AdapterRow& row = adapterTable.at(at);
-        QCOMPARE(row.macOffset, expected[at].mac);
-        QCOMPARE(row.ip.recordOffset, expected[at].ip);
-        QCOMPARE(row.mask.recordOffset, expected[at].mask);
-        QCOMPARE(row.gateway.recordOffset, expected[at].gateway);
-        QCOMPARE(row.ip.mirror.id(), expected[at].ipRegister);
-        QCOMPARE(row.mask.mirror.id(), expected[at].maskRegister);
-        QCOMPARE(row.gateway.mirror.id(), expected[at].gatewayRegister);
-        QCOMPARE(row.disabledRegister.id(), expected[at].disabledRegister);
-        QCOMPARE(row.dhcpRegister.id(), expected[at].dhcpRegister);
-        QCOMPARE(row.interfaceName, expected[at].name);
-        QCOMPARE(row.pidFile, expected[at].pidFile);
-        QCOMPARE(int(row.ip.dataType), 2);
-        QCOMPARE(int(row.mask.dataType), 3);
-        QCOMPARE(int(row.gateway.dataType), 4);
-    }
-}
-
 void TestNetwork::methods_areInTheirOrder()
 {
     const QMetaObject& page = NetworkSettings::staticMetaObject;
@@ -752,7 +662,7 @@ void TestNetwork::fields_areToldByIdentity()
                 }
             }
         }
-        QVERIFY(!page.isConfigIp(Index(owner), &world.pane(owner).macField()));
+        QVERIFY(!page.isConfigIp(Index(owner), &world.macField(owner)));
         QVERIFY(!page.isConfigIp(Index(owner), nullptr));
     }
 }
@@ -771,7 +681,8 @@ void TestNetwork::captions_inTheirOrder()
         QCOMPARE(captionsOf(pane), left + right);
         QCOMPARE(pane.findChild<QGroupBox*>()->title(), line("Default gateway info"));
         world.tabs().setCurrentIndex(adapter);
-        QVERIFY(pane.networkLabel().geometry().right() < pane.gatewayLabel().geometry().left());
+        QVERIFY(world.networkLabel(adapter).geometry().right() <
+                world.gatewayLabel(adapter).geometry().left());
         QCOMPARE(pane.defaultButton().text(), line("Set as default gateway"));
         QCOMPARE(pane.testButton().text(), line("test"));
         for (const auto value : {AdapterPane::Ip, AdapterPane::Mask, AdapterPane::Gateway,
@@ -806,7 +717,7 @@ void TestNetwork::look_isThePanels()
         QCOMPARE(pane.defaultButton().objectName(), line("BlueButton"));
         QCOMPARE(pane.testButton().objectName(), line("TestButton"));
         QCOMPARE(pane.modeBox().font().family(), family);
-        QVERIFY(pane.macField().isReadOnly());
+        QVERIFY(world.macField(adapter).isReadOnly());
         for (const QLineEdit* field : pane.fields()) {
             QCOMPARE(field->styleSheet(), line("QLineEdit{border-width:0;border-style:outset}"));
             QCOMPARE(field->alignment(), Qt::Alignment(Qt::AlignCenter));
@@ -896,12 +807,12 @@ void TestNetwork::mac_canBeReadInEveryState()
         AdapterPane& pane = world.pane(adapter);
         world.tabs().setCurrentIndex(adapter);
         constexpr double readable = 4.5;
-        QVERIFY(contrastOf(pane.macField()) >= readable);
+        QVERIFY(contrastOf(world.macField(adapter)) >= readable);
         pane.modeBox().setCurrentIndex(1);
-        QVERIFY(!pane.macField().isEnabled());
-        QVERIFY(contrastOf(pane.macField()) >= readable);
+        QVERIFY(!world.macField(adapter).isEnabled());
+        QVERIFY(contrastOf(world.macField(adapter)) >= readable);
         pane.disableSwitch().click();
-        QVERIFY(contrastOf(pane.macField()) >= readable);
+        QVERIFY(contrastOf(world.macField(adapter)) >= readable);
     }
 }
 
@@ -1013,7 +924,7 @@ void TestNetwork::start_storedOff_changesNoInterface()
     world.init();
     QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains(line("ifconfig eth1")));
     QVERIFY(!world.field(1, AdapterPane::Ip, 0)->isEnabled());
-    QVERIFY(!world.pane(1).macField().isEnabled());
+    QVERIFY(!world.macField(1).isEnabled());
     QVERIFY(!world.pane(1).modeBox().isEnabled());
     QCOMPARE(world.pane(1).disableSwitch().styleSheet(),
              line("border-image:url(:/Resources/switch_on.png);"));
@@ -1095,10 +1006,10 @@ void TestNetwork::start_fillsTheFields()
     QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
     QCOMPARE(world.text(1, AdapterPane::Mask), line("255.0.0.0"));
     QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
-    QCOMPARE(world.pane(0).macField().text(), line("02:0a:ff:00:10:bc"));
-    QCOMPARE(world.pane(1).macField().text(), line("02:01:02:03:04:05"));
-    QCOMPARE(world.pane(0).networkLabel().text(), line("Network:"));
-    QCOMPARE(world.pane(1).gatewayLabel().text(), line("Gateway:0.0.0.0"));
+    QCOMPARE(world.macField(0).text(), line("02:0a:ff:00:10:bc"));
+    QCOMPARE(world.macField(1).text(), line("02:01:02:03:04:05"));
+    QCOMPARE(world.networkLabel(0).text(), line("Network:"));
+    QCOMPARE(world.gatewayLabel(1).text(), line("Gateway:0.0.0.0"));
 }
 
 void TestNetwork::start_writesNoRecord()
@@ -1135,7 +1046,7 @@ void TestNetwork::keypad_opensForEachField()
             QCOMPARE(shown, QStringList({QString::number(field->text().toInt()), line("Min:0"),
                                          line("Max:255")}));
         }
-        look(&world.pane(adapter).macField());
+        look(&world.macField(adapter));
         QCOMPARE(shown, QStringList());
     }
 }
@@ -1153,7 +1064,7 @@ void TestNetwork::press_reachesTheWidgetToo()
         QTest::mouseClick(&pane.disableSwitch(), Qt::LeftButton);
         QVERIFY(world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
         QTest::mouseClick(&pane.defaultButton(), Qt::LeftButton);
-        QCOMPARE(pane.gatewayLabel().text(), gateways[adapter]);
+        QCOMPARE(world.gatewayLabel(adapter).text(), gateways[adapter]);
         PanelWorld::clearCommands();
         QTest::mouseClick(&pane.testButton(), Qt::LeftButton);
         QVERIFY(PanelWorld::commands().contains(line("killall ping")));
@@ -1726,8 +1637,8 @@ void TestNetwork::routes_button_storesTheAdapterNumber()
     NoticeListener runtime(noticePipe);
     const QByteArray before = PanelWorld::fileContent(byteArea);
     for (const int shown : {0, 1}) {
-        world.pane(shown).gatewayLabel().clear();
-        world.pane(shown).networkLabel().clear();
+        world.gatewayLabel(shown).clear();
+        world.networkLabel(shown).clear();
     }
     world.pane(adapter).defaultButton().click();
     QByteArray expected = before;
@@ -1736,8 +1647,8 @@ void TestNetwork::routes_button_storesTheAdapterNumber()
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({78}));
     QCOMPARE(PanelWorld::commands(), routes(line("192.168.1.1"), metric0, line("10.0.0.1"), 1));
     for (const int shown : {0, 1}) {
-        QCOMPARE(world.pane(shown).gatewayLabel().text(), line("Gateway:") + gateway);
-        QCOMPARE(world.pane(shown).networkLabel().text(), line("Network:"));
+        QCOMPARE(world.gatewayLabel(shown).text(), line("Gateway:") + gateway);
+        QCOMPARE(world.networkLabel(shown).text(), line("Network:"));
     }
 }
 
@@ -1786,7 +1697,7 @@ void TestNetwork::dhcp_dynamicAndBack()
         QCOMPARE(field->text(), line("0"));
         QVERIFY(!field->isEnabled());
     }
-    QVERIFY(!pane.macField().isEnabled());
+    QVERIFY(!world.macField(adapter).isEnabled());
     QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
 
     PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(number), "321\n");
@@ -1802,7 +1713,7 @@ void TestNetwork::dhcp_dynamicAndBack()
     for (const QLineEdit* field : pane.fields()) {
         QVERIFY(field->isEnabled());
     }
-    QVERIFY(pane.macField().isEnabled());
+    QVERIFY(world.macField(adapter).isEnabled());
     QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice}));
 }
@@ -2090,7 +2001,7 @@ void TestNetwork::switch_offAndOn_static()
         QCOMPARE(field->text(), line("0"));
         QVERIFY(!field->isEnabled());
     }
-    QVERIFY(!pane.macField().isEnabled());
+    QVERIFY(!world.macField(adapter).isEnabled());
     QVERIFY(!pane.modeBox().isEnabled());
     QVERIFY(world.pane(1 - adapter).modeBox().isEnabled());
     for (const int shown : {0, 1}) {
@@ -2115,7 +2026,7 @@ void TestNetwork::switch_offAndOn_static()
     for (const QLineEdit* field : pane.fields()) {
         QVERIFY(field->isEnabled());
     }
-    QVERIFY(pane.macField().isEnabled());
+    QVERIFY(world.macField(adapter).isEnabled());
     QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
 }
@@ -2305,14 +2216,14 @@ void TestNetwork::refresh_keepsTheChosenGateway()
     world.started();
     world.pane(1).defaultButton().click();
     world.page().onChangeLanguage(Settings::Chinese);
-    QCOMPARE(world.pane(0).gatewayLabel().text(), QStringLiteral("    网关：10.0.0.1"));
+    QCOMPARE(world.gatewayLabel(0).text(), QStringLiteral("    网关：10.0.0.1"));
     QCOMPARE(world.tabs().tabText(1), QStringLiteral("有线网络1"));
     QCOMPARE(world.pane(0).modeBox().itemText(1), QStringLiteral("动态IP"));
     QCOMPARE(world.pane(1).defaultBox().itemText(0), QStringLiteral("自动"));
     QCOMPARE(world.page().findChild<QGroupBox*>()->title(), QStringLiteral("默认上网卡信息："));
     world.page().onChangeLanguage(Settings::English);
     QCOMPARE(world.tabs().tabText(0), line("network0"));
-    QCOMPARE(world.pane(0).gatewayLabel().text(), line("Gateway:10.0.0.1"));
+    QCOMPARE(world.gatewayLabel(0).text(), line("Gateway:10.0.0.1"));
 }
 
 void TestNetwork::refresh_oneAdapter_leavesTheOtherAlone()

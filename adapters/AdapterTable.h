@@ -2,7 +2,6 @@
 
 #include "device/EEInfoDetail.h"
 #include "regstore/NamedRegister.h"
-#include "settings/Settings.h"
 
 #include <array>
 #include <cstddef>
@@ -10,9 +9,8 @@
 /// Where one IPv4 value of an adapter is kept besides its fields on the page.
 struct StoredQuad
 {
-    std::size_t recordOffset;            ///< In Flash_WR_1: 4 bytes, first octet first.
-    QuadRegister mirror;                 ///< The system register that mirrors it.
-    Settings::FlashWR1DataType dataType; ///< What the window is to take over from the record.
+    std::size_t recordOffset; ///< In Flash_WR_1: 4 bytes, first octet first.
+    QuadRegister mirror;      ///< The system register that mirrors it.
 };
 
 /// What distinguishes one Ethernet adapter from the other.
@@ -33,19 +31,23 @@ inline constexpr std::array<AdapterRow, 2> adapterTable = {{
     {"eth0",
      "/var/run/udhcpc0.pid",
      offsetof(EEInfoDetail::Flash_WR_1, eth0_mac),
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), Registers::eth0Ip, Settings::WR1_IP},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), Registers::eth0Mask, Settings::WR1_MASK},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth0_gateway), Registers::eth0Gateway,
-      Settings::WR1_GATEWAY},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), Registers::eth0Ip},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), Registers::eth0Mask},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth0_gateway), Registers::eth0Gateway},
      Registers::eth0Off,
      Registers::eth0Dhcp},
     {"eth1",
      "/var/run/udhcpc1.pid",
      offsetof(EEInfoDetail::Flash_WR_1, eth1_mac),
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), Registers::eth1Ip, Settings::WR1_IP},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), Registers::eth1Mask, Settings::WR1_MASK},
-     {offsetof(EEInfoDetail::Flash_WR_1, eth1_gateway), Registers::eth1Gateway,
-      Settings::WR1_GATEWAY},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), Registers::eth1Ip},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), Registers::eth1Mask},
+     {offsetof(EEInfoDetail::Flash_WR_1, eth1_gateway), Registers::eth1Gateway},
      Registers::eth1Off,
      Registers::eth1Dhcp},
 }};
+
+/// Whether an adapter is one of the table.
+constexpr bool isAdapter(int adapter)
+{
+    return adapter >= 0 && std::size_t(adapter) < adapterTable.size();
+}

@@ -1,7 +1,7 @@
-#include "network/DhcpClient.h"
+#include "adapters/DhcpClient.h"
 
+#include "adapters/AdapterTable.h"
 #include "device/ShellLine.h"
-#include "network/AdapterTable.h"
 
 #include <QFile>
 
@@ -10,11 +10,6 @@
 namespace {
 
 constexpr qint64 longestPidLine = 64; ///< Bytes; a pid file that starts with more is none.
-
-bool isAdapter(int adapter)
-{
-    return adapter >= 0 && adapter < int(adapterTable.size());
-}
 
 bool isDigit(char character)
 {

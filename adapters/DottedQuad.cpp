@@ -1,4 +1,4 @@
-#include "network/DottedQuad.h"
+#include "adapters/DottedQuad.h"
 
 namespace {
 

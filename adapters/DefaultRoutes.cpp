@@ -1,4 +1,4 @@
-#include "network/DefaultRoutes.h"
+#include "adapters/DefaultRoutes.h"
 
 #include "device/ShellLine.h"
 #include "regstore/NamedRegister.h"
@@ -10,6 +10,21 @@ int storedPreference()
     quint8 preference = 0;
     Registers::defaultAdapter.read(preference);
     return preference;
+}
+
+void load()
+{
+    Registers::defaultAdapter.load();
+}
+
+void storePreference(quint8 preference)
+{
+    Registers::defaultAdapter.writeNotify(preference);
+}
+
+void storeAdapterNumber(quint32 adapter)
+{
+    Registers::defaultAdapter.writeNotify(adapter); // four bytes are passed, one is kept
 }
 
 void rebuild(int preference, const std::array<QString, 2>& gateways)

@@ -1,4 +1,4 @@
-#include "network/PingTest.h"
+#include "adapters/PingTest.h"
 
 #include "device/ShellLine.h"
 
