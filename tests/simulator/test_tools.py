@@ -103,6 +103,19 @@ class PlatformTools(unittest.TestCase):
         self.assertEqual(self.world.input_of(1), b"one")
         self.assertEqual(self.world.input_of(3), b"two")
 
+    def test_line_of_a_call_comes_after_its_whole_input(self):
+        self.assertEqual(self.run_ok(f"""
+            mkfifo /tmp/slow
+            {TOOLS}setserial </tmp/slow & exec 3>/tmp/slow
+            printf begin >&3
+            until [ "$(cat /panel/log/input/*)" = begin ]; do :; done 2>/dev/null
+            {TOOLS}getbright >/dev/null
+            cat /panel/log/commands
+            printf ' end' >&3; exec 3>&-
+            wait"""), f"{TOOLS}getbright\n".encode())
+        self.assertEqual(self.world.commands(), [TOOLS + "getbright", TOOLS + "setserial"])
+        self.assertEqual(self.world.input_of(1), b"begin end")
+
     def test_calls_at_the_same_time_are_all_written_down(self):
         self.run_ok(f"""
             for i in $(seq 40); do
