@@ -23,6 +23,8 @@ endif()
 if(PANEL_COVERAGE)
   target_compile_options(panel_flags INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(panel_flags INTERFACE --coverage)
+  # In a panel a build is read-only but for this folder, see simulator/sandbox.
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/counters)
 endif()
 
 # panel_room(NAME SOURCES file... [LIBS target...])

@@ -16,7 +16,7 @@ factory_settings=(
 make_device() {
     local panelctl=$1 folder=$2 draft=$2/new name
     shift 2
-    [ ! -e "$draft" ] || rm -r "$draft" || return
+    rm -rf "$draft" || return
     mkdir -p "$draft/state" "$folder"/{hmi_data,state,Config} &&
         "$panelctl" areas create --root "$draft" --stored buzzer=on >/dev/null &&
         "$panelctl" device create --image "$draft/state/image" "${factory_settings[@]}" "$@" ||
@@ -25,10 +25,16 @@ make_device() {
         : >"$draft/state/$name"
     done
     printf plug-out >"$draft/state/usbslave"
-    [ ! -e "$folder/Config/system_settings.ini" ] || rm "$folder/Config/system_settings.ini" ||
-        return
-    mv -f "$draft"/hmi_data/* "$folder/hmi_data/" &&
-        mv -f "$draft"/state/{serial,mpi,logo,usbslave,image} "$folder/state/" && rm -r "$draft"
+    rm -rf "$folder/Config/system_settings.ini" || return
+    for name in "$draft"/hmi_data/* "$draft"/state/{serial,mpi,logo,usbslave,image}; do
+        put_in_place "$name" "$folder${name#"$draft"}" || return
+    done
+    rm -r "$draft"
+}
+
+# put_in_place FILE PLACE: moves it there, whatever is there: never into a folder or through a link.
+put_in_place() {
+    [ -L "$2" ] || [ ! -d "$2" ] || rm -r "$2" && mv -f -T "$1" "$2"
 }
 
 # change_hardware PANELCTL FOLDER [FIELD VALUE]...: another screen and another board around the same

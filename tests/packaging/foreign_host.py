@@ -68,7 +68,7 @@ class Host:
             self._process = subprocess.Popen(
                 [ROOT / "simulator" / "sandbox", "--build", build, "--screen", "%dx%d" % SCREEN,
                  "--run", self.volatile, "--state", self.device,
-                 "--bind", screen, "/panel-screen", "--bind", prefix, "/opt/panel",
+                 "--screen-socket", screen / "vnc", "--bind", prefix, "/opt/panel",
                  "--bind", program.parent, "/opt/host", "--env", "QT_FORCE_STDERR_LOGGING=1",
                  "--", "/panel/lib/with-screen", "sh", "-c", script],
                 env={**os.environ, "TMPDIR": str(scratch)}, stdin=subprocess.DEVNULL,

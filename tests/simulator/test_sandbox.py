@@ -209,9 +209,9 @@ class KeptDevice(SandboxTest):
         self.assertEqual(self.world.kept("true", "--fresh").returncode, 0)
 
     def stored(self):
-        """Every file of the kept device but its lock."""
+        """Every file of the kept device."""
         return {path: path.read_bytes() for path in self.world.device.rglob("*")
-                if path.is_file() and path.name != "lock"}
+                if path.is_file()}
 
     def test_start_that_breaks_off_leaves_the_old_device(self):
         self.world.kept(self.CHANGE)
@@ -228,7 +228,7 @@ class KeptDevice(SandboxTest):
         result = self.world.kept("cat /panel/state/logo", "--fresh")
         self.assertEqual((result.returncode, result.stdout), (0, b""))
         self.assertEqual(sorted(os.listdir(self.world.device)),
-                         ["Config", "hmi_data", "lock", "state"])
+                         ["Config", "hmi_data", "state"])
 
     def test_device_without_an_image_is_made_new(self):
         self.world.kept(self.CHANGE)
