@@ -1,8 +1,8 @@
 #include "device/EEInfoHandle.h"
 
+#include "device/BootLogo.h"
 #include "device/ResolverFile.h"
 #include "device/ShellLine.h"
-#include "fileio/SigPipeGuard.h"
 
 #include <QFile>
 #include <QString>
@@ -10,47 +10,17 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <unistd.h>
-#include <utility>
 
 namespace {
 
 constexpr int replyBytes = 32;
 constexpr int identityBytes = 32;
 constexpr int decimal = 10;
-constexpr long largestLogoBytes = 0x600000; // 6 MiB
-constexpr std::size_t logoChunkBytes = 254;
 
 /// A tool's reply, which may fill the buffer to its last byte: one more keeps it a text.
 using Reply = std::array<char, replyBytes + 1>;
-
-struct StreamCloser
-{
-    void operator()(std::FILE* stream) const { std::fclose(stream); }
-};
-using Stream = std::unique_ptr<std::FILE, StreamCloser>;
-
-/// pclose, unlike fclose, also waits for the tool: no process is left behind.
-struct PipeCloser
-{
-    void operator()(std::FILE* pipe) const { pclose(pipe); }
-};
-using Pipe = std::unique_ptr<std::FILE, PipeCloser>;
-
-Pipe startTool(const char* command, const char* mode)
-{
-    return Pipe(popen(command, mode)); // NOLINT(cert-env33-c)
-}
-
-/// Length of a stream in bytes, -1 when it has none, like a pipe. Leaves the position at the end.
-long lengthOf(std::FILE* stream)
-{
-    return std::fseek(stream, 0, SEEK_END) == 0 ? std::ftell(stream) : -1;
-}
 
 } // namespace
 
@@ -196,91 +166,14 @@ int EEInfoHandle::reboot()
     return ShellLine::run("reboot");
 }
 
-namespace {
-
-/// Null, with the message.
-std::unique_ptr<char[]> refuseLogo()
-{
-    std::printf("pic size is out of 6M");
-    std::fflush(stdout);
-    return nullptr;
-}
-
-/// The whole of a logo file, or nothing (with the message) when it is too large or unreadable.
-std::unique_ptr<char[]> loadLogo(const std::string& path, std::size_t& size)
-{
-    const Stream file(std::fopen(path.c_str(), "rb"));
-    const long length = file ? lengthOf(file.get()) : -1;
-    if (length < 0 || length > largestLogoBytes) {
-        return refuseLogo();
-    }
-    size = static_cast<std::size_t>(length);
-    if (size == 0) {
-        return nullptr;
-    }
-    auto content = std::make_unique<char[]>(size);
-    std::rewind(file.get());
-    return std::fread(content.get(), 1, size, file.get()) == size ? std::move(content)
-                                                                  : refuseLogo();
-}
-
-/// Closes the pipe on every path, as closing may write too.
-void sendLogo(Pipe pipe, const std::string& path)
-{
-    std::size_t size = 0;
-    const auto logo = path.empty() ? nullptr : loadLogo(path, size);
-    if (!logo) {
-        return;
-    }
-    (void)std::fwrite(logo.get(), 1, size, pipe.get());
-    std::fflush(pipe.get());
-    sync();
-}
-
-void copyLogo(std::FILE* pipe, std::FILE* file)
-{
-    const long length = lengthOf(pipe);
-    std::rewind(pipe);
-    if (length <= 0) {
-        return;
-    }
-    std::array<char, logoChunkBytes> chunk;
-    std::size_t count = 0;
-    while ((count = std::fread(chunk.data(), 1, chunk.size(), pipe)) > 0) {
-        (void)std::fwrite(chunk.data(), 1, count, file);
-        std::printf("------------write------fp2");
-    }
-}
-
-} // namespace
-
 void EEInfoHandle::setLogo(const std::string& path)
 {
-    Pipe pipe = startTool("/root/plat-intf/writelogo", "w");
-    if (!pipe) {
-        std::perror("writelogo Fail to popen fp1\n");
-        return;
-    }
-    const SigPipeGuard guard; // after popen: the tool must not inherit the blocked signal
-    sendLogo(std::move(pipe), path);
+    BootLogo::write(path);
 }
 
 void EEInfoHandle::readLogo(const std::string& path)
 {
-    const Pipe pipe = startTool("/root/plat-intf/readlogo", "r");
-    if (!pipe) {
-        std::perror("readLogo Fail to popen fp1\n");
-    }
-    const Stream file(std::fopen(path.c_str(), "wb"));
-    if (!file) {
-        std::perror("readLogo Fail to popen fp2\n");
-    }
-    if (!pipe || !file) {
-        return;
-    }
-    std::printf("------start------");
-    copyLogo(pipe.get(), file.get());
-    std::fflush(stdout);
+    BootLogo::read(path);
 }
 
 void EEInfoHandle::replaceDns(QFile& file, int n, int index, QString dns)

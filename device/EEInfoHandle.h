@@ -65,11 +65,9 @@ public:
     /// Restarts the panel. Returns the status of system().
     int reboot();
 
-    /// Copies the boot logo into a new file @p path. The tool's pipe has no length to measure, so
-    /// with a real tool the file stays empty.
+    // The boot logo; see BootLogo.
+
     void readLogo(const std::string& path);
-    /// Hands a picture file of 1 byte to 6 MiB to the logo tool. Larger ones, and files that cannot
-    /// be read whole, give the message "pic size is out of 6M" and send nothing.
     void setLogo(const std::string& path);
 
     /// Rewrites the resolver file: server @p index (0 first, 1 backup) of adapter @p n becomes

@@ -1,12 +1,11 @@
 #include "device/PlateformInterface.h"
 
-#include "fileio/SigPipeGuard.h"
+#include "device/ToolPipe.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
-#include <sys/ioctl.h>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,14 +21,16 @@ int startFailed()
     return -1;
 }
 
-/// Whether the shell that popen started could not start the tool. An unknown status, as when the
-/// host has its children reaped by the system, is none.
-bool toolWasMissing(int status)
+std::size_t sizeOf(int n)
 {
-    if (status == -1 || !WIFEXITED(status)) {
-        return false;
-    }
-    const int code = WEXITSTATUS(status);
+    return static_cast<std::size_t>(std::max(n, 0));
+}
+
+/// Whether a shell that ended with @p status says that it could not start the command; errno then
+/// tells why.
+bool saysNotStarted(int status)
+{
+    const int code = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : 0;
     if (code == shellNotFound || code == shellNotExecutable) {
         errno = code == shellNotFound ? ENOENT : EACCES;
         return true;
@@ -37,72 +38,38 @@ bool toolWasMissing(int status)
     return false;
 }
 
-/// The reading end of a tool's input pipe, to see after the tool's end what it left unread. A tool
-/// that ends at once may do so before or after the bytes are in the pipe: without this look the
-/// same failure would be noticed at one time and missed at another.
-class UnreadInput
+/// Whether a command is a file that may be run. Only a path can be looked at.
+bool mayBeRun(const char* command)
 {
-public:
-    /// Opened only when everything is in the pipe: while it is open, writing would not fail.
-    explicit UnreadInput(int writingEnd)
-    {
-        std::array<char, 32> path = {};
-        std::snprintf(path.data(), path.size(), "/proc/self/fd/%d", writingEnd);
-        m_descriptor = ::open(path.data(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    }
-    ~UnreadInput()
-    {
-        if (m_descriptor >= 0) {
-            ::close(m_descriptor);
-        }
-    }
-    UnreadInput(const UnreadInput&) = delete;
-    UnreadInput& operator=(const UnreadInput&) = delete;
-
-    /// -1 when it cannot be seen, as without /proc.
-    int bytes() const
-    {
-        int count = 0;
-        return m_descriptor >= 0 && ioctl(m_descriptor, FIONREAD, &count) == 0 ? count : -1;
-    }
-
-private:
-    int m_descriptor = -1;
-};
+    std::string path(command);
+    path.resize(std::min(path.find(' '), path.size()));
+    return path.find('/') == 0 && access(path.c_str(), X_OK) == 0;
+}
 
 } // namespace
 
 int PlateformInterface::readcmd(const char* command, char* buf, int n)
 {
     buf[0] = '\0';
-    std::FILE* pipe = popen(command, "r"); // NOLINT(cert-env33-c)
-    if (!pipe) {
+    ToolPipe tool(command, ToolPipe::Direction::fromTool);
+    if (!tool.isOpen()) {
         return startFailed();
     }
-    const std::size_t count = std::fread(buf, 1, static_cast<std::size_t>(n), pipe);
-    const int status = pclose(pipe);
-    return count == 0 && toolWasMissing(status) ? startFailed() : 0;
+    const std::size_t count = tool.read(buf, sizeOf(n));
+    const int status = tool.close();
+    // Nothing came, and nobody knows how the tool ended: it may never have been there. An image
+    // that was not delivered must not be written back.
+    const bool isUnknown = status == -1;
+    return count == 0 && (isUnknown || saysNotStarted(status)) ? startFailed() : 0;
 }
 
 int PlateformInterface::writecmd(const char* command, char* buf, int n)
 {
-    std::FILE* pipe = popen(command, "w"); // NOLINT(cert-env33-c)
-    if (!pipe) {
+    ToolPipe tool(command, ToolPipe::Direction::toTool);
+    if (!tool.isOpen()) {
         return startFailed();
     }
-    const auto size = static_cast<std::size_t>(n);
-    const SigPipeGuard guard; // after popen: the tool must not inherit the blocked signal
-    if (std::fwrite(buf, 1, size, pipe) != size || std::fflush(pipe) != 0) {
-        return toolWasMissing(pclose(pipe)) ? startFailed() : -1;
-    }
-    const UnreadInput unread(fileno(pipe));
-    const int status = pclose(pipe);
-    const int left = unread.bytes();
-    if (left >= 0 && left < n) {
-        return 0; // it took something, so it was started, whatever it ended with
-    }
-    if (toolWasMissing(status)) {
-        return startFailed();
-    }
-    return n > 0 && left == n ? -1 : 0;
+    tool.write(buf, sizeOf(n));
+    // A tool that is there has been started, and may end with the shell's numbers itself.
+    return saysNotStarted(tool.close()) && !mayBeRun(command) ? startFailed() : 0;
 }

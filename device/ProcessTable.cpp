@@ -1,8 +1,10 @@
 #include "device/ProcessTable.h"
 
 #include "device/ShellLine.h"
+#include "device/ToolPipe.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 
 namespace {
@@ -19,12 +21,14 @@ int detectProcess(const char* name)
     if (!ShellLine::format(command, "ps -ef | grep %s|grep -v grep", name)) {
         return -1;
     }
-    std::FILE* pipe = popen(command, "r"); // NOLINT(cert-env33-c)
-    if (!pipe) {
+    ToolPipe tool(command, ToolPipe::Direction::fromTool);
+    if (!tool.isOpen()) {
         return -1;
     }
-    char line[lineBytes + 1] = {};
-    const bool found = std::fgets(line, sizeof line, pipe) != nullptr;
-    pclose(pipe);
-    return found ? static_cast<int>(std::strtol(line, nullptr, decimal)) : nothingFound;
+    std::array<char, lineBytes + 1> line = {}; // one more keeps it a text
+    if (tool.read(line.data(), lineBytes) == 0) {
+        return nothingFound;
+    }
+    std::replace(line.begin(), line.end(), '\n', '\0'); // a number does not go on in the next line
+    return static_cast<int>(std::strtol(line.data(), nullptr, decimal));
 }

@@ -1,5 +1,7 @@
 #include "device/ShellLine.h"
 
+#include "fileio/StandardDescriptors.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +20,12 @@ bool formatList(char (&line)[ShellLine::bufferBytes], const char* pattern, va_li
                  line);
     line[0] = '\0';
     return false;
+}
+
+int runLine(const char* line)
+{
+    const StandardDescriptors standard; // the command inherits them
+    return std::system(line);
 }
 
 } // namespace
@@ -40,7 +48,7 @@ int run(const char* pattern, ...)
     va_start(arguments, pattern);
     const bool fits = formatList(line, pattern, arguments);
     va_end(arguments);
-    return fits ? std::system(line) : -1;
+    return fits ? runLine(line) : -1;
 }
 
 int runAndSync(const char* pattern, ...)
@@ -54,8 +62,8 @@ int runAndSync(const char* pattern, ...)
         return -1;
     }
     // Its status says nothing about whether it ran: a host that ignores its children gets -1.
-    (void)std::system(line);
-    return std::system("sync");
+    (void)runLine(line);
+    return runLine("sync");
 }
 
 } // namespace ShellLine

@@ -1,9 +1,10 @@
 #include "fileio/DFifo.h"
 
 #include "fileio/SigPipeGuard.h"
+#include "fileio/Uninterrupted.h"
 
+#include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,9 +12,16 @@ namespace {
 
 constexpr mode_t fifoMode = 0777;
 
+/// Whether a length is one that nothing can have, with errno saying so.
+bool isNegative(int n)
+{
+    errno = n < 0 ? EINVAL : errno;
+    return n < 0;
+}
+
 } // namespace
 
-DFifo::DFifo(const char* path, int flags) : m_descriptor(::open(path, flags | O_CLOEXEC))
+DFifo::DFifo(const char* path, int flags) : m_descriptor(Uninterrupted::open(path, flags))
 {
     if (m_descriptor != -1) {
         return;
@@ -26,7 +34,7 @@ DFifo::DFifo(const char* path, int flags) : m_descriptor(::open(path, flags | O_
         std::perror("mkfifo");
         return;
     }
-    m_descriptor = ::open(path, flags | O_CLOEXEC);
+    m_descriptor = Uninterrupted::open(path, flags);
 }
 
 DFifo::~DFifo()
@@ -38,17 +46,17 @@ DFifo::~DFifo()
 
 int DFifo::read(void* buf, int n)
 {
-    if (m_descriptor == -1) {
+    if (m_descriptor == -1 || isNegative(n)) {
         return -1;
     }
-    return static_cast<int>(::read(m_descriptor, buf, static_cast<size_t>(n)));
+    return static_cast<int>(Uninterrupted::read(m_descriptor, buf, static_cast<size_t>(n)));
 }
 
 int DFifo::write(const void* buf, int n)
 {
-    if (m_descriptor == -1) {
+    if (m_descriptor == -1 || isNegative(n)) {
         return -1;
     }
     const SigPipeGuard guard;
-    return static_cast<int>(::write(m_descriptor, buf, static_cast<size_t>(n)));
+    return static_cast<int>(Uninterrupted::write(m_descriptor, buf, static_cast<size_t>(n)));
 }

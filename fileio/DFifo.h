@@ -13,8 +13,9 @@ public:
     DFifo(const DFifo&) = delete;
     DFifo& operator=(const DFifo&) = delete;
 
-    /// Bytes transferred; -1 when nothing is open or the transfer fails. Writing to a pipe whose
-    /// readers have gone fails like any other write: no SIGPIPE reaches the process.
+    /// Bytes transferred; -1 when nothing is open, the transfer fails or @p n is negative. Writing
+    /// to a pipe whose readers have gone fails like any other write: no SIGPIPE reaches the
+    /// process. Waiting goes on when a signal handler of the host's has run.
     int read(void* buf, int n);
     int write(const void* buf, int n);
 

@@ -1,20 +1,57 @@
 #include "fileio/DFileStdio.h"
 
+#include "fileio/StandardDescriptors.h"
+
+#include <cerrno>
 #include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
 constexpr int copyChunkBytes = 0x40000;
 
+/// Pipes and terminals, unlike files on a medium, are interrupted by signals. The buffer of a
+/// stream loses what it holds when that happens, so for them there is none.
+void unbufferSlow(std::FILE* stream)
+{
+    struct stat info = {};
+    if (fstat(fileno(stream), &info) != 0 || !S_ISREG(info.st_mode)) {
+        (void)std::setvbuf(stream, nullptr, _IONBF, 0);
+    }
+}
+
 /// Commands run while the stream is open do not inherit it.
 std::FILE* openStream(const char* path, const char* mode)
 {
-    std::FILE* const stream = fopen64(path, mode);
+    const StandardDescriptors standard;
+    std::FILE* stream = fopen64(path, mode);
+    while (!stream && errno == EINTR) {
+        stream = fopen64(path, mode);
+    }
     if (stream) {
         (void)fcntl(fileno(stream), F_SETFD, FD_CLOEXEC);
+        unbufferSlow(stream);
     }
     return stream;
+}
+
+/// Moves @p n bytes by @p transfer, which is given the number of those moved and moves some more.
+/// When a signal interrupts the stream, it goes on where it was.
+template <typename Transfer>
+int transferAll(std::FILE* stream, int n, Transfer transfer)
+{
+    int done = 0;
+    bool interrupted = true;
+    while (done < n && interrupted) {
+        errno = 0; // an earlier interruption is not this one
+        done += static_cast<int>(transfer(done, static_cast<size_t>(n - done)));
+        interrupted = done < n && std::ferror(stream) != 0 && errno == EINTR;
+        if (interrupted) {
+            std::clearerr(stream);
+        }
+    }
+    return done;
 }
 
 } // namespace
@@ -44,18 +81,22 @@ int DFileStdio::seek2(int offset, int whence)
 
 int DFileStdio::read(void* buf, int n)
 {
-    if (!m_stream || n <= 0) {
+    if (!m_stream) {
         return 0;
     }
-    return static_cast<int>(std::fread(buf, 1, static_cast<size_t>(n), m_stream));
+    return transferAll(m_stream, n, [&](int done, size_t count) {
+        return std::fread(static_cast<char*>(buf) + done, 1, count, m_stream);
+    });
 }
 
 int DFileStdio::write(const void* buf, int n)
 {
-    if (!m_stream || n <= 0) {
+    if (!m_stream) {
         return 0;
     }
-    return static_cast<int>(std::fwrite(buf, 1, static_cast<size_t>(n), m_stream));
+    return transferAll(m_stream, n, [&](int done, size_t count) {
+        return std::fwrite(static_cast<const char*>(buf) + done, 1, count, m_stream);
+    });
 }
 
 void DFileStdio::close()

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-/// A file behind a buffered stream of the C library.
+/// A file behind a stream of the C library. It is buffered when it is a regular file.
 class DFileStdio : public File
 {
 public:
@@ -18,7 +18,8 @@ public:
 
     /// Moves the position; the result of the move is not looked at. Returns offset().
     int seek2(int offset, int whence) override;
-    /// Bytes transferred; 0 when nothing is open.
+    /// Bytes transferred; 0 when nothing is open or @p n is negative. A signal handler of the
+    /// host's ends no transfer.
     int read(void* buf, int n) override;
     int write(const void* buf, int n) override;
     void close() override;

@@ -1,5 +1,7 @@
 #include "fileio/DFileSystem.h"
 
+#include "fileio/Uninterrupted.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
@@ -9,16 +11,38 @@ namespace {
 
 constexpr mode_t createMode = 0644;
 
+/// Descriptor 0 stays what it is, as it counts as not open.
+int openFile(const char* path, int flags)
+{
+    const int descriptor = Uninterrupted::openAnywhere(path, flags, createMode);
+    return descriptor == 0 ? descriptor : Uninterrupted::awayFromStandard(descriptor);
+}
+
+/// Whether a length is one that nothing can have, with errno saying so.
+bool isNegative(int n)
+{
+    errno = n < 0 ? EINVAL : errno;
+    return n < 0;
+}
+
+bool isReadOnly(int flags)
+{
+    return (flags & O_ACCMODE) == O_RDONLY;
+}
+
 } // namespace
 
-// Commands run while a file is open must not inherit it: hence O_CLOEXEC throughout.
 DFileSystem::DFileSystem(const char* path, int flags)
-    : m_readOnly((flags & O_ACCMODE) == O_RDONLY),
-      m_descriptor(::open(path, flags | O_CLOEXEC, createMode))
+    : m_readOnly(isReadOnly(flags)), m_descriptor(openFile(path, flags))
 {
     if (m_descriptor < 0 && (flags & O_CREAT) != 0) {
-        m_descriptor = ::open(path, flags | O_TRUNC | O_CLOEXEC, createMode);
+        m_descriptor = openFile(path, flags | O_TRUNC);
     }
+}
+
+DFileSystem::DFileSystem(int descriptor, int flags)
+    : m_readOnly(isReadOnly(flags)), m_descriptor(descriptor)
+{
 }
 
 DFileSystem::~DFileSystem()
@@ -33,12 +57,18 @@ int DFileSystem::seek2(int offset, int whence)
 
 int DFileSystem::read(void* buf, int n)
 {
-    return isOpen() ? static_cast<int>(::read(m_descriptor, buf, static_cast<size_t>(n))) : 0;
+    if (!isOpen() || isNegative(n)) {
+        return isOpen() ? -1 : 0;
+    }
+    return static_cast<int>(Uninterrupted::read(m_descriptor, buf, static_cast<size_t>(n)));
 }
 
 int DFileSystem::write(const void* buf, int n)
 {
-    return isOpen() ? static_cast<int>(::write(m_descriptor, buf, static_cast<size_t>(n))) : 0;
+    if (!isOpen() || isNegative(n)) {
+        return isOpen() ? -1 : 0;
+    }
+    return static_cast<int>(Uninterrupted::write(m_descriptor, buf, static_cast<size_t>(n)));
 }
 
 void DFileSystem::close()
@@ -70,11 +100,8 @@ int DFileSystem::lockHere(int len)
     if (!isOpen()) {
         return -1;
     }
-    int result = 0;
-    do { // a signal of the host's does not end the wait: callers go on to transfer
-        result = m_readOnly ? lockShared(len) : lockf(m_descriptor, F_LOCK, len);
-    } while (result != 0 && errno == EINTR);
-    return result;
+    return Uninterrupted::call(
+        [&] { return m_readOnly ? lockShared(len) : lockf(m_descriptor, F_LOCK, len); });
 }
 
 int DFileSystem::unlock(int whence, int offset, int len)
@@ -84,7 +111,7 @@ int DFileSystem::unlock(int whence, int offset, int len)
 
 int DFileSystem::sync()
 {
-    return isOpen() ? fdatasync(m_descriptor) : 0;
+    return isOpen() ? Uninterrupted::call([&] { return fdatasync(m_descriptor); }) : 0;
 }
 
 int DFileSystem::lockShared(int len) const

@@ -3,7 +3,7 @@
 #include "fileio/File.h"
 
 /// A file behind a descriptor of the operating system, with byte-range locks against other
-/// processes. Descriptor 0 counts as not open.
+/// processes. Descriptor 0 counts as not open. Signal handlers of the host's end no operation.
 ///
 /// The locks are POSIX ones: they do not keep out threads of the same process, and closing
 /// any other descriptor of the file in this process drops them.
@@ -13,11 +13,15 @@ public:
     /// Opens @p path with the flags of open(2). When that fails and the flags contain O_CREAT,
     /// it is tried once more with O_TRUNC and mode 0644. ioDev() tells whether it is open.
     DFileSystem(const char* path, int flags);
+    /// Takes over a descriptor that was opened with @p flags, to close it; -1 is a file that could
+    /// not be opened.
+    DFileSystem(int descriptor, int flags);
     ~DFileSystem() override;
 
     /// The new position, -1 when nothing is open or the position is not valid.
     int seek2(int offset, int whence) override;
-    /// Bytes transferred; 0 when nothing is open, -1 when the transfer fails.
+    /// Bytes transferred; 0 when nothing is open, -1 when the transfer fails or @p n is negative.
+    /// Writing ends early only when the system takes no more.
     int read(void* buf, int n) override;
     int write(const void* buf, int n) override;
     void close() override;

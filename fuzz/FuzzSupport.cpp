@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,10 +21,10 @@ using Stream = std::unique_ptr<std::FILE, StreamCloser>;
 struct State
 {
     ToolStandIn::Tool tool;
-    std::size_t printed = 0; ///< Bytes of its output that the reader has.
     std::vector<std::string> commands;
     std::string input;
     int openPipes = 0;
+    int output = -1; ///< The descriptor that its output is read from, -1 without one.
 };
 
 State& state()
@@ -31,20 +33,23 @@ State& state()
     return state;
 }
 
-ssize_t print(void* /*cookie*/, char* target, std::size_t wanted)
+/// A file in memory in the place of a pipe, with these bytes in it. The product moves bytes on the
+/// descriptor, not through the stream.
+int fileWith(const std::string& bytes)
 {
-    State& now = state();
-    const std::size_t most = now.tool.pieceBytes == 0 ? wanted : now.tool.pieceBytes;
-    const std::size_t count = std::min({wanted, most, now.tool.output.size() - now.printed});
-    std::copy_n(now.tool.output.data() + now.printed, count, target);
-    now.printed += count;
-    return static_cast<ssize_t>(count);
+    const int file = memfd_create("tool", MFD_CLOEXEC);
+    expect(file >= 0 && write(file, bytes.data(), bytes.size()) == ssize_t(bytes.size()) &&
+               lseek(file, 0, SEEK_SET) == 0,
+           "a tool can be stood in for");
+    return file;
 }
 
-ssize_t take(void* /*cookie*/, const char* bytes, std::size_t count)
+std::string contentOf(int file)
 {
-    state().input.append(bytes, count);
-    return static_cast<ssize_t>(count);
+    std::string bytes(std::size_t(lseek(file, 0, SEEK_END)), '\0');
+    expect(pread(file, bytes.data(), bytes.size(), 0) == ssize_t(bytes.size()),
+           "what a tool has taken can be read");
+    return bytes;
 }
 
 } // namespace
@@ -146,16 +151,29 @@ std::FILE* __wrap_popen(const char* command, const char* mode)
         return nullptr;
     }
     ++now.openPipes;
-    now.printed = 0;
-    const cookie_io_functions_t functions = {print, take, nullptr, nullptr};
-    return fopencookie(&now, reads ? "r" : "w", functions);
+    const int file = fileWith(reads ? now.tool.output : std::string());
+    now.output = reads ? file : -1;
+    return fdopen(file, reads ? "r" : "w");
 }
 
 int __wrap_pclose(std::FILE* pipe)
 {
-    --state().openPipes;
+    State& now = state();
+    --now.openPipes;
+    now.input += fileno(pipe) == now.output ? std::string() : contentOf(fileno(pipe));
+    now.output = -1;
     std::fclose(pipe);
-    return state().tool.exitCode << bitsPerByte; // as wait() tells it
+    return now.tool.exitCode << bitsPerByte; // as wait() tells it
+}
+
+ssize_t __real_read(int descriptor, void* buffer, std::size_t size);
+
+/// What a tool prints comes in pieces.
+ssize_t __wrap_read(int descriptor, void* buffer, std::size_t size)
+{
+    const State& now = state();
+    const bool inPieces = descriptor == now.output && now.tool.pieceBytes > 0;
+    return __real_read(descriptor, buffer, inPieces ? std::min(size, now.tool.pieceBytes) : size);
 }
 
 int __wrap_system(const char* command)

@@ -37,8 +37,8 @@ void writeFile(const char* path, const std::string& content);
 /// The content of a file; empty when there is none.
 std::string readFile(const char* path);
 
-/// Stands in for every command of the product: in a fuzz target popen, pclose and system are the
-/// functions of this class, by the linker's --wrap, and start nothing.
+/// Stands in for every command of the product: in a fuzz target popen, pclose, read and system are
+/// the functions of this class, by the linker's --wrap, and start nothing.
 namespace ToolStandIn {
 
 struct Tool

@@ -192,7 +192,7 @@ public:
 
     bool bit(const Request& request, std::uint64_t at) const
     {
-        return (here(request)[at / 8] >> at % 8 & 1) != 0;
+        return (here(request)[std::size_t(at / 8)] >> at % 8 & 1) != 0;
     }
 
     bool write(const Request& request, const Bytes& from)
@@ -230,8 +230,8 @@ private:
             return false;
         }
         Bytes& bytes = m_areas[request.area];
-        for (std::uint64_t at = 0; at < request.length; ++at) {
-            const std::uint64_t target = request.offset + at;
+        for (std::size_t at = 0; at < request.length; ++at) {
+            const std::size_t target = std::size_t(request.offset) + at;
             const int mask = 1 << target % 8;
             const bool value = (from[at / 8] >> at % 8 & 1) != 0;
             bytes[target / 8] = static_cast<std::uint8_t>(value ? bytes[target / 8] | mask
@@ -244,10 +244,10 @@ private:
     bool writeBytes(const Request& request, const Bytes& from)
     {
         Bytes& bytes = m_areas[request.area];
-        const std::uint64_t end =
-            std::min<std::uint64_t>(request.offset + 0ULL + request.length, mediumBytes);
+        const auto end = static_cast<std::size_t>(
+            std::min<std::uint64_t>(request.offset + 0ULL + request.length, mediumBytes));
         if (request.length > 0 && end > request.offset) {
-            bytes.resize(std::max<std::size_t>(bytes.size(), end));
+            bytes.resize(std::max(bytes.size(), end));
             std::copy_n(from.begin(), end - request.offset, bytes.begin() + request.offset);
         }
         return end == request.offset + 0ULL + request.length || request.length == 0;
@@ -358,7 +358,8 @@ private:
         const std::uint64_t last = (Model::firstByte(request) + bytes) * 8; // exclusive
         for (std::uint64_t at = 0; at < bytes * 8; ++at) {
             const bool expected = first + at < last && m_model.bit(request, first + at);
-            expect((buffer[at / 8] >> at % 8 & 1) == expected, "what is read is what lies there");
+            expect((buffer[std::size_t(at / 8)] >> at % 8 & 1) == expected,
+                   "what is read is what lies there");
         }
     }
 
@@ -374,7 +375,7 @@ private:
     /// a file can give.
     static Bytes roomFor(const Request& request)
     {
-        Bytes buffer(std::min(Model::bytesOf(request), mediumBytes));
+        Bytes buffer(std::size_t(std::min(Model::bytesOf(request), mediumBytes)));
         buffer.reserve(1); // one without room is there all the same
         return buffer;
     }
@@ -384,7 +385,7 @@ private:
     {
         const std::uint64_t bytes =
             isBitArea(request.area) ? (request.length + 7ULL) / 8 : request.length;
-        Bytes content(std::min(bytes, longestBitRange));
+        Bytes content(std::size_t(std::min(bytes, longestBitRange)));
         for (std::size_t at = 0; at < content.size(); ++at) {
             content[at] = static_cast<std::uint8_t>(m_seed * (at + 1) + at / 3);
         }

@@ -1,5 +1,7 @@
 #include "mtd/CommonDevMtdWR.h"
 
+#include "fileio/Uninterrupted.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -21,14 +23,21 @@ constexpr unsigned comparedBytes = 4;
 constexpr std::array<const char*, 4> devicePaths = {"/dev/mtd0", "/dev/mtd1", "/dev/mtd2",
                                                     "/dev/mtd3"};
 
+/// ioctl(), which a signal does not end.
+template <typename Argument>
+int ask(int descriptor, unsigned long request, Argument* argument)
+{
+    return Uninterrupted::call([&] { return ioctl(descriptor, request, argument); });
+}
+
 /// An open flash device, closed at its end.
 class Flash
 {
 public:
-    explicit Flash(const char* path) : m_descriptor(::open(path, O_RDWR | O_SYNC | O_CLOEXEC))
+    explicit Flash(const char* path) : m_descriptor(Uninterrupted::open(path, O_RDWR | O_SYNC))
     {
         // Without sizes there is nothing that could be divided into blocks and units.
-        m_valid = ioctl(m_descriptor, MEMGETINFO, &m_info) == 0 && m_info.erasesize != 0 &&
+        m_valid = ask(m_descriptor, MEMGETINFO, &m_info) == 0 && m_info.erasesize != 0 &&
                   m_info.writesize != 0;
         if (!m_valid) {
             std::printf("This doesn't seem to be a valid MTD flash device!");
@@ -49,7 +58,7 @@ public:
 
     std::size_t blocksFor(unsigned len) const
     {
-        return (std::uint64_t(len) + m_info.erasesize - 1) / m_info.erasesize;
+        return len / m_info.erasesize + (len % m_info.erasesize == 0 ? 0 : 1);
     }
     Block blockAt(std::uint64_t offset) const
     {
@@ -98,7 +107,7 @@ Blocks eraseBlocks(const Flash& flash, int start, std::size_t wanted)
     Blocks erased;
     const auto count = [&] { return static_cast<int>(erased.size()); };
     flash.walk(start, erased, wanted, [&](Block block) {
-        if (ioctl(flash.descriptor(), MEMERASE, &block) == 0) {
+        if (ask(flash.descriptor(), MEMERASE, &block) == 0) {
             erased.push_back(block);
             std::printf("Erasing blocks: %d/%d (%d%%)\n", count(), static_cast<int>(wanted),
                         static_cast<int>(100 * erased.size() / wanted));
@@ -115,7 +124,7 @@ Blocks findBlocks(const Flash& flash, int start, std::size_t wanted)
     Blocks good;
     flash.walk(start, good, wanted, [&](Block block) {
         loff_t offset = block.start;
-        const int isBad = ioctl(flash.descriptor(), MEMGETBADBLOCK, &offset);
+        const int isBad = ask(flash.descriptor(), MEMGETBADBLOCK, &offset);
         if (isBad == 0) {
             good.push_back(block);
         }
@@ -135,7 +144,7 @@ bool readsBack(int fd, const unsigned char* expected, unsigned len, unsigned pie
     std::vector<unsigned char> found(std::min(len, piece));
     for (unsigned done = 0; done < len; done += piece) {
         const unsigned part = std::min(piece, len - done);
-        if (::read(fd, found.data(), part) != static_cast<ssize_t>(part) ||
+        if (Uninterrupted::read(fd, found.data(), part) != static_cast<ssize_t>(part) ||
             std::memcmp(found.data(), expected + done, part) != 0) {
             return false;
         }
@@ -178,7 +187,7 @@ public:
         }
         std::vector<unsigned char> padded(unit);
         std::memcpy(padded.data(), data, len);
-        (void)!::write(m_descriptor, padded.data(), unit);
+        (void)Uninterrupted::write(m_descriptor, padded.data(), unit);
         return true;
     }
 
@@ -188,7 +197,8 @@ private:
         if (!moveTo(m_descriptor, m_block->start)) {
             return false;
         }
-        (void)!::write(m_descriptor, data, len); // a failure reads back as something else
+        (void)Uninterrupted::write(m_descriptor, data,
+                                   len); // a failure reads back as something else
         return moveTo(m_descriptor, m_block->start) && readsBack(m_descriptor, data, len, piece);
     }
 
@@ -248,10 +258,14 @@ int CommonDevMtdWR::mtd_copy_read(unsigned char* buf, unsigned len, unsigned cha
 int CommonDevMtdWR::mtd_read(int fd, mtd_info_user* /*info*/, unsigned char* buf, unsigned len,
                              erase_info_user* blocks, int count)
 {
+    if (count < 0) {
+        return 1;
+    }
     for (int at = 0; at < count && len > 0; ++at) {
         const unsigned part = std::min(len, blocks[at].length);
         if (moveTo(fd, blocks[at].start)) {
-            (void)!::read(fd, buf, part); // the caller compares what it reads, if it cares
+            (void)Uninterrupted::read(fd, buf,
+                                      part); // the caller compares what it reads, if it cares
         }
         buf += part;
         len -= part;
@@ -262,6 +276,9 @@ int CommonDevMtdWR::mtd_read(int fd, mtd_info_user* /*info*/, unsigned char* buf
 int CommonDevMtdWR::mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                               erase_info_user* blocks, int count)
 {
+    if (count < 0) {
+        return 1;
+    }
     if (len == 0) {
         return 0;
     }

@@ -31,16 +31,16 @@ public:
     virtual int mtd_copy_read(unsigned char* buf, unsigned len, unsigned char dev, int start) = 0;
 
     /// Fills @p buf with @p len bytes out of @p count blocks, in their order.
-    /// @return 0 always; errors while reading are not told
+    /// @return 0, or 1 when @p count is negative; errors while reading are not told
     virtual int mtd_read(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                          erase_info_user* blocks, int count) = 0;
 
     /// Writes @p buf into @p count erased blocks, in their order, and reads back what fills whole
     /// units of the device (its write size). What is over is padded with zeros to one more unit,
     /// which is not read back.
-    /// @return 0, or 1 when something reads back otherwise, when the blocks are too few or have no
-    ///         unit, or when the device does not move to the block in which that last unit begins,
-    ///         which is then not written
+    /// @return 0, or 1 when @p count is negative, when something reads back otherwise, when the
+    ///         blocks are too few or have no unit, or when the device does not move to the block in
+    ///         which that last unit begins, which is then not written
     virtual int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                           erase_info_user* blocks, int count) = 0;
 

@@ -1,7 +1,7 @@
 #include "regstore/RegisterArea.h"
 
-#include "fileio/DFifo.h"
 #include "fileio/DFileSystem.h"
+#include "fileio/Uninterrupted.h"
 #include "regstore/AreaFiles.h"
 #include "regstore/Notice.h"
 
@@ -39,6 +39,13 @@ ByteRange byteRange(unsigned area, unsigned offset, unsigned len)
     const bool valid = first + count <= limit;
     return valid ? ByteRange{static_cast<int>(first), static_cast<int>(count), true}
                  : ByteRange{0, 0, false};
+}
+
+/// The descriptor of an area's file. Not by DFileSystem itself, for which descriptor 0 is not open:
+/// a host may have closed its standard input.
+int openArea(unsigned area, int flags)
+{
+    return Uninterrupted::open(areaFile(area).path, flags);
 }
 
 bool isOpen(const DFileSystem& file)
@@ -103,7 +110,8 @@ unsigned statusOf(bool done)
 
 unsigned writeBytes(unsigned area, const ByteRange& range, const unsigned char* buf)
 {
-    DFileSystem file(areaFile(area).path, O_WRONLY | syncFlag(area));
+    const int flags = O_WRONLY | syncFlag(area);
+    DFileSystem file(openArea(area, flags), flags);
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -117,7 +125,8 @@ unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsign
     if (range.length > static_cast<int>(scratchBytes)) {
         return areaFailed;
     }
-    DFileSystem file(areaFile(area).path, O_RDWR | syncFlag(area));
+    const int flags = O_RDWR | syncFlag(area);
+    DFileSystem file(openArea(area, flags), flags);
     if (!isOpen(file)) {
         return areaFailed;
     }
@@ -143,7 +152,7 @@ unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* 
     if (!range.valid) {
         return areaFailed;
     }
-    DFileSystem file(areaFile(area).path, O_RDONLY);
+    DFileSystem file(openArea(area, O_RDONLY), O_RDONLY);
     if (!isOpen(file)) {
         return areaFailed;
     }

@@ -4,10 +4,11 @@
 /// in place, each transfer under a lock on exactly the bytes it touches.
 ///
 /// Odd areas (and 9) are addressed in bytes, even ones in bits, bit 0 being the least significant
-/// of byte 0. Files are never created or made longer here. Every call opens, locks, transfers,
-/// unlocks and closes: nothing is cached. A lock held by another process is waited for, so that no
-/// reader sees half of a write (readers among themselves do not wait). Locks hold
-/// other processes off, not other threads of this one.
+/// of byte 0. Files are never created or truncated here; a write behind the end of a byte area
+/// makes its file longer. Every call opens, locks, transfers, unlocks and closes: nothing is
+/// cached. A lock held by another process is waited for, so that no reader sees half of a write
+/// (readers among themselves do not wait). Locks hold other processes off, not other threads of
+/// this one.
 ///
 /// @p name is accepted and ignored.
 

@@ -157,11 +157,13 @@ private slots:
     void readcmd_exitStatusIsNotLookedAt();
     void writecmd_sendsRawBytes();
     void writecmd_missingTool_fails();
-    void writecmd_toolEndsBeforeReading_fails_data();
-    void writecmd_toolEndsBeforeReading_fails();
+    void writecmd_toolThatTakesNothing_wasStarted_data();
+    void writecmd_toolThatTakesNothing_wasStarted();
     void writecmd_toolTakesAPart_succeeds();
     void writecmd_exitStatusIsNotLookedAt_data();
     void writecmd_exitStatusIsNotLookedAt();
+    void writecmd_toolNobodyMayRun_fails();
+    void channel_negativeCount_isNone();
     void channel_withoutProcesses_failsToStart();
     void channel_childrenOfTheHostIgnored_stillWorks();
     void tools_doNotInheritTheGuard_data();
@@ -465,7 +467,7 @@ void TestDevice::writecmd_missingTool_fails()
     }
 }
 
-void TestDevice::writecmd_toolEndsBeforeReading_fails_data()
+void TestDevice::writecmd_toolThatTakesNothing_wasStarted_data()
 {
     QTest::addColumn<QByteArray>("tool");
     QTest::addColumn<int>("size");
@@ -476,7 +478,7 @@ void TestDevice::writecmd_toolEndsBeforeReading_fails_data()
     }
 }
 
-void TestDevice::writecmd_toolEndsBeforeReading_fails()
+void TestDevice::writecmd_toolThatTakesNothing_wasStarted()
 {
     QFETCH(QByteArray, tool);
     QFETCH(int, size);
@@ -485,7 +487,7 @@ void TestDevice::writecmd_toolEndsBeforeReading_fails()
         std::signal(SIGPIPE, SIG_DFL); // deadly unless it is kept away
         const int written =
             PlateformInterface().writecmd(tool.constData(), bytes.data(), bytes.size());
-        return written == -1 && std::signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 1 : 0;
+        return written == 0 && std::signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 1 : 0;
     });
     QCOMPARE(result, 1);
 }
@@ -504,19 +506,43 @@ void TestDevice::writecmd_exitStatusIsNotLookedAt_data()
     QTest::addColumn<QByteArray>("tool");
     QTest::newRow("any") << QByteArray("cat > /dev/null; exit 7");
     QTest::newRow("killed") << QByteArray("cat > /dev/null; kill -9 $$");
-    // A tool that took its input was started, whatever its own last command came to.
+    // A tool that is there was started, whatever its own last command came to.
     QTest::newRow("as of a missing command") << QByteArray("cat > /dev/null; exit 127");
-    QTest::newRow("as of a command nobody may run")
-        << QByteArray("head -c 1 > /dev/null; exit 126");
+    QTest::newRow("the same, nothing taken") << QByteArray("exit 127");
+    QTest::newRow("as of a command nobody may run") << QByteArray("cat > /dev/null; exit 126");
 }
 
 void TestDevice::writecmd_exitStatusIsNotLookedAt()
 {
     QFETCH(QByteArray, tool);
     QByteArray bytes(40, 'x');
+    PanelWorld::replaceTool(QStringLiteral("writeee"), tool);
     const Output errors(STDERR_FILENO);
-    QCOMPARE(PlateformInterface().writecmd(tool.constData(), bytes.data(), bytes.size()), 0);
+    QCOMPARE(PlateformInterface().writecmd("/root/plat-intf/writeee count=16", bytes.data(),
+                                           bytes.size()),
+             0);
     QVERIFY(!Output::text().contains("Fail to popen"));
+}
+
+void TestDevice::writecmd_toolNobodyMayRun_fails()
+{
+    QFile::setPermissions(QStringLiteral("/root/plat-intf/writeee"), QFile::ReadOwner);
+    QByteArray bytes(40, 'x');
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(PlateformInterface().writecmd("/root/plat-intf/writeee count=16", bytes.data(),
+                                           bytes.size()),
+             -1);
+    QVERIFY(Output::text().contains("Fail to popen\n: Permission denied\n"));
+}
+
+void TestDevice::channel_negativeCount_isNone()
+{
+    char byte = 'x';
+    QCOMPARE(PlateformInterface().readcmd("printf ab", &byte, -1), 0);
+    QCOMPARE(byte, '\0');
+    byte = 'x';
+    QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", &byte, -1), 0);
+    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), QByteArray());
 }
 
 void TestDevice::channel_withoutProcesses_failsToStart()
@@ -743,7 +769,7 @@ void TestDevice::write_failureIsReported()
     const Output errors(STDERR_FILENO);
     QCOMPARE(device().write_flash_wr1_info(&record), -1);
     PanelWorld::replaceTool(QStringLiteral("writeee"), "exit 0");
-    QCOMPARE(device().write_flash_wr1_info(&record), -1);
+    QCOMPARE(device().write_flash_wr1_info(&record), 0); // it was started
     QCOMPARE(PanelWorld::image(), patternImage());
 }
 
@@ -890,10 +916,12 @@ void TestDevice::identity_isThirtyTwoBytes()
 void TestDevice::identity_withoutTool_fails()
 {
     PanelWorld::replaceTool(QStringLiteral("setserial"), QByteArray());
-    PanelWorld::replaceTool(QStringLiteral("setmpi"), "exit 0");
+    PanelWorld::replaceTool(QStringLiteral("setmpi"), "exit 0"); // takes nothing, but was started
     const Output errors(STDERR_FILENO);
     QCOMPARE(device().setserial("A7"), -1);
-    QCOMPARE(device().setmpi("A7"), -1);
+    QCOMPARE(Output::text().count("Fail to popen\n: "), 1);
+    QCOMPARE(device().setmpi("A7"), 0);
+    QCOMPARE(Output::text().count("Fail to popen\n: "), 1);
 }
 
 void TestDevice::usbSlave_isOneExactAnswer_data()

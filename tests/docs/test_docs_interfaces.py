@@ -160,7 +160,7 @@ class Files(unittest.TestCase):
 class Commands(unittest.TestCase):
     def test_commands_areThoseOfTheSources(self):
         run = in_source(r"ShellLine::(?:run|runAndSync|format)\((?:command, )?%TEXT")
-        tools = in_source(r"\b(?:readcmd|writecmd|startTool|setIdentity)\(%TEXT")
+        tools = in_source(r"\b(?:readcmd|writecmd|ToolPipe tool|setIdentity)\(%TEXT")
         self.assertEqual(set(column("Commands", "Command")), run | tools)
 
     def test_noCommand_isListedTwice(self):

@@ -66,8 +66,7 @@ Origin originOf(const Record& record, std::size_t offset)
 
 /// Calls a reading operation of the device and tells where its record came from.
 template <typename Record>
-Operation readingRecord(const char* name, void (EEInfoHandle::*read)(Record*), std::size_t offset,
-                        Origin whenShort)
+Operation readingRecord(const char* name, void (EEInfoHandle::*read)(Record*), std::size_t offset)
 {
     static Record record;
     return {name,
@@ -78,30 +77,27 @@ Operation readingRecord(const char* name, void (EEInfoHandle::*read)(Record*), s
             fromFreshImage,
             {},
             {{"popen 1 EMFILE", fromStaleImage, notStarted},
-             {"fread 1 EIO", fromStaleImage},
-             {"fread 1 short", whenShort},
+             {"read 1 EIO", fromStaleImage},
+             {"read 1 short", fromFreshImage},
              {"pclose 1 ECHILD", fromFreshImage}},
             prepareImages,
             [=] { return static_cast<int>(originOf(record, offset)); }};
 }
 
-/// What comes of a transfer to a tool that sees all of its input. One that is not whole is taken as
-/// it is by tools that do not count.
+/// What comes of a transfer to a tool that was started: what it takes is its own business.
 QList<Outcome> sendingOutcomes(const char* popen, const char* pclose)
 {
-    return {{popen, -1, notStarted}, {"fwrite 1 ENOSPC", -1}, {"fwrite 1 short", -1},
-            {"fflush 1 EPIPE", -1},  {"open 1 EMFILE", 0},    {pclose, 0},
-            {"ioctl 1 ENOTTY", 0},   {"close 1 EIO", 0}};
+    return {{popen, -1, notStarted}, {"write 1 ENOSPC", 0}, {"write 1 short", 0}, {pclose, 0}};
 }
 
-/// An image that cannot be read is not written. One that the tool delivers in part is not noticed:
-/// the rest goes back as it was read before.
+/// Nothing is written when the reading tool cannot be started. An image that it delivers in part is
+/// not noticed: the rest goes back as it was read before.
 QList<Outcome> recordWriteOutcomes()
 {
     const OwnRange image = wholeFile(imageFile);
     return QList<Outcome>{{"popen 1 EMFILE", -1, notStarted},
-                          {"fread 1 EIO", 0, "", image},
-                          {"fread 1 short", 0, "", image},
+                          {"read 1 EIO", 0, "", image},
+                          {"read 1 short", 0},
                           {"pclose 1 ECHILD", 0}} +
            sendingOutcomes("popen 2 EMFILE", "pclose 2 ECHILD");
 }
@@ -122,12 +118,11 @@ QList<Operation> recordOperations()
 {
     return {
         readingRecord("EEInfoHandle::read_flash_wr1_info", &EEInfoHandle::read_flash_wr1_info,
-                      EEInfoDetail::wr1Offset, fromFreshImage),
+                      EEInfoDetail::wr1Offset),
         readingRecord("EEInfoHandle::read_flash_r_info", &EEInfoHandle::read_flash_r_info,
-                      EEInfoDetail::rOnlyOffset, fromFreshImage),
-        // It lies in the half that does not come.
+                      EEInfoDetail::rOnlyOffset),
         readingRecord("EEInfoHandle::read_flash_wr2_info", &EEInfoHandle::read_flash_wr2_info,
-                      EEInfoDetail::wr2Offset, fromStaleImage),
+                      EEInfoDetail::wr2Offset),
         writingRecord("EEInfoHandle::write_flash_wr1_info", &EEInfoHandle::write_flash_wr1_info,
                       EEInfoDetail::wr1Offset),
         writingRecord("EEInfoHandle::write_flash_wr2_info", &EEInfoHandle::write_flash_wr2_info,
@@ -151,8 +146,8 @@ QList<Operation> channelOperations()
          0,
          {},
          {{"popen 1 EMFILE", -1, notStarted},
-          {"fread 1 EIO", 0},
-          {"fread 1 short", 0},
+          {"read 1 EIO", 0},
+          {"read 1 short", 0},
           {"pclose 1 ECHILD", 0}}},
         {"PlateformInterface::writecmd",
          [] { return PlateformInterface().writecmd("cat >/tmp/new.dat", buffer.data(), 64); },
@@ -164,8 +159,8 @@ QList<Operation> channelOperations()
          widthOf(freshImage),
          {},
          {{"popen 1 EMFILE", widthOf(staleImage), notStarted},
-          {"fread 1 EIO", widthOf(staleImage)},
-          {"fread 1 short", widthOf(freshImage)},
+          {"read 1 EIO", widthOf(staleImage)},
+          {"read 1 short", widthOf(freshImage)},
           {"pclose 1 ECHILD", widthOf(freshImage)}},
          prepareImages},
         // It finds the ps it runs itself, whose number is none of the first; 1 says that there is
@@ -174,7 +169,12 @@ QList<Operation> channelOperations()
          [] { return qMin(detectProcess("ps.-ef"), 2); },
          2,
          {},
-         {{"popen 1 EMFILE", -1}, {"fgets 1 EIO", 1}, {"pclose 1 ECHILD", 2}}},
+         {{"popen 1 EMFILE", -1},
+          {"read 1 EIO", 1},
+          {"read 1 short", 2},
+          {"read 2 EIO", 2},
+          {"read 2 short", 2},
+          {"pclose 1 ECHILD", 2}}},
     };
 }
 
@@ -185,7 +185,12 @@ Operation shellControl(const char* name, std::function<int()> run, const char* c
             std::move(run),
             0,
             {wholeFile(changes)},
-            {{"system 1 EAGAIN", notRun}, {"system 1 ECHILD", -1}}};
+            {{"system 1 EAGAIN", notRun}, {"system 1 ECHILD", -1}},
+            [=] { // the tool may write behind what it wrote before
+                if (*changes) {
+                    PanelWorld::writeFile(QLatin1String(changes), QByteArray());
+                }
+            }};
 }
 
 /// A line of the shell and "sync", whose status is the result.
@@ -218,8 +223,10 @@ QList<Operation> controlOperations()
          140,
          {},
          {{"popen 1 EMFILE", 0, notStarted},
-          {"fread 1 EIO", 0},
-          {"fread 1 short", 140},
+          {"read 1 EIO", 0},
+          {"read 1 short", 140},
+          {"read 2 EIO", 140}, // it looks for more
+          {"read 2 short", 140},
           {"pclose 1 ECHILD", 140}},
          [] { PanelWorld::setState(QStringLiteral("backlight"), "140\n"); }},
         {"EEInfoHandle::isusbslave",
@@ -227,10 +234,12 @@ QList<Operation> controlOperations()
          1,
          {},
          {{"popen 1 EMFILE", 0, notStarted},
-          {"fread 1 EIO", 0},
-          {"fread 1 short", 1},
+          {"read 1 EIO", 0},
+          {"read 1 short", 1},
+          {"read 2 EIO", 1}, // it looks for more
+          {"read 2 short", 1},
           {"pclose 1 ECHILD", 1}},
-         [] { PanelWorld::setState(QStringLiteral("usbslave"), "plug-in"); }},
+         [] { PanelWorld::replaceTool(QStringLiteral("getusbslave"), "echo plug-in"); }},
         shellControl(
             "EEInfoHandle::setBright", [] { return device().setBright(92); },
             "/panel/state/backlight"),
@@ -288,16 +297,14 @@ QList<Operation> logoOperations()
          logoBytes,
          {wholeFile(logoFile)},
          {{"popen 1 EMFILE", -1, "writelogo Fail to popen fp1\n: "},
-          {"fopen 1 EMFILE", 0, tooLarge},
-          {"fseek 1 EINVAL", 0, tooLarge},
-          {"ftell 1 EINVAL", 0, tooLarge},
-          {"rewind 1 EINVAL", 0, tooLarge},
-          {"fread 1 EIO", 0, tooLarge},
-          {"fread 1 short", 0, tooLarge},
-          {"fclose 1 ENOSPC", logoBytes},
-          {"fwrite 1 ENOSPC", 0},
-          {"fwrite 1 short", logoBytes / 2},
-          {"fflush 1 EPIPE", logoBytes},
+          {"open 1 EMFILE", 0, tooLarge},
+          {"lseek 1 EINVAL", 0, tooLarge},
+          {"lseek 2 EINVAL", 0, tooLarge},
+          {"read 1 EIO", 0, tooLarge},
+          {"read 1 short", logoBytes},
+          {"close 1 EIO", logoBytes},
+          {"write 1 ENOSPC", 0},
+          {"write 1 short", logoBytes / 2},
           {"pclose 1 ECHILD", logoBytes}},
          prepareLogo,
          logoStored},
@@ -309,11 +316,11 @@ QList<Operation> logoOperations()
          0,
          {wholeFile(newFile)},
          {{"popen 1 EMFILE", 0, "readLogo Fail to popen fp1\n: "},
-          {"fopen 1 EMFILE", -1, "readLogo Fail to popen fp2\n: "},
-          {"fseek 1 EINVAL", 0, logoStarted},
-          {"rewind 1 EINVAL", 0, logoStarted},
+          {"open 1 EMFILE", -1, "readLogo Fail to popen fp2\n: "},
+          {"lseek 1 EINVAL", 0, logoStarted},
+          {"lseek 2 EINVAL", 0, logoStarted},
           {"fflush 1 EPIPE", 0, logoStarted},
-          {"fclose 1 ENOSPC", 0, logoStarted},
+          {"close 1 EIO", 0, logoStarted},
           {"pclose 1 ECHILD", 0, logoStarted}},
          prepareLogo,
          logoRead},
@@ -367,7 +374,7 @@ QList<Operation> resolverOperations()
           {"lseek 1 EINVAL", onlyBackupLeft, "QWARN"}, // Qt says it, whoever uses the file
           {"write 1 ENOSPC", replaced},                // closing the file tries again
 
-          {"write 1 short", replacedAndBackedUp},
+          {"write 1 short", onlyBackupLeft},
           {"close 2 EIO", replacedAndBackedUp},
           {"system 1 EAGAIN", replaced},
           {"system 1 ECHILD", replacedAndBackedUp}},

@@ -19,6 +19,8 @@ namespace {
 /// How a call ends: with an error of the system, or as one of these.
 constexpr int asAlways = -1;
 constexpr int tooShort = 0;
+constexpr int cut = -2;         ///< By a signal, when half was done.
+constexpr int interrupted = -3; ///< By a signal, before anything was done.
 
 /// The status of a line for which there was no process: that of a shell that found no command.
 constexpr int shellNotStarted = 127 << 8;
@@ -41,6 +43,19 @@ QList<FailingCalls::Fault>& possible()
     return faults;
 }
 
+QList<FailingCalls::Fault>& possibleInterruptions()
+{
+    static QList<FailingCalls::Fault> faults;
+    return faults;
+}
+
+/// The call that has nothing more to give, and its error: the medium is full.
+QByteArray& exhausted()
+{
+    static QByteArray call;
+    return call;
+}
+
 QHash<QByteArray, int>& counts()
 {
     static QHash<QByteArray, int> perCall;
@@ -49,7 +64,21 @@ QHash<QByteArray, int>& counts()
 
 QByteArray nameOf(int way)
 {
-    return way == tooShort ? QByteArray("short") : QByteArray(strerrorname_np(way));
+    switch (way) {
+    case tooShort:
+        return "short";
+    case cut:
+        return "cut";
+    case interrupted:
+        return "interrupted";
+    default:
+        return strerrorname_np(way);
+    }
+}
+
+bool isInterruption(int way)
+{
+    return way == cut || way == interrupted;
 }
 
 /// Writes a call down with the ways in which it can end badly. The one that it shall take, with
@@ -64,13 +93,13 @@ int endOf(const char* call, std::initializer_list<int> ways)
     const QByteArray occurrence = QByteArray(call) + ' ' + QByteArray::number(++counts()[call]);
     for (const int way : ways) {
         const FailingCalls::Fault fault = occurrence + ' ' + nameOf(way);
-        possible() << fault;
+        (isInterruption(way) ? possibleInterruptions() : possible()) << fault;
         end = fault == wanted() ? way : end;
     }
     watching = true;
     happened = happened || end != asAlways;
-    if (end > tooShort) {
-        errno = end;
+    if (end > tooShort || end == interrupted) {
+        errno = end == interrupted ? EINTR : end;
     }
     return end;
 }
@@ -80,13 +109,31 @@ bool fails(const char* call, int error)
     return endOf(call, {error}) != asAlways;
 }
 
-/// For calls that transfer: how many of @p size are left to the library, -1 when it fails.
-template <typename Size>
-long long allowed(const char* call, int error, Size size)
+/// The same for a call that may wait.
+bool failsWaiting(const char* call, int error)
 {
-    const int end = endOf(call, {error, tooShort});
+    return endOf(call, {error, interrupted}) != asAlways;
+}
+
+/// How many of @p size are left to the library by a transfer with that end, -1 when it fails.
+template <typename Size>
+long long allowed(int end, Size size)
+{
     const auto all = static_cast<long long>(size);
-    return end == asAlways ? all : end == tooShort ? all / 2 : -1;
+    return end == asAlways ? all : end == tooShort || end == cut ? all / 2 : -1;
+}
+
+/// Of a transfer to a descriptor. After a short one there is no room for any more.
+long long allowedToWrite(size_t size)
+{
+    if (watching && exhausted() == "write") {
+        errno = ENOSPC;
+        return -1;
+    }
+    const int end = size > 1 ? endOf("write", {ENOSPC, tooShort, interrupted, cut})
+                             : endOf("write", {ENOSPC, tooShort, interrupted});
+    exhausted() = end == tooShort ? "write" : "";
+    return allowed(end, size);
 }
 
 /// The C library's own.
@@ -104,6 +151,8 @@ void start(const Fault& fault)
 {
     wanted() = fault;
     possible().clear();
+    possibleInterruptions().clear();
+    exhausted().clear();
     counts().clear();
     happened = false;
     watching = true;
@@ -113,6 +162,11 @@ QList<Fault> stop()
 {
     watching = false;
     return possible();
+}
+
+const QList<Fault>& interruptions()
+{
+    return possibleInterruptions();
 }
 
 bool hasHappened()
@@ -134,7 +188,7 @@ int open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return fails("open", EMFILE) ? -1 : real(path, flags, mode);
+    return failsWaiting("open", EMFILE) ? -1 : real(path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...)
@@ -144,7 +198,7 @@ int open64(const char* path, int flags, ...)
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    return fails("open", EMFILE) ? -1 : real(path, flags, mode);
+    return failsWaiting("open", EMFILE) ? -1 : real(path, flags, mode);
 }
 
 off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept
@@ -166,6 +220,9 @@ int fcntl(int descriptor, int command, ...)
     va_start(arguments, command);
     void* const argument = va_arg(arguments, void*); // numbers come as well as pointers
     va_end(arguments);
+    if (command == F_GETFD) { // asks whether a descriptor is open: no failure but an answer
+        return real(descriptor, command);
+    }
     const int end = command == F_SETLKW ? endOf("fcntl", {ENOLCK, EINTR}) : endOf("fcntl", {EBADF});
     return end != asAlways ? -1 : real(descriptor, command, argument);
 }
@@ -173,14 +230,14 @@ int fcntl(int descriptor, int command, ...)
 ssize_t read(int descriptor, void* buffer, size_t size)
 {
     ORIGINAL(read);
-    const long long count = allowed("read", EIO, size);
+    const long long count = allowed(endOf("read", {EIO, tooShort, interrupted}), size);
     return count < 0 ? -1 : real(descriptor, buffer, static_cast<size_t>(count));
 }
 
 ssize_t write(int descriptor, const void* buffer, size_t size)
 {
     ORIGINAL(write);
-    const long long count = allowed("write", ENOSPC, size);
+    const long long count = allowedToWrite(size);
     return count < 0 ? -1 : real(descriptor, buffer, static_cast<size_t>(count));
 }
 
@@ -196,7 +253,7 @@ int close(int descriptor)
 int fdatasync(int descriptor)
 {
     ORIGINAL(fdatasync);
-    return fails("fdatasync", EIO) ? -1 : real(descriptor);
+    return failsWaiting("fdatasync", EIO) ? -1 : real(descriptor);
 }
 
 int access(const char* path, int mode) noexcept
@@ -218,7 +275,7 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
-    return fails("ioctl", ENOTTY) ? -1 : real(descriptor, request, argument);
+    return failsWaiting("ioctl", ENOTTY) ? -1 : real(descriptor, request, argument);
 }
 
 int ftruncate64(int descriptor, off64_t length) noexcept
@@ -251,14 +308,14 @@ int fclose(FILE* stream)
 size_t fread(void* buffer, size_t size, size_t count, FILE* stream)
 {
     ORIGINAL(fread);
-    const long long some = allowed("fread", EIO, count);
+    const long long some = allowed(endOf("fread", {EIO, tooShort}), count);
     return some < 0 ? 0 : real(buffer, size, static_cast<size_t>(some), stream);
 }
 
 size_t fwrite(const void* buffer, size_t size, size_t count, FILE* stream)
 {
     ORIGINAL(fwrite);
-    const long long some = allowed("fwrite", ENOSPC, count);
+    const long long some = allowed(endOf("fwrite", {ENOSPC, tooShort}), count);
     return some < 0 ? 0 : real(buffer, size, static_cast<size_t>(some), stream);
 }
 

@@ -11,9 +11,12 @@
 /// not.
 ///
 /// A way to fail is written "lseek 2 EINVAL": the second call of lseek ends with that error, and
-/// does nothing. "read 1 short" moves half of the bytes, of an odd number the smaller half. The
-/// calls that close or end something do their work and report an error afterwards, as the system
-/// does; so does "system 1 ECHILD".
+/// does nothing. "read 1 short" moves half of the bytes, of an odd number the smaller half; after
+/// "write 1 short" there is no room for more. The calls that close or end something do their work
+/// and report an error afterwards, as the system does; so does "system 1 ECHILD".
+///
+/// A signal of the host's is written "read 1 interrupted": the call ends with EINTR and has done
+/// nothing. "write 1 cut" has moved half, and moves the rest when it is asked to.
 namespace FailingCalls {
 
 /// One way to fail, and whether the function could go on to ask for it.
@@ -25,6 +28,9 @@ void start(const Fault& fault = Fault());
 
 /// Ends that. Every way in which the calls since start() could have failed, in their order.
 QList<Fault> stop();
+
+/// Every way in which signals could have interrupted those calls.
+const QList<Fault>& interruptions();
 
 /// Whether the fault of the last start() has happened.
 bool hasHappened();

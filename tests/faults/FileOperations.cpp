@@ -14,6 +14,12 @@ namespace {
 constexpr const char* pipePath = "/tmp/pipe";
 constexpr int copiedBytes = 0x40000 + 0x30000; ///< A whole chunk and most of one.
 
+int sizeOf(const char* path)
+{
+    struct stat info = {};
+    return ::stat(path, &info) == 0 ? static_cast<int>(info.st_size) : -1;
+}
+
 /// Calls a function with an open file that closes when it returns.
 template <typename Function>
 std::function<int()> withFile(int flags, Function function)
@@ -59,9 +65,11 @@ QList<Operation> descriptorOperations()
         // The second try cuts the file.
         {"DFileSystem, create over a file",
          creating(plainFile),
-         1,
+         plainBytes,
          {wholeFile(plainFile)},
-         {{"open 1 EMFILE", 1}, {"close 1 EIO", 1}}},
+         {{"open 1 EMFILE", 0}, {"close 1 EIO", plainBytes}},
+         {},
+         [] { return sizeOf(plainFile); }},
         {"DFileSystem::seek2",
          withFile(O_RDWR, [](DFileSystem& file) { return file.seek2(-4, SEEK_END); }),
          60,
@@ -142,9 +150,7 @@ void prepareCopy()
 int copy(DFileStdio& file)
 {
     const bool copied = file.copy2(newFile);
-    struct stat info = {};
-    ::stat(newFile, &info);
-    return copied ? static_cast<int>(info.st_size) : -1;
+    return copied ? sizeOf(newFile) : -1;
 }
 
 QList<Operation> streamOperations()

@@ -68,8 +68,9 @@ struct Operation
     std::function<QByteArray()> memory = {};
 };
 
-/// A file of 64 bytes that every operation finds, and one that is not there.
+/// A file that every operation finds, and one that is not there.
 inline constexpr const char* plainFile = "/tmp/plain.dat";
+inline constexpr int plainBytes = 64;
 inline constexpr const char* newFile = "/tmp/new.dat";
 
 QList<Operation> fileOperations();

@@ -18,7 +18,6 @@
 namespace {
 
 constexpr int areaBytes = 4096;
-constexpr int plainBytes = 64;
 
 constexpr std::array<const char*, 9> areaFiles = {
     "/tmp/mw.dat",  "/tmp/mb.dat",       "/hmi_data/fw.dat",  "/hmi_data/fb.dat", "/tmp/smw.dat",

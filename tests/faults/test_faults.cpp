@@ -14,6 +14,7 @@ struct FaultyRun : Run
 {
     bool faultHappened = false;
     QList<FailingCalls::Fault> possible;
+    QList<FailingCalls::Fault> interruptions;
 };
 
 FaultyRun runWith(const Operation& operation, const Outcome& outcome = {})
@@ -22,6 +23,7 @@ FaultyRun runWith(const Operation& operation, const Outcome& outcome = {})
     static_cast<Run&>(run) = runOnce(
         operation, {outcome.besides}, [&] { FailingCalls::start(outcome.fault); },
         [&] { run.possible = FailingCalls::stop(); });
+    run.interruptions = FailingCalls::interruptions();
     run.faultHappened = FailingCalls::hasHappened();
     return run;
 }
@@ -38,6 +40,12 @@ QStringList withoutLeftOpen(QStringList held, const char* file)
         }
     }
     return file ? QStringList(QStringLiteral("it is not open")) : held;
+}
+
+/// A driver of flash finishes the units that it has begun.
+bool canHappen(const Operation& operation, const FailingCalls::Fault& interruption)
+{
+    return !QByteArray(operation.name).startsWith("mtd_") || !interruption.endsWith("cut");
 }
 
 bool saysWhatIsMoved(const Outcome& outcome)
@@ -62,6 +70,8 @@ private slots:
     void everyCallThatCanFail_isInTheTable();
     void fault_hasItsDocumentedResult_andLeavesNothing_data();
     void fault_hasItsDocumentedResult_andLeavesNothing();
+    void interrupted_goesOnWhereItWas_data();
+    void interrupted_goesOnWhereItWas();
 };
 
 void TestFaults::initTestCase()
@@ -137,6 +147,30 @@ void TestFaults::fault_hasItsDocumentedResult_andLeavesNothing()
     if (saysWhatIsMoved(expected)) {
         const QByteArray whenWhole = runWith(allOperations().at(operation)).ownAfter;
         QCOMPARE(run.ownAfter, ownBytesAfter(expected.moved, run.ownBefore, whenWhole));
+    }
+}
+
+void TestFaults::interrupted_goesOnWhereItWas_data()
+{
+    withoutFault_worksAndLeavesNothing_data();
+}
+
+void TestFaults::interrupted_goesOnWhereItWas()
+{
+    QFETCH(int, operation);
+    const Operation& interrupted = allOperations().at(operation);
+    const FaultyRun undisturbed = runWith(interrupted);
+    for (const FailingCalls::Fault& fault : undisturbed.interruptions) {
+        if (!canHappen(interrupted, fault)) {
+            continue;
+        }
+        const FaultyRun run = runWith(interrupted, {fault.constData(), 0});
+        QVERIFY2(run.faultHappened, fault.constData());
+        QVERIFY2(run.result == undisturbed.result, fault.constData());
+        QVERIFY2(run.ownAfter == undisturbed.ownAfter, fault.constData());
+        QVERIFY2(run.messages == undisturbed.messages, run.messages.constData());
+        QCOMPARE(run.heldAfter, run.heldBefore);
+        QCOMPARE(run.foreignChange, QString());
     }
 }
 

@@ -11,6 +11,7 @@
 #include <QTest>
 #include <QThread>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdint>
 #include <fcntl.h>
@@ -158,10 +159,11 @@ private slots:
     void system_missingFile_isClosed();
     void system_createFlag_makesTheFile();
     void system_createFailsTwice_isClosed();
-    void system_createRetriesWithTruncation();
+    void system_interruptedOpen_isNotTriedWithTruncation();
     void system_seeksByWhence_data();
     void system_seeksByWhence();
     void system_descriptorZero_countsAsClosed();
+    void negativeLength_isAnError();
     void system_closeIsFinal();
     void system_locksExactlyItsRange();
     void system_unlockFreesExactlyItsRange();
@@ -442,10 +444,10 @@ void TestFileIo::system_createFailsTwice_isClosed()
     QVERIFY(!folder.ioDev());
 }
 
-void TestFileIo::system_createRetriesWithTruncation()
+void TestFileIo::system_interruptedOpen_isNotTriedWithTruncation()
 {
-    // The first attempt waits for a reader of the pipe until a signal breaks it off; by then a file
-    // lies in the pipe's place.
+    // It waits for a reader of the pipe when the signal comes; then a file lies in the pipe's
+    // place.
     mkfifo(path, 0600);
     PanelWorld::writeFile(QString::fromLatin1(other), "what was there before");
     OtherProcess opener([] {
@@ -456,7 +458,7 @@ void TestFileIo::system_createRetriesWithTruncation()
     QVERIFY(sleeps(opener));
     kill(opener.id(), SIGUSR1);
     QCOMPARE(opener.result(), 1);
-    QCOMPARE(stored(), QByteArray());
+    QCOMPARE(stored(), QByteArray("what was there before"));
 }
 
 void TestFileIo::system_seeksByWhence_data()
@@ -491,6 +493,31 @@ void TestFileIo::system_descriptorZero_countsAsClosed()
         return closed && fcntl(0, F_GETFD) >= 0 ? 1 : 0;
     });
     QCOMPARE(result, 1);
+    QCOMPARE(stored(), QByteArray("0123456789"));
+}
+
+void TestFileIo::negativeLength_isAnError()
+{
+    store("0123456789");
+    char buffer[4] = {'?', '?', '?', '?'};
+    {
+        DFileSystem file(path, O_RDWR);
+        QCOMPARE(file.read(buffer, -1), -1);
+        QCOMPARE(errno, EINVAL);
+        QCOMPARE(file.write("abcd", -1), -1);
+        QCOMPARE(file.offset(), 0);
+        DFileStdio stream(path, "r+b");
+        QCOMPARE(stream.read(buffer, -1), 0);
+        QCOMPARE(stream.write("abcd", -1), 0);
+        unlink(pipePath);
+        mkfifo(pipePath, 0600);
+        DFifo pipe(pipePath, O_RDWR | O_NONBLOCK);
+        QCOMPARE(pipe.write("abcd", -1), -1);
+        QCOMPARE(errno, EINVAL);
+        QCOMPARE(pipe.write("abcd", 4), 4);
+        QCOMPARE(pipe.read(buffer, -1), -1);
+    }
+    QCOMPARE(QByteArray(buffer, 4), QByteArray("????"));
     QCOMPARE(stored(), QByteArray("0123456789"));
 }
 

@@ -152,7 +152,7 @@ int erase(const Device& device, int descriptor, const erase_info_user& block)
 std::string written(const Device& device, int descriptor, long long offset, std::string data)
 {
     std::string old(data.size(), '\0');
-    const ssize_t known = pread(descriptor, old.data(), old.size(), offset);
+    const ssize_t known = pread64(descriptor, old.data(), old.size(), offset);
     for (std::size_t at = 0; at < std::size_t(std::max<ssize_t>(known, 0)); ++at) {
         data[at] = char(data[at] & old[at]);
     }
@@ -276,6 +276,21 @@ int open64(const char* path, int flags, ...)
     ORIGINAL(open64);
     const int number = deviceOfPath(path);
     return number == noDevice ? real(path, flags, mode) : openDevice(number, flags);
+}
+
+int fcntl(int descriptor, int command, ...)
+{
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*); // numbers come as well as pointers
+    va_end(arguments);
+    ORIGINAL(fcntl);
+    const int result = real(descriptor, command, argument);
+    const int number = deviceOf(descriptor);
+    if (command == F_DUPFD_CLOEXEC && number != noDevice && result < descriptorLimit) {
+        deviceBehind(result) = number + 1;
+    }
+    return result;
 }
 
 int ioctl(int descriptor, unsigned long request, ...) noexcept

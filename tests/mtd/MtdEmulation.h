@@ -8,9 +8,9 @@
 /// Flash devices for the tests of whoever uses "/dev/mtd0" to "/dev/mtd3", over a file each,
 /// "/tmp/flash0" to "/tmp/flash3".
 ///
-/// A library that comes before the C library: it takes open, open64, ioctl, read, write and close,
-/// and passes on what does not concern a device that is plugged in. The devices are as picky as
-/// flash: whole aligned blocks are erased, to ones; whole aligned units are written, and writing
+/// A library that comes before the C library: it takes open, open64, fcntl, ioctl, read, write and
+/// close, and passes on what does not concern a device that is plugged in. The devices are as picky
+/// as flash: whole aligned blocks are erased, to ones; whole aligned units are written, and writing
 /// can only clear bits.
 namespace MtdEmulation {
 

@@ -302,6 +302,7 @@ private slots:
     void blocksTooFewForTheBuffer_areNotWritten_data();
     void blocksTooFewForTheBuffer_areNotWritten();
 
+    void negativeCount_isAnError();
     void unit_isTheFamilysOwn_data();
     void unit_isTheFamilysOwn();
 
@@ -878,6 +879,7 @@ void TestMtd::blocksTooFewForTheBuffer_areNotWritten_data()
     QTest::addColumn<unsigned>("length");
     QTest::addColumn<bool>("whole");
     for (const bool whole : {true, false}) {
+        QTest::addRow("less than none, %d", whole) << -1 << 1U << whole;
         QTest::addRow("none, %d", whole) << 0 << 1U << whole;
         QTest::addRow("one for a block and a byte, %d", whole) << 1 << blockBytes + 1 << whole;
         QTest::addRow("one for two, %d", whole) << 1 << 2 * blockBytes << whole;
@@ -900,6 +902,22 @@ void TestMtd::blocksTooFewForTheBuffer_areNotWritten()
     QCOMPARE(mtd.mtd_write(descriptor, &info, data(bytes), length, &block, count), 1);
     QCOMPARE(mtd.mtd_write(descriptor, &info, data(bytes), 0, nullptr, 0), 0);
     ::close(descriptor);
+    QCOMPARE(asked("write"), QStringList());
+}
+
+void TestMtd::negativeCount_isAnError()
+{
+    const int descriptor = ::open("/dev/mtd0", O_RDWR | O_CLOEXEC);
+    mtd_info_user info = {};
+    erase_info_user block = {0, blockBytes};
+    QByteArray bytes(4, '?');
+    CommonDevMtdWR mtd;
+    QCOMPARE(mtd.mtd_read(descriptor, &info, data(bytes), 4, &block, -1), 1);
+    QCOMPARE(mtd.mtd_read(descriptor, &info, data(bytes), 0, &block, -1), 1);
+    QCOMPARE(mtd.mtd_write(descriptor, &info, data(bytes), 0, &block, -1), 1);
+    ::close(descriptor);
+    QCOMPARE(bytes, QByteArray("????"));
+    QCOMPARE(asked("read"), QStringList());
     QCOMPARE(asked("write"), QStringList());
 }
 

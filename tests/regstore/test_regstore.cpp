@@ -133,6 +133,7 @@ private slots:
     void bit_onlyBitZeroOfTheSourceCounts();
     void bits_acrossAByteBoundary();
     void bits_atEveryShiftAndLength();
+    void bytes_behindTheEnd_makeTheFileLonger();
     void bits_longerThanTheScratch_touchNothing();
     void bits_longerThanTheScratch_canBeRead();
     void area_badArguments_fail_data();
@@ -376,6 +377,20 @@ void TestRegStore::bits_atEveryShiftAndLength()
             PanelWorld::writeFile(fileOf(6), pattern());
         }
     }
+}
+
+void TestRegStore::bytes_behindTheEnd_makeTheFileLonger()
+{
+    const QString file = QStringLiteral("/tmp/mw.dat");
+    PanelWorld::writeFile(file, QByteArray(8, 'x'));
+    const unsigned char bytes[2] = {'a', 'b'};
+    QCOMPARE(WriteLocal(1, 10, 2, bytes, ""), unsigned(areaDone));
+    QCOMPARE(PanelWorld::fileContent(file), QByteArray("xxxxxxxx\0\0ab", 12));
+    // Bits are read first, and there are none behind the end.
+    const QString bits = QStringLiteral("/tmp/mb.dat");
+    PanelWorld::writeFile(bits, QByteArray(8, 'x'));
+    QCOMPARE(WriteLocal(2, 80, 1, bytes, ""), unsigned(areaFailed));
+    QCOMPARE(PanelWorld::fileContent(bits), QByteArray(8, 'x'));
 }
 
 void TestRegStore::bits_longerThanTheScratch_touchNothing()

@@ -1,6 +1,7 @@
 #include "tests/soak/SimulatedClock.h"
 
 #include <atomic>
+#include <cstdint>
 #include <ctime>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -8,8 +9,8 @@
 
 namespace {
 
-constexpr long nsPerSecond = 1'000'000'000;
-constexpr long nsPerMicrosecond = 1000;
+constexpr std::int64_t nsPerSecond = 1'000'000'000;
+constexpr std::int64_t nsPerMicrosecond = 1000;
 
 /// Where a clock of the kernel's stood when it was first asked for.
 class StartTime
@@ -17,17 +18,20 @@ class StartTime
 public:
     explicit StartTime(clockid_t clock) { syscall(SYS_clock_gettime, clock, &m_time); }
 
-    timespec plus(long nanoseconds) const
+    timespec plus(std::int64_t nanoseconds) const
     {
-        const long sum = m_time.tv_nsec + nanoseconds;
-        return {m_time.tv_sec + sum / nsPerSecond, sum % nsPerSecond};
+        const std::int64_t sum = m_time.tv_nsec + nanoseconds;
+        return {static_cast<std::time_t>(m_time.tv_sec + sum / nsPerSecond),
+                static_cast<long>(sum % nsPerSecond)};
     }
 
 private:
     timespec m_time{};
 };
 
-std::atomic<long> passed{0}; ///< Nanoseconds; also other threads look at the clock.
+/// Nanoseconds, more than a long holds on a machine of 32 bits after two seconds. Also other
+/// threads look at the clock.
+std::atomic<std::int64_t> passed{0};
 
 timespec wallTime()
 {
@@ -69,6 +73,6 @@ extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept
 extern "C" int gettimeofday(timeval* time, void* /*zone*/) noexcept
 {
     const timespec now = wallTime();
-    *time = {now.tv_sec, now.tv_nsec / nsPerMicrosecond};
+    *time = {now.tv_sec, static_cast<suseconds_t>(now.tv_nsec / nsPerMicrosecond)};
     return 0;
 }
