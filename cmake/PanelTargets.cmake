@@ -35,7 +35,8 @@ function(panel_room name)
   # A room may be called like a keyword of target_link_libraries; its alias never is.
   add_library(panel::${name} ALIAS ${name})
   set_target_properties(${name} PROPERTIES
-    POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF AUTOMOC ON AUTOUIC ON)
+    POSITION_INDEPENDENT_CODE ON CXX_EXTENSIONS OFF AUTOMOC ON AUTOUIC ON
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   # Headers are included from the repository root: #include "device/EEInfoHandle.h"
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -15,7 +17,7 @@
 /// | 256 to 511 | Flash_ROnly |
 /// | 512 to 703 | Flash_WR_2 |
 /// | 704 to 1023 | not ours |
-class EEInfoDetail
+class PANEL_EXPORT EEInfoDetail
 {
 public:
     static constexpr std::size_t imageBytes = 1024;

@@ -2,6 +2,7 @@
 
 #include "device/EEInfoDetail.h"
 #include "device/PlateformInterface.h"
+#include "fileio/Export.h"
 
 #include <string>
 
@@ -11,7 +12,7 @@ class QString;
 /// The one object through which pages reach the device: the information image (1024 bytes, read
 /// and written by platform tools) and the device controls. Every operation blocks until its tool
 /// or command has ended. GUI thread only.
-class EEInfoHandle
+class PANEL_EXPORT EEInfoHandle
 {
 public:
     /// The one instance, made at first use and never destroyed.

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 /// The channel to the platform's command-line tools: runs one with a pipe on its standard output
 /// or input and moves raw bytes. Has no state. Blocks until the tool has ended; nothing that a
 /// tool does, or fails to do, ends the process. A negative @p n counts as 0.
-class PlateformInterface
+class PANEL_EXPORT PlateformInterface
 {
 public:
     PlateformInterface() = default;

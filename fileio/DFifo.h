@@ -1,7 +1,9 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 /// One end of a named pipe, which is made when it is missing.
-class DFifo
+class PANEL_EXPORT DFifo
 {
 public:
     /// Opens @p path with the flags of open(2). A missing pipe is made with mode 0777 (less the

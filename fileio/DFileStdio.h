@@ -1,11 +1,12 @@
 #pragma once
 
+#include "fileio/Export.h"
 #include "fileio/File.h"
 
 #include <cstdio>
 
 /// A file behind a stream of the C library. It is buffered when it is a regular file.
-class DFileStdio : public File
+class PANEL_EXPORT DFileStdio : public File
 {
 public:
     /// Opens @p path; see open().

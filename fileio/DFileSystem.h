@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fileio/Export.h"
 #include "fileio/File.h"
 
 /// A file behind a descriptor of the operating system, with byte-range locks against other
@@ -7,7 +8,7 @@
 ///
 /// The locks are POSIX ones: they do not keep out threads of the same process, and closing
 /// any other descriptor of the file in this process drops them.
-class DFileSystem : public File
+class PANEL_EXPORT DFileSystem : public File
 {
 public:
     /// Opens @p path with the flags of open(2). When that fails and the flags contain O_CREAT,

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 /// A file with a fixed set of operations. Nothing here prints or throws; failures are return
 /// values. Derived classes add what their kind of handle can do besides.
-class File
+class PANEL_EXPORT File
 {
 public:
     File() = default;

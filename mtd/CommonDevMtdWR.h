@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fileio/Export.h"
 #include "mtd/MtdWRInterface.h"
 
 /// The flash of the usual panels: the four partitions "/dev/mtd0" to "/dev/mtd3".
@@ -7,7 +8,7 @@
 /// Nothing is erased or written before the arguments and the device are known to be right. When a
 /// path can be opened and is no flash device, its descriptor stays open; that is all that is ever
 /// left behind.
-class CommonDevMtdWR : public MtdWRInterface
+class PANEL_EXPORT CommonDevMtdWR : public MtdWRInterface
 {
 public:
     /// 0.

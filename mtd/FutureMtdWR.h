@@ -1,9 +1,10 @@
 #pragma once
 
+#include "fileio/Export.h"
 #include "mtd/CommonDevMtdWR.h"
 
 /// The flash of a later family of panels, which is used in the same way.
-class FutureMtdWR : public CommonDevMtdWR
+class PANEL_EXPORT FutureMtdWR : public CommonDevMtdWR
 {
 public:
     /// 6.

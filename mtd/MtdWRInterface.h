@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 #include <mtd/mtd-user.h>
 
 /// Copies a buffer to and from a raw flash partition, block by block, around its bad blocks. No
@@ -7,7 +9,7 @@
 ///
 /// The functions block until the flash has done its work. What they print goes to standard output,
 /// as progress for whoever watches. Offsets and lengths are in bytes.
-class MtdWRInterface
+class PANEL_EXPORT MtdWRInterface
 {
 public:
     /// What MEMGETINFO tells of a device: size, erase size, write size and others.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fileio/Export.h"
+
 /// The nine register areas of the panel's runtime: files that several processes share and change
 /// in place, each transfer under a lock on exactly the bytes it touches.
 ///
@@ -22,15 +24,15 @@ enum AreaStatus : unsigned {
 /// Reads @p len bytes or bits from @p offset on. Bits arrive shifted down to bit 0 of @p buf and
 /// are not masked: above them lie the next bits of the area. @p buf must have room for
 /// (len + 7 + offset % 8) / 8 bytes in a bit area.
-unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* buf,
-                   const char* name);
+PANEL_EXPORT unsigned ReadLocal(unsigned area, unsigned offset, unsigned len, unsigned char* buf,
+                                const char* name);
 
 /// Writes @p len bytes or bits. Other bits of the bytes touched keep their values, also against
 /// other processes. A bit range of more than 4096 bytes fails and touches nothing.
-unsigned WriteLocal(unsigned area, unsigned offset, unsigned len, const unsigned char* buf,
-                    const char* name);
+PANEL_EXPORT unsigned WriteLocal(unsigned area, unsigned offset, unsigned len,
+                                 const unsigned char* buf, const char* name);
 
 /// WriteLocal, then a notice to whoever reads "/tmp/fifo_localreg": 12 bytes, area, offset and
 /// length as given, 32 bits each, little-endian.
-unsigned WriteLocal_Notify(unsigned area, unsigned offset, unsigned len, const unsigned char* buf,
-                           const char* name);
+PANEL_EXPORT unsigned WriteLocal_Notify(unsigned area, unsigned offset, unsigned len,
+                                        const unsigned char* buf, const char* name);

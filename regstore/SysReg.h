@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fileio/Export.h"
 #include "regstore/RegisterTable.h"
 
 #include <array>
@@ -26,7 +27,7 @@ struct RegisterDescriptor
 /// Every operation goes to the area file; nothing is cached. Only the table says how long a
 /// register is. A one-bit register is bit 0 of the first byte; the bits above it are its
 /// neighbours', so readers test bit 0 alone.
-class SysReg
+class PANEL_EXPORT SysReg
 {
 public:
     SysReg();
@@ -54,7 +55,7 @@ private:
 };
 
 /// The same on the process-wide store.
-RegisterDescriptor* SysReg_LoadReg(unsigned id);
-int SysReg_Read(unsigned id, void* buf);
-int SysReg_Write(unsigned id, const void* buf, unsigned len);
-int SysReg_WriteNotify(unsigned id, const void* buf, unsigned len);
+PANEL_EXPORT RegisterDescriptor* SysReg_LoadReg(unsigned id);
+PANEL_EXPORT int SysReg_Read(unsigned id, void* buf);
+PANEL_EXPORT int SysReg_Write(unsigned id, const void* buf, unsigned len);
+PANEL_EXPORT int SysReg_WriteNotify(unsigned id, const void* buf, unsigned len);

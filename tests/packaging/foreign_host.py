@@ -33,10 +33,10 @@ def files_in(folder):
     return {str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir()}
 
 
-def configure(project, folder, prefix):
+def configure(project, folder, prefix, *options):
     """Configures a CMake project that finds panel-settings below the prefix; returns its cache."""
     run("cmake", "-S", project, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
-        f"-DCMAKE_PREFIX_PATH={prefix}")
+        f"-DCMAKE_PREFIX_PATH={prefix}", *options)
     lines = (folder / "CMakeCache.txt").read_text().splitlines()
     return dict(line.split("=", 1) for line in lines if ":" in line and "=" in line)
 

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import sys
 import tempfile
 import unittest
@@ -15,7 +16,16 @@ from vnc_operator import wait_for
 
 BUILD = pathlib.Path(sys.argv.pop(1))
 SANITIZED = "-fsanitize" in os.environ.get("CXXFLAGS", "")
-HEADER = "include/panel-settings/plugin/SettingsInterface.h"
+INCLUDES = "include/panel-settings"
+HEADERS = {
+    "plugin/SettingsInterface.h",
+    "fileio/Export.h", "fileio/File.h", "fileio/DFifo.h", "fileio/DFileStdio.h",
+    "fileio/DFileSystem.h",
+    "regstore/RegisterArea.h", "regstore/RegisterTable.h", "regstore/SysReg.h",
+    "device/EEInfoDetail.h", "device/EEInfoHandle.h", "device/PlateformInterface.h",
+    "mtd/MtdWRInterface.h", "mtd/CommonDevMtdWR.h", "mtd/FutureMtdWR.h",
+}
+LIBRARY_USER = ROOT / "tests" / "packaging" / "library-user"
 DOCUMENTS = "share/doc/panel-settings"
 CONFIG = "lib/cmake/PanelSettings/PanelSettings"
 
@@ -34,12 +44,15 @@ class Folder(unittest.TestCase):
 
 class Installed(Folder):
     def test_panel_gets_the_plugin_and_a_host_what_it_compiles_against(self):
-        config = {f"{CONFIG}{part}.cmake" for part in ("Config", "ConfigVersion", "Targets")}
+        variant = re.search(r"^CMAKE_BUILD_TYPE:\w+=(\w+)$",
+                            (BUILD / "CMakeCache.txt").read_text(), re.M)[1].lower()
+        config = {f"{CONFIG}{part}.cmake"
+                  for part in ("Config", "ConfigVersion", "Targets", f"Targets-{variant}")}
         example = {f"{DOCUMENTS}-dev/example-host/{path.name}" for path in EXAMPLE.iterdir()}
         about = ("CHANGELOG.md", "changelog.gz", "copyright")
         panel = {PLUGIN, PANELCTL, MANUAL} | COMPLETIONS | {f"{DOCUMENTS}/{name}" for name in about}
-        host = ({HEADER, f"{DOCUMENTS}-dev/host-guide.md"} | config | example |
-                {f"{DOCUMENTS}-dev/{name}" for name in about})
+        host = ({f"{INCLUDES}/{name}" for name in HEADERS} | config | example |
+                {f"{DOCUMENTS}-dev/{name}" for name in (*about, "host-guide.md")})
         for component, files in (("plugin", panel), ("dev", host)):
             with self.subTest(component=component):
                 prefix = self.folder / component
@@ -116,6 +129,58 @@ class Consumer(Folder):
         cache = configure(project, self.folder / "build", self.prefix)
         self.assertEqual(cache["found:PATH"], str((self.prefix / PLUGIN).parent))
         self.assertEqual(cache["newer:STRING"], "0")
+
+
+class Library(Folder):
+    """The plugin file as a library for others who build on its files, registers and flash."""
+
+    def setUp(self):
+        super().setUp()
+        install(self.folder / "staging")
+        (self.folder / "staging").rename(self.prefix)
+
+    @unittest.skipIf(SANITIZED, "a sanitizer exports marks of its own")
+    def test_it_exports_what_its_headers_say_and_nothing_else(self):
+        declared = set()
+        for name in HEADERS:
+            text = (self.prefix / INCLUDES / name).read_text()
+            declared |= set(re.findall(r"^class PANEL_EXPORT (\w+)", text, re.M))
+            declared |= set(re.findall(r"^PANEL_EXPORT [\w*& ]*?(\w+)\(", text, re.M))
+        self.assertEqual(len(declared), 18)
+        symbols = run("nm", "--dynamic", "--demangle", "--defined-only", self.prefix / PLUGIN)
+        names = [line.split(" ", 2)[2] for line in symbols.splitlines()]
+        exported = {re.match(r"(?:(?:vtable|typeinfo|typeinfo name) for )?(\w+)", name)[1]
+                    for name in names} - {"__bss_start", "_edata", "_end"}
+        # Records are data: there is no code of their class.
+        self.assertEqual(exported, (declared - {"EEInfoDetail"}) |
+                         {"qt_plugin_instance", "qt_plugin_query_metadata"})
+
+    def test_program_without_qt_uses_flash_registers_files_and_records(self):
+        source = (LIBRARY_USER / "main.cpp").read_text()
+        self.assertEqual(set(re.findall(r'#include "(.*)"', source)) - {"tests/mtd/MtdEmulation.h"},
+                         HEADERS - {"plugin/SettingsInterface.h"})
+        emulation = self.folder / "emulation"
+        (emulation / "tests" / "mtd").mkdir(parents=True)
+        shutil.copy(ROOT / "tests" / "mtd" / "MtdEmulation.h", emulation / "tests" / "mtd")
+        shutil.copy(BUILD / "tests" / "mtd" / "libmtd_emulation.so", emulation)
+        program = self.folder / "program"
+        configure(LIBRARY_USER, program, self.prefix, f"-DEMULATION={emulation}")
+        commands = run("ninja", "-C", program, "-t", "commands")
+        self.assertIn("libSettingsPlugin.so", commands)
+        self.assertNotRegex(commands, "(?i)qt5|widgets")
+        run("cmake", "--build", program)
+
+        places = "/opt/emulation", str(pathlib.Path("/opt/panel", PLUGIN).parent)
+        device = self.folder / "device"
+        output = run(ROOT / "simulator" / "sandbox", "--build", BUILD, "--state", device,
+                     "--bind", self.prefix, "/opt/panel", "--bind", emulation, "/opt/emulation",
+                     "--bind", program, "/opt/program",
+                     "--env", f"LD_LIBRARY_PATH={':'.join(places)}", "--", "/opt/program/library-user")
+        self.assertEqual(re.findall("^(?:flash|register|files|record) .*$", output, re.M),
+                         ["flash 0 0 1 1 1 6", "register 0 0 1 0 1 90", "files 6 1 0 6 1 1",
+                          "record tool 0 0"])
+        self.assertEqual((device / "hmi_data" / "sfw.dat").read_bytes()[169], 1)
+        self.assertEqual((device / "state" / "image").read_bytes()[29:31], bytes([76, 0]))
 
 
 class ForeignLibrary(Folder):

@@ -18,7 +18,36 @@
 #include <QTimer>
 
 #include <csignal>
+#include <dlfcn.h>
 #include <memory>
+
+namespace {
+
+int callsOfForeignFunctions = 0;
+
+} // namespace
+
+// Things of the host's own that happen to be called like the library's, and that come before it in
+// the order in which the loader looks for names.
+
+int SysReg_Read(unsigned id, void* buf);
+int SysReg_Read(unsigned /*id*/, void* /*buf*/)
+{
+    ++callsOfForeignFunctions;
+    return -1;
+}
+
+class EEInfoHandle
+{
+public:
+    static EEInfoHandle* instance();
+};
+
+EEInfoHandle* EEInfoHandle::instance()
+{
+    ++callsOfForeignFunctions;
+    return nullptr;
+}
 
 namespace {
 
@@ -84,6 +113,7 @@ private slots:
     void bundle_livesFromLoadToUnload();
     void createInstance_givesDistinctCompleteDialogs();
     void createInstance_givesUnownedDialogs();
+    void host_namesOfItsOwnAreNotCalled();
     void host_signalDispositionsStay();
     void journey_twoDialogsOneDeletedThenUnload();
     void journey_manyLoadsLeaveNothingBehind();
@@ -206,6 +236,25 @@ void TestPlugin::createInstance_givesUnownedDialogs()
     dialog->show();
     dialog->close();
     QVERIFY(!dialog->isVisible());
+}
+
+void TestPlugin::host_namesOfItsOwnAreNotCalled()
+{
+    callsOfForeignFunctions = 0;
+    int value = 0;
+    QCOMPARE(SysReg_Read(0, &value), -1);
+    QVERIFY(!EEInfoHandle::instance());
+    QCOMPARE(callsOfForeignFunctions, 2);
+    // The program offers them, so that the loader would take them for the library's.
+    QVERIFY(dlsym(RTLD_DEFAULT, "_Z11SysReg_ReadjPv"));
+    QVERIFY(dlsym(RTLD_DEFAULT, "_ZN12EEInfoHandle8instanceEv"));
+
+    Loader loader;
+    SettingsInterface* plugin = loader.plugin();
+    QVERIFY(plugin);
+    const std::unique_ptr<QDialog> dialog(plugin->createInstance());
+    QVERIFY(dialog);
+    QCOMPARE(callsOfForeignFunctions, 2);
 }
 
 void TestPlugin::host_signalDispositionsStay()
