@@ -1,0 +1,69 @@
+#pragma once
+
+#include "tests/network/NetworkTest.h"
+
+#include <QProcess>
+
+/// An adapter that the kernel really has, with an address that a DHCP client might have got. It
+/// goes with the object.
+class Cable
+{
+public:
+    explicit Cable(int adapter, const QString& address = QStringLiteral("10.1.2.77/16"))
+        : m_name(QStringLiteral("eth%1").arg(adapter))
+    {
+        ip(QStringLiteral("link add %1 type veth peer name far").arg(m_name));
+        setFarEnd(true);
+        addAddress(address);
+        ip(QStringLiteral("link set %1 up").arg(m_name));
+    }
+    ~Cable() { ip(QStringLiteral("link del %1").arg(m_name)); }
+    Cable(const Cable&) = delete;
+    Cable& operator=(const Cable&) = delete;
+
+    void addAddress(const QString& address)
+    {
+        ip(QStringLiteral("addr add %1 dev %2").arg(address, m_name));
+    }
+    void setFarEnd(bool up)
+    {
+        ip(QStringLiteral("link set far %1").arg(up ? line("up") : line("down")));
+    }
+    void setUp(bool up)
+    {
+        ip(QStringLiteral("link set %1 %2").arg(m_name, up ? line("up") : line("down")));
+    }
+
+private:
+    static void ip(const QString& arguments)
+    {
+        if (QProcess::execute(line("ip"), arguments.split(QLatin1Char(' '))) != 0) {
+            qFatal("ip %s failed", qPrintable(arguments));
+        }
+    }
+
+    QString m_name;
+};
+
+/// Longer than the time between two looks for a lease, in milliseconds.
+inline constexpr int severalPolls = 350;
+
+/// The time between two looks for a lease, in milliseconds.
+inline constexpr int pollInterval = 100;
+
+/// Notes of every timer that fires, for as long as the object lives, its interval in milliseconds.
+class TimerLog : public QObject
+{
+public:
+    TimerLog() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* timer = qobject_cast<QTimer*>(watched);
+        if (timer && event->type() == QEvent::Timer) {
+            fired << timer->interval();
+        }
+        return false;
+    }
+
+    QList<int> fired;
+};

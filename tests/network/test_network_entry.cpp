@@ -1,0 +1,406 @@
+#include "tests/network/NetworkTest.h"
+#include "tests/support/NoticeListener.h"
+
+#include <cstring>
+
+/// Entries on the keypad and what they change.
+class TestNetworkEntry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { resetPanel(); }
+
+    void keypad_opensForEachField();
+    void press_reachesTheWidgetToo();
+    void record_isThePagesOwn();
+    void entry_ip_appliesInOrder();
+    void entry_appliesEachValue_data();
+    void entry_appliesEachValue();
+    void entry_usesTheTextsAsShown();
+    void entry_dns_writesTheResolverFileOnly_data();
+    void entry_dns_writesTheResolverFileOnly();
+    void entry_ofTheOtherTab_onlyRebuildsRoutes();
+    void entry_cancelled_changesNothing();
+    void entry_aboveTheRange_isRefused();
+    void entry_disabledField_opensNoKeypad();
+    void entry_pageDeletedUnderTheKeypad_isSafe();
+    void otherIndices_doNothing();
+    void conflict_isTold_data();
+    void conflict_isTold();
+    void conflict_needsAllFourOctets();
+};
+
+void TestNetworkEntry::keypad_opensForEachField()
+{
+    NetworkPage world;
+    world.started();
+    QStringList shown; // the keypad's number and range
+    const auto look = [&shown](QWidget* pressed) {
+        QObject context;
+        shown.clear();
+        QTimer::singleShot(0, &context, [&shown] {
+            auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+            if (keypad) {
+                shown << keypad->findChild<QLineEdit*>(line("numLineEdit"))->text()
+                      << keypad->findChild<QLabel*>(line("minText"))->text()
+                      << keypad->findChild<QLabel*>(line("maxText"))->text();
+                keypad->close();
+            }
+        });
+        NetworkPage::press(pressed);
+        QCoreApplication::processEvents();
+    };
+    world.field(0, AdapterPane::FirstDns, 1)->setText(QString());
+    for (const int adapter : {0, 1}) {
+        for (QLineEdit* field : world.pane(adapter).fields()) {
+            look(field);
+            QCOMPARE(shown, QStringList({QString::number(field->text().toInt()), line("Min:0"),
+                                         line("Max:255")}));
+        }
+        look(&world.macField(adapter));
+        QCOMPARE(shown, QStringList());
+    }
+}
+
+void TestNetworkEntry::press_reachesTheWidgetToo()
+{
+    NetworkPage world;
+    world.started();
+    const QString gateways[] = {line("Gateway:192.168.1.1"), line("Gateway:10.0.0.1")};
+    for (const int adapter : {0, 1}) {
+        world.tabs().setCurrentIndex(adapter);
+        AdapterPane& pane = world.pane(adapter);
+        QTest::mouseClick(&pane.disableSwitch(), Qt::LeftButton);
+        QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QTest::mouseClick(&pane.disableSwitch(), Qt::LeftButton);
+        QVERIFY(world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
+        QTest::mouseClick(&pane.defaultButton(), Qt::LeftButton);
+        QCOMPARE(world.gatewayLabel(adapter).text(), gateways[adapter]);
+        PanelWorld::clearCommands();
+        QTest::mouseClick(&pane.testButton(), Qt::LeftButton);
+        QVERIFY(PanelWorld::commands().contains(line("killall ping")));
+        // A field gives up its selection when it is pressed, after the keypad.
+        QLineEdit* field = world.field(adapter, AdapterPane::Mask, 2);
+        field->selectAll();
+        QVERIFY(world.enter(field, QString()));
+        QVERIFY(!field->hasSelectedText());
+    }
+}
+
+void TestNetworkEntry::record_isThePagesOwn()
+{
+    NetworkPage world;
+    world.started();
+    QSet<const EEInfoDetail::Flash_WR_1*> records;
+    connect(&world.page(), &NetworkSettings::updateEEData, &world.page(),
+            [&records](EEInfoDetail::Flash_WR_1& record, auto) { records << &record; });
+    const EEInfoDetail::Flash_WR_1 before = world.record;
+    world.page().setIPToEE(NetworkSettings::Eth0, 1);
+    world.page().setMaskToEE(NetworkSettings::Eth1, 2);
+    world.page().setGatewayToEE(NetworkSettings::Eth0, 3);
+    QCOMPARE(records.size(), 1);
+    QVERIFY(!records.contains(&world.record));
+    QCOMPARE(std::memcmp(&before, &world.record, sizeof before), 0);
+    world.record.eth0_ip = 9; // later changes are not seen
+    QCOMPARE(world.page().getIPFromEE(NetworkSettings::Eth0).join(QLatin1Char('.')),
+             line("1.0.0.0"));
+    QCOMPARE(reinterpret_cast<const char*>(*records.begin())[182], '\2');
+}
+
+void TestNetworkEntry::entry_ip_appliesInOrder()
+{
+    NetworkPage world;
+    world.started();
+    NoticeListener runtime(noticePipe);
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
+    const QStringList before = {line("ifconfig eth0 192.10.0.5"), line("sync")};
+    QCOMPARE(PanelWorld::commands(), before + usualRoutes());
+    QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().type, 2);
+    QCOMPARE(world.told.first().commands, before);
+    QCOMPARE(world.told.first().record.mid(41, 4), QByteArray("\xC0\x0A\x00\x05", 4));
+    QCOMPARE(PanelWorld::fileContent(wordArea).mid(751, 8),
+             QByteArray("\xC0\x0A\x00\x05\0\0\0\0", 8));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+}
+
+void TestNetworkEntry::entry_appliesEachValue_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QStringList>("before"); // run before the record changes
+    QTest::addColumn<QStringList>("after");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("recordByte");
+    QTest::addColumn<int>("areaByte");
+    QTest::addColumn<QByteArray>("bytes");
+    const auto ip = int(AdapterPane::Ip);
+    const auto mask = int(AdapterPane::Mask);
+    const auto gateway = int(AdapterPane::Gateway);
+    const QString sync = line("sync");
+    const QStringList routes0 = routes(line("192.168.1.77"), 1, line("10.0.0.1"), 1);
+    const QStringList routes1 = routes(line("192.168.1.1"), 1, line("10.0.0.77"), 1);
+    QTest::newRow("eth0 ip") << 0 << ip << QStringList{line("ifconfig eth0 192.168.0.77"), sync}
+                             << usualRoutes() << 2 << 41 << 751
+                             << QByteArray("\xC0\xA8\x00\x4D", 4);
+    QTest::newRow("eth0 mask") << 0 << mask
+                               << QStringList{line("ifconfig eth0 netmask 255.255.255.77"), sync}
+                               << usualRoutes() << 3 << 49 << 771
+                               << QByteArray("\xFF\xFF\xFF\x4D", 4);
+    QTest::newRow("eth0 gateway") << 0 << gateway << routes0 << routes0 << 4 << 45 << 779
+                                  << QByteArray("\xC0\xA8\x01\x4D", 4);
+    QTest::newRow("eth1 ip") << 1 << ip << QStringList{line("ifconfig eth1 10.0.0.77"), sync}
+                             << usualRoutes() << 2 << 174 << 803
+                             << QByteArray("\x0A\x00\x00\x4D", 4);
+    QTest::newRow("eth1 mask") << 1 << mask
+                               << QStringList{line("ifconfig eth1 netmask 255.0.0.77"), sync}
+                               << usualRoutes() << 3 << 182 << 823
+                               << QByteArray("\xFF\x00\x00\x4D", 4);
+    QTest::newRow("eth1 gateway") << 1 << gateway << routes1 << routes1 << 4 << 178 << 831
+                                  << QByteArray("\x0A\x00\x00\x4D", 4);
+}
+
+void TestNetworkEntry::entry_appliesEachValue()
+{
+    QFETCH(int, adapter);
+    QFETCH(int, value);
+    QFETCH(QStringList, before);
+    QFETCH(QStringList, after);
+    QFETCH(int, type);
+    QFETCH(int, recordByte);
+    QFETCH(int, areaByte);
+    QFETCH(QByteArray, bytes);
+    NetworkPage world;
+    world.started();
+    world.tabs().setCurrentIndex(adapter);
+    const QByteArray area = PanelWorld::fileContent(wordArea);
+    NoticeListener runtime(noticePipe);
+    Looks looks("route", "od -An -tx1 -N4 -j" + QByteArray::number(areaByte) + " /tmp/smw.dat");
+    QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), line("77")));
+    QCOMPARE(PanelWorld::commands(), before + after);
+    // A gateway sets the routes before it is stored as well.
+    const QStringList early = repeated(before.filter(line("route")).size(), line("ee ee ee ee"));
+    QCOMPARE(looks.take(), early + repeated(4, QString::fromLatin1(bytes.toHex(' '))));
+    QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+    QCOMPARE(world.told.size(), 1);
+    QCOMPARE(world.told.first().commands, before);
+    QCOMPARE(world.told.first().type, type);
+    QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
+    record.replace(recordByte, 4, bytes);
+    QCOMPARE(world.told.first().record, record);
+    QCOMPARE(world.told.first().registers, area); // the register comes after the record
+    QByteArray expected = area;
+    expected.replace(areaByte, 8, bytes + QByteArray(4, '\0'));
+    QCOMPARE(PanelWorld::fileContent(wordArea), expected);
+}
+
+void TestNetworkEntry::entry_usesTheTextsAsShown()
+{
+    NetworkPage world;
+    world.started();
+    const struct
+    {
+        AdapterPane::Value value;
+        const char* run;
+        int recordByte;
+    } rows[] = {{AdapterPane::Ip, "ifconfig eth0 192.010.x.77", 41},
+                {AdapterPane::Mask, "ifconfig eth0 netmask 255.010.x.77", 49},
+                {AdapterPane::Gateway, "route add default gw 192.010.x.77 dev eth0 metric 1", 45}};
+    for (const auto& row : rows) {
+        PanelWorld::clearCommands();
+        world.field(0, row.value, 1)->setText(line("010"));
+        world.field(0, row.value, 2)->setText(line("x"));
+        QVERIFY(world.enter(world.field(0, row.value, 3), line("77")));
+        QVERIFY2(PanelWorld::commands().contains(line(row.run)), row.run);
+        const QByteArray stored = world.told.last().record.mid(row.recordByte, 4);
+        QCOMPARE(stored.mid(1), QByteArray("\x0A\0\x4D", 3)); // decimal, and 0 for no number
+    }
+    world.field(0, AdapterPane::FirstDns, 1)->setText(line("010"));
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 3), line("9")));
+    QCOMPARE(PanelWorld::fileContent(resolver), QByteArray("nameserver 0.010.0.9 # eth0"));
+}
+
+void TestNetworkEntry::entry_dns_writesTheResolverFileOnly_data()
+{
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QByteArray>("file");
+    QTest::newRow("first") << int(AdapterPane::FirstDns)
+                           << QByteArray("nameserver 1.1.1.9 # eth0\nnameserver 2.2.2.2 # eth0");
+    QTest::newRow("backup") << int(AdapterPane::BackupDns)
+                            << QByteArray("nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.9 # eth0");
+}
+
+void TestNetworkEntry::entry_dns_writesTheResolverFileOnly()
+{
+    QFETCH(int, value);
+    QFETCH(QByteArray, file);
+    PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\n\nnameserver 2.2.2.2 # eth0\n");
+    NetworkPage world;
+    world.started();
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("1.1.1.1"));
+    QCOMPARE(world.text(0, AdapterPane::BackupDns), line("2.2.2.2"));
+    const QByteArray area = PanelWorld::fileContent(wordArea);
+    QVERIFY(world.enter(world.field(0, AdapterPane::Value(value), 3), line("9")));
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+    QCOMPARE(PanelWorld::fileContent(resolver), file);
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::fileContent(wordArea), area);
+}
+
+void TestNetworkEntry::entry_ofTheOtherTab_onlyRebuildsRoutes()
+{
+    NetworkPage world;
+    world.started();
+    const QByteArray area = PanelWorld::fileContent(wordArea);
+    world.page().updateSystemAndSaveToEE(NetworkSettings::Eth0, world.field(1, AdapterPane::Ip, 0));
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+    QCOMPARE(world.told.size(), 0);
+    QCOMPARE(PanelWorld::fileContent(wordArea), area);
+    PanelWorld::clearCommands();
+    QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("11"))); // while eth0 is shown
+    QCOMPARE(PanelWorld::commands(), usualRoutes());
+}
+
+void TestNetworkEntry::entry_cancelled_changesNothing()
+{
+    NetworkPage world;
+    world.started();
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), QString()));
+    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.5"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetworkEntry::entry_aboveTheRange_isRefused()
+{
+    NetworkPage world;
+    world.started();
+    QStringList seen;
+    QTimer::singleShot(0, qApp, [&seen] {
+        auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+        QVERIFY(keypad);
+        for (const char* key : {"pushButton2", "pushButton5", "pushButton6"}) {
+            keypad->findChild<QPushButton*>(line(key))->click();
+        }
+        answerNextBox(&seen);
+        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
+        keypad->close();
+    });
+    NetworkPage::press(world.field(0, AdapterPane::Ip, 1));
+    QCOMPARE(seen.value(1), line("Input number is out of range!"));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetworkEntry::entry_disabledField_opensNoKeypad()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(0).disableSwitch().click();
+    PanelWorld::clearCommands();
+    QVERIFY(!world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetworkEntry::entry_pageDeletedUnderTheKeypad_isSafe()
+{
+    NetworkPage world;
+    world.started();
+    bool opened = false;
+    QTimer::singleShot(0, qApp, [&] {
+        QWidget* keypad = QApplication::activeModalWidget();
+        opened = keypad != nullptr;
+        world.deletePage();
+        keypad->findChild<QPushButton*>(line("pushButton5"))->click();
+        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
+    });
+    world.page().doModal(world.field(0, AdapterPane::Ip, 1));
+    QVERIFY(opened);
+    QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestNetworkEntry::otherIndices_doNothing()
+{
+    NetworkPage world;
+    world.started();
+    const auto other = Index(2);
+    NetworkSettings& page = world.page();
+    page.setIPToEE(other, 1);
+    page.setMaskToEE(other, 1);
+    page.setGatewayToEE(other, 1);
+    page.updateIPData(other);
+    page.updateMaskData(other);
+    page.updateGatewayData(other);
+    page.updateDNSData(other, NetworkSettings::FirstDns);
+    page.updateDefaultGateway(other);
+    page.updateDefaultNetwork(other);
+    page.udhcpc(other);
+    page.killudhcpc(other);
+    page.updateDHCPConfig(other, true);
+    page.disableNetworkConfig(other, 1);
+    page.enableNetworkConfig(other);
+    page.disableNetwork(other);
+    page.enableNetwork(other);
+    QCOMPARE(page.getIPFromEE(other), QStringList());
+    QCOMPARE(page.getMaskFromEE(other), QStringList());
+    QCOMPARE(page.getGatewayFromEE(other), QStringList());
+    QCOMPARE(page.getMacFromEE(other), QStringList());
+    QVERIFY(!page.isConfigIp(other, world.field(0, AdapterPane::Ip, 0)));
+    QCOMPARE(PanelWorld::commands(), QStringList());
+    QCOMPARE(world.told.size(), 0);
+}
+
+void TestNetworkEntry::conflict_isTold_data()
+{
+    QTest::addColumn<int>("adapter");
+    QTest::addColumn<int>("octet");
+    QTest::addColumn<int>("value");
+    QTest::addColumn<QStringList>("seen");
+    const QString icon = QString::number(QMessageBox::Information);
+    QTest::newRow("eth0") << 0 << 3 << 6
+                          << QStringList{line("Tips"), line("IP is conflict with eth1!"), icon,
+                                         line("1")};
+    QTest::newRow("eth1") << 1 << 3 << 5
+                          << QStringList{line("Tips"), line("IP is conflict with eth0!"), icon,
+                                         line("1")};
+    QTest::newRow("none") << 0 << 3 << 7 << QStringList();
+}
+
+void TestNetworkEntry::conflict_isTold()
+{
+    QFETCH(int, adapter);
+    QFETCH(int, octet);
+    QFETCH(int, value);
+    QFETCH(QStringList, seen);
+    NetworkPage world;
+    world.record.eth1_ip = 0x0600A8C0;
+    world.started();
+    QStringList told;
+    if (!seen.isEmpty()) {
+        answerNextBox(&told);
+    }
+    world.page().checkConflictIp(world.field(adapter, AdapterPane::Ip, octet), value);
+    QCOMPARE(told, seen);
+    // An entry never asks: equal addresses are accepted.
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("6")));
+    QCOMPARE(world.text(0, AdapterPane::Ip), world.text(1, AdapterPane::Ip));
+}
+
+void TestNetworkEntry::conflict_needsAllFourOctets()
+{
+    const NetworkSettings page;
+    const QStringList octets{line("10"), line("1"), line("2"), line("77")};
+    const auto conflict = [&page, &octets](const QStringList& other) {
+        return page.isConflictIp(octets[0], octets[1], octets[2], octets[3], other[0], other[1],
+                                 other[2], other[3]);
+    };
+    QVERIFY(conflict(octets));
+    for (int at = 0; at < octets.size(); ++at) {
+        QStringList other = octets;
+        other[at] = line("9");
+        QVERIFY2(!conflict(other), qPrintable(QString::number(at)));
+    }
+    QVERIFY(!conflict({line("10"), line("01"), line("2"), line("77")})); // texts, not numbers
+}
+
+QTEST_MAIN(TestNetworkEntry)
+#include "test_network_entry.moc"
