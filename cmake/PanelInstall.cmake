@@ -20,6 +20,8 @@ execute_process(
 install(FILES ${PROJECT_BINARY_DIR}/panelctl/panelctl.1.gz COMPONENT plugin
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
+install(FILES panelctl/settings.schema.json COMPONENT plugin
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/panel-settings)
 install(FILES panelctl/completion/panelctl.bash COMPONENT plugin RENAME panelctl
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 # Where Debian's zsh looks; elsewhere the folder is added to its fpath.

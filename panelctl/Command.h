@@ -22,6 +22,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// It is already as it was asked to be: the program ends with status 3.
+class Unchanged : public std::runtime_error
+{
+public:
+    Unchanged() : std::runtime_error("nothing changes") {}
+};
+
 using Words = std::vector<std::string>;
 
 /// What stands on the command line beside the name of a command.
@@ -65,4 +72,5 @@ struct Command
     OptionSet options;
     const char* help;
     void (*run)(const Arguments&); ///< Prints to standard output; throws Failure or UsageError.
+    bool looksAtPanel = true;      ///< Otherwise it tells what is the same on every panel.
 };

@@ -39,10 +39,8 @@ void printFields()
 
 void printWordsOfField(const std::string& name)
 {
-    for (const RecordField& field : recordFields) {
-        if (name == field.name) {
-            printEach(Value::words(field.kind));
-        }
+    if (const RecordField* field = findField(name)) {
+        printEach(Value::words(field->kind));
     }
 }
 

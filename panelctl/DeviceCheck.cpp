@@ -8,12 +8,6 @@ namespace {
 
 using Problems = std::vector<Problem>;
 
-const RecordField& fieldNamed(const std::string& name)
-{
-    return *std::find_if(recordFields.begin(), recordFields.end(),
-                         [&](const RecordField& field) { return name == field.name; });
-}
-
 std::uint32_t addressIn(const DeviceImage& image, const std::string& name)
 {
     return Value::address(image.field(fieldNamed(name)));

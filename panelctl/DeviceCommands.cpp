@@ -24,15 +24,13 @@ QString text(const std::string& utf8)
     return QString::fromStdString(utf8);
 }
 
-const RecordField& findField(const std::string& name)
+const RecordField& requireField(const std::string& name)
 {
-    const auto* at = std::find_if(recordFields.begin(), recordFields.end(), [&](const auto& field) {
-        return field.kind != Kind::Reserved && name == field.name;
-    });
-    if (at == recordFields.end()) {
+    const RecordField* field = findField(name);
+    if (!field) {
         throw UsageError("there is no field '" + name + "'; see panelctl device fields");
     }
-    return *at;
+    return *field;
 }
 
 /// A value for people.
@@ -105,7 +103,7 @@ Value::Bytes bytesOf(const DeviceImage& image, std::size_t offset, std::size_t c
 
 void changeField(DeviceImage& image, const std::string& name, const std::string& typed)
 {
-    const RecordField& field = findField(name);
+    const RecordField& field = requireField(name);
     if (!image.canChange(field)) {
         throw UsageError(name + " is read-only on a device");
     }

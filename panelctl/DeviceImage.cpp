@@ -87,6 +87,18 @@ void DeviceImage::load()
     std::copy(bytes.begin(), bytes.end(), m_bytes.begin());
 }
 
+void DeviceImage::replaceDevice(const QByteArray& image)
+{
+    needTool(writeTool);
+    if (image.size() != static_cast<int>(EEInfoDetail::imageBytes)) {
+        throw Failure("an image of " + std::to_string(image.size()) + " bytes is none");
+    }
+    QByteArray bytes = image; // the tools' channel does not promise to leave them alone
+    if (PlateformInterface().writecmd(writeCommand, bytes.data(), bytes.size()) != 0) {
+        throw Failure(std::string(writeTool) + " does not take the image");
+    }
+}
+
 DeviceImage DeviceImage::create(const std::string& file)
 {
     if (QFile::exists(path(file))) {

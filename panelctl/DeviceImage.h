@@ -4,7 +4,10 @@
 #include "panelctl/RecordFields.h"
 #include "panelctl/Value.h"
 
+#include <QByteArray>
+
 #include <array>
+
 #include <string>
 #include <vector>
 
@@ -17,6 +20,9 @@ public:
     /// Reads the image of the device, or of @p file unless that is empty; "-" is standard input.
     /// Throws Failure when it cannot be read or is not 1024 bytes long.
     explicit DeviceImage(std::string file);
+
+    /// Writes a whole image to the device, whose own cannot be read any more. Throws Failure.
+    static void replaceDevice(const QByteArray& image);
 
     /// An image of zeros, for a new file that save() makes. Throws Failure when there is a file
     /// already.

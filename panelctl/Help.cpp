@@ -39,11 +39,9 @@ void printValueOfRegister(const std::string& word)
 
 void printValueOfField(const std::string& word)
 {
-    for (const RecordField& field : recordFields) {
-        if (word == field.name && field.kind != Kind::Reserved) {
-            Terminal::printText(0,
-                                "VALUE of " + word + ": " + Value::fitting(field.kind, field.size));
-        }
+    if (const RecordField* field = findField(word)) {
+        Terminal::printText(0,
+                            "VALUE of " + word + ": " + Value::fitting(field->kind, field->size));
     }
 }
 
@@ -73,8 +71,8 @@ void printCommands(const std::string& group)
             Terminal::printText(6, command.help);
         }
     }
-    Terminal::printText(
-        0, "Ends with 0 when it is done, 1 when it failed, 2 when the command line is wrong.");
+    Terminal::printText(0, "Ends with 0 when it is done, 1 when it failed, 2 when the command line "
+                           "is wrong, 3 when it was so already.");
     Terminal::printText(0, "Every command explains itself with --help. Options may stand anywhere; "
                            "behind -- everything is a word.");
 }

@@ -3,7 +3,10 @@
 
 #include "panelctl/CommandLine.h"
 #include "panelctl/CommandTable.h"
+#include "panelctl/Commands.h"
+
 #include "panelctl/Help.h"
+#include "panelctl/Journal.h"
 
 #include <algorithm>
 #include <iostream>
@@ -31,6 +34,9 @@ void run(const Words& line)
     if (given.words.size() < command.leastWords || given.words.size() > command.mostWords) {
         throw UsageError("usage: " + CommandTable::synopsis(command));
     }
+    if (command.looksAtPanel && command.run != Commands::recover) {
+        settleJournal();
+    }
     command.run(given);
 }
 
@@ -57,6 +63,8 @@ int main(int argc, char** argv)
             throw Failure("cannot write the output");
         }
         return 0;
+    } catch (const Unchanged&) {
+        return 3;
     } catch (const UsageError& error) {
         return complain(error, 2);
     } catch (const std::exception& error) {

@@ -5,7 +5,7 @@
 #include <initializer_list>
 
 /// The options of all commands. One means the same wherever it is taken.
-enum class Option { Json, Notify, Image, Root, Stored };
+enum class Option { Json, Notify, Image, Root, Stored, Identity, DryRun, Only };
 
 /// How an option is typed and explained.
 struct OptionRow
@@ -24,6 +24,9 @@ inline constexpr std::array optionRows{
               "use an image in a file instead of the device; - is standard input"},
     OptionRow{Option::Root, "--root", "DIR", "put DIR before every path"},
     OptionRow{Option::Stored, "--stored", nullptr, "only what outlives a power cut"},
+    OptionRow{Option::Identity, "--identity", nullptr, "also what belongs to this device alone"},
+    OptionRow{Option::DryRun, "--dry-run", nullptr, "say what would change, and change nothing"},
+    OptionRow{Option::Only, "--only", "PARTS", "these parts, display,sound,network,identity"},
 };
 
 constexpr bool optionRowsAreInOrder()

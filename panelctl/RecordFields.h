@@ -135,6 +135,23 @@ constexpr const RecordRow& recordOf(const RecordField& field)
     return recordRows.front(); // every row of the table names a record
 }
 
+/// Null when no field with a meaning has the name.
+constexpr const RecordField* findField(std::string_view name)
+{
+    for (const RecordField& field : recordFields) {
+        if (field.kind != Kind::Reserved && name == field.name) {
+            return &field;
+        }
+    }
+    return nullptr;
+}
+
+/// The field of that name, which there is.
+constexpr const RecordField& fieldNamed(std::string_view name)
+{
+    return *findField(name);
+}
+
 /// Where a field lies in the image, bytes.
 constexpr std::size_t imageOffset(const RecordField& field)
 {

@@ -90,23 +90,6 @@ bool hasReader(const char* pipe)
                   ": " + reasonOf(row, access));
 }
 
-void store(const RegisterRow& row, const Value::Bytes& value, bool notify)
-{
-    Value::Bytes buffer = value;
-    buffer.resize(buffer.size() + neighbourBytes, 0);
-    const bool isHeard = notify && hasReader(registerPipe);
-    const auto size = static_cast<unsigned>(buffer.size());
-    const int result = isHeard ? SysReg_WriteNotify(row.id, buffer.data(), size)
-                               : SysReg_Write(row.id, buffer.data(), size);
-    if (result != 0) {
-        failTransfer("write", row, O_WRONLY);
-    }
-    if (notify && !isHeard) {
-        throw Failure("register " + RegisterValue::label(row.id) +
-                      " is written, but nobody reads " + registerPipe);
-    }
-}
-
 } // namespace
 
 namespace RegisterValue {
@@ -145,6 +128,20 @@ Value::Bytes read(const RegisterRow& row)
         buffer.back() = static_cast<std::uint8_t>(buffer.back() & ((1U << row.size % 8) - 1));
     }
     return buffer;
+}
+
+bool write(const RegisterRow& row, const Value::Bytes& value, bool notify)
+{
+    Value::Bytes buffer = value;
+    buffer.resize(buffer.size() + neighbourBytes, 0);
+    const bool isHeard = notify && hasReader(registerPipe);
+    const auto size = static_cast<unsigned>(buffer.size());
+    const int result = isHeard ? SysReg_WriteNotify(row.id, buffer.data(), size)
+                               : SysReg_Write(row.id, buffer.data(), size);
+    if (result != 0) {
+        failTransfer("write", row, O_WRONLY);
+    }
+    return isHeard || !notify;
 }
 
 QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value)
@@ -187,5 +184,9 @@ void Commands::regWrite(const Arguments& given)
 {
     const RegisterRow& row = RegisterValue::find(given.words[0]);
     const Value::Bytes empty(RegisterValue::byteSize(row), 0);
-    store(row, Value::parse(kindOf(row), given.words[1], empty), given.has(Option::Notify));
+    const Value::Bytes value = Value::parse(kindOf(row), given.words[1], empty);
+    if (!RegisterValue::write(row, value, given.has(Option::Notify))) {
+        throw Failure("register " + RegisterValue::label(row.id) +
+                      " is written, but nobody reads " + registerPipe);
+    }
 }

@@ -22,6 +22,10 @@ std::string label(unsigned id);
 /// What the register holds now, without the bits of its neighbours. Throws Failure.
 Value::Bytes read(const RegisterRow& row);
 
+/// Changes the register and, when @p notify, tells the runtime. False when nobody hears that.
+/// Throws Failure when it cannot be written.
+bool write(const RegisterRow& row, const Value::Bytes& value, bool notify);
+
 /// The row of the table with the value and its bytes.
 QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value);
 

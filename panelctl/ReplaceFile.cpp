@@ -87,14 +87,34 @@ bool giveName(const Folder& folder, int draft, const QByteArray& name)
                   AT_SYMLINK_FOLLOW) == 0;
 }
 
+/// The file itself where the path is a link.
+QFileInfo targetOf(const QString& path)
+{
+    const QFileInfo old(path);
+    return QFileInfo(old.exists() ? old.canonicalFilePath() : path);
+}
+
+QByteArray draftNameOf(const QFileInfo& target)
+{
+    return '.' + QFile::encodeName(target.fileName()) + ".new";
+}
+
 } // namespace
+
+void removeDraft(const QString& path)
+{
+    const QFileInfo target = targetOf(path);
+    const Folder folder(target.filePath());
+    if (folder.isHeld()) {
+        unlinkat(folder.number(), draftNameOf(target).constData(), 0);
+    }
+}
 
 QString replaceFile(const QString& path, const QByteArray& content)
 {
-    const QFileInfo old(path);
-    const QFileInfo target(old.exists() ? old.canonicalFilePath() : path);
+    const QFileInfo target = targetOf(path);
     const QByteArray name = QFile::encodeName(target.fileName());
-    const QByteArray draftName = '.' + name + ".new";
+    const QByteArray draftName = draftNameOf(target);
     const Folder folder(target.filePath());
     if (!folder.isHeld()) {
         return reason();

@@ -12,3 +12,6 @@
 /// behind. Where the file system knows no nameless files, and for the moment before the old file
 /// is replaced, it is called ".NAME.new"; the next replacement removes one that was left.
 QString replaceFile(const QString& path, const QByteArray& content);
+
+/// Removes new content that a killed command left beside a file which is to stay as it is.
+void removeDraft(const QString& path);

@@ -5,15 +5,13 @@
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/ReplaceFile.h"
+#include "panelctl/ResolverLines.h"
 #include "panelctl/Value.h"
 
-#include <QFile>
 #include <QJsonObject>
-#include <QStringList>
 
 #include <array>
 #include <iostream>
-#include <unistd.h>
 
 namespace {
 
@@ -40,34 +38,12 @@ int parseServer(const std::string& word)
     throw UsageError("there is no server '" + word + "'; it takes first or backup");
 }
 
-[[noreturn]] void fail(const char* what, const QString& reason)
-{
-    throw Failure(std::string("cannot ") + what + " " + ResolverFile::path + ": " +
-                  reason.toStdString());
-}
-
-/// A missing file is not made, and holds no servers.
-QByteArray readText()
-{
-    QFile file{QString::fromLatin1(ResolverFile::path)};
-    if (!file.exists()) {
-        return {};
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        fail("read", file.errorString());
-    }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        fail("read", file.errorString());
-    }
-    return bytes;
-}
-
 void writeText(const QByteArray& text)
 {
     const QString reason = replaceFile(QString::fromLatin1(ResolverFile::path), text);
     if (!reason.isEmpty()) {
-        fail("change", reason);
+        throw Failure(std::string("cannot change ") + ResolverFile::path + ": " +
+                      reason.toStdString());
     }
 }
 
@@ -91,7 +67,7 @@ QJsonObject jsonOf(const QByteArray& text, int adapter)
 
 void Commands::dnsShow(const Arguments& given)
 {
-    const QByteArray text = readText();
+    const QByteArray text = ResolverLines::read();
     QJsonObject all;
     for (int adapter = 0; adapter < adapters; ++adapter) {
         const QJsonObject servers = jsonOf(text, adapter);
@@ -114,7 +90,7 @@ void Commands::dnsSet(const Arguments& given)
     const int adapter = parseAdapter(given.words[0]);
     const int index = parseServer(given.words[1]);
     const Value::Bytes address = Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(4, 0));
-    const QByteArray text = readText();
+    const QByteArray text = ResolverLines::read();
     // Servers are told apart by their order alone.
     if (index == 1 && !ResolverText::hasServer(text, adapter, 0)) {
         throw Failure(given.words[0] + " has no first server yet; the backup would become it");
@@ -126,7 +102,7 @@ void Commands::dnsSet(const Arguments& given)
 void Commands::dnsClear(const Arguments& given)
 {
     const int adapter = parseAdapter(given.words[0]);
-    const QByteArray text = readText();
+    const QByteArray text = ResolverLines::read();
     if (ResolverText::hasServer(text, adapter, 0)) { // otherwise there is no file to make
         writeText(ResolverText::withoutServers(text, adapter));
     }

@@ -13,6 +13,7 @@ EXAMPLE = ROOT / "docs" / "example-host"
 PLUGIN = "lib/panel-settings/plugins/libSettingsPlugin.so"
 PANELCTL = "bin/panelctl"
 MANUAL = "share/man/man1/panelctl.1.gz"
+SCHEMA = "share/panel-settings/settings.schema.json"
 COMPLETIONS = {"share/bash-completion/completions/panelctl",
                "share/zsh/vendor-completions/_panelctl"}
 SCREEN = (1024, 600)

@@ -10,8 +10,8 @@ import sys
 import tempfile
 import unittest
 
-from foreign_host import (CLOSE_BUTTON, COMPLETIONS, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, Host,
-                          build, configure, files_in, run)
+from foreign_host import (CLOSE_BUTTON, COMPLETIONS, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, SCHEMA,
+                          Host, build, configure, files_in, run)
 from vnc_operator import wait_for
 
 BUILD = pathlib.Path(sys.argv.pop(1))
@@ -50,7 +50,8 @@ class Installed(Folder):
                   for part in ("Config", "ConfigVersion", "Targets", f"Targets-{variant}")}
         example = {f"{DOCUMENTS}-dev/example-host/{path.name}" for path in EXAMPLE.iterdir()}
         about = ("CHANGELOG.md", "changelog.gz", "copyright")
-        panel = {PLUGIN, PANELCTL, MANUAL} | COMPLETIONS | {f"{DOCUMENTS}/{name}" for name in about}
+        panel = ({PLUGIN, PANELCTL, MANUAL, SCHEMA} | COMPLETIONS |
+                 {f"{DOCUMENTS}/{name}" for name in about})
         host = ({f"{INCLUDES}/{name}" for name in HEADERS} | config | example |
                 {f"{DOCUMENTS}-dev/{name}" for name in (*about, "host-guide.md")})
         for component, files in (("plugin", panel), ("dev", host)):

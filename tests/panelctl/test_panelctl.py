@@ -21,7 +21,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
 COMMAND_NAMES = ["reg list", "reg read", "reg write", "reg watch", "device show", "device set",
                  "device dump", "device check", "device fields", "device create", "dns show",
-                 "dns set", "dns clear", "areas create", "areas check", "tables", "complete", "help"]
+                 "dns set", "dns clear", "areas create", "areas check", "export",
+                 "import", "recover", "tables", "complete", "help"]
 
 
 class CommandLine(PanelTest):
@@ -31,9 +32,9 @@ class CommandLine(PanelTest):
         found = {}
         for line in lines:
             name = next((name for name in COMMAND_NAMES
-                         if line.startswith(f"panelctl {name} ")), None)
+                         if f"{line} ".startswith(f"panelctl {name} ")), None)
             if name:
-                found[name] = line.removeprefix(f"panelctl {name} ")
+                found[name] = line.removeprefix(f"panelctl {name}").strip()
         return found
 
     def test_help_lists_every_command(self):
@@ -50,7 +51,7 @@ class CommandLine(PanelTest):
         for name, parameters in self.synopses().items():
             with self.subTest(name=name):
                 help_text = self.output(*name.split(), "--help")
-                self.assertIn(f"usage: panelctl {name} {parameters} ",
+                self.assertIn(f"usage: panelctl {name} {parameters}".strip() + " ",
                               " ".join(help_text.split()))
                 options = {word.strip("[]") for word in parameters.split() if "--" in word}
                 explained = {line.split()[0] for line in help_text.splitlines()
@@ -146,7 +147,7 @@ class CommandLine(PanelTest):
                 self.assertFalse((self.folder / "-").exists())
 
     def test_wrong_number_of_words_is_answered_by_the_usage(self):
-        fixed = {"help": 2, "reg read": 1, "reg write": 2, "dns set": 3, "dns clear": 1}
+        fixed = {"help": 2, "import": 1, "reg read": 1, "reg write": 2, "dns set": 3, "dns clear": 1}
         for name in COMMAND_NAMES:
             right = fixed.get(name, 0)
             wrong = {right - 1, right + 1} - {-1}

@@ -1,0 +1,163 @@
+// export, import and recover.
+
+#include "panelctl/Commands.h"
+#include "panelctl/ImportFile.h"
+#include "panelctl/Journal.h"
+#include "panelctl/Json.h"
+
+#include <QFile>
+#include <QJsonArray>
+
+#include <iostream>
+#include <set>
+
+namespace {
+
+using Changes = std::map<const Setting*, std::string>;
+
+QByteArray readInput(const std::string& name)
+{
+    QFile file(QFile::decodeName(name.c_str()));
+    if (name == "-" ? !file.open(stdin, QIODevice::ReadOnly) : !file.open(QIODevice::ReadOnly)) {
+        throw Failure("cannot read " + name + ": " + file.errorString().toStdString());
+    }
+    return file.readAll();
+}
+
+bool isPart(const std::string& word)
+{
+    for (const Setting& setting : panelSettings) {
+        if (partOf(setting) == word) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The parts of "display,network"; all of them when there is none.
+std::set<std::string> wantedParts(const Arguments& given)
+{
+    std::set<std::string> parts;
+    const QString list = QString::fromStdString(given.value(Option::Only));
+    for (const QString& part : list.split(',', Qt::SkipEmptyParts)) {
+        const std::string word = part.toStdString();
+        if (!isPart(word)) {
+            throw UsageError("there is no part '" + word +
+                             "'; --only takes display, sound, network or identity");
+        }
+        parts.insert(word);
+    }
+    return parts;
+}
+
+bool isWanted(const Setting& setting, const std::set<std::string>& parts, bool identity)
+{
+    const std::string part(partOf(setting));
+    return (parts.empty() || parts.count(part) != 0) && (part != identityPart || identity);
+}
+
+/// Every error on a line of its own.
+[[noreturn]] void refuse(const std::string& file, const std::vector<ImportError>& errors)
+{
+    for (const ImportError& error : errors) {
+        std::cerr << "panelctl: " << error.place << ": " << error.text << '\n';
+    }
+    throw Failure(file + " has " + std::to_string(errors.size()) +
+                  (errors.size() == 1 ? " error" : " errors") + "; nothing is changed");
+}
+
+/// The settings of the file that are wanted and that the panel has otherwise.
+Changes findChanges(const Arguments& given, const PanelState& panel)
+{
+    const std::set<std::string> parts = wantedParts(given);
+    const ImportFile file(readInput(given.words[0]), panel);
+    if (!file.errors().empty()) {
+        refuse(given.words[0], file.errors());
+    }
+    Changes changes;
+    for (const auto& [setting, value] : file.values()) {
+        if (isWanted(*setting, parts, given.has(Option::Identity)) &&
+            value != panel.value(*setting)) {
+            changes[setting] = value;
+        }
+    }
+    const std::vector<ImportError> errors = checkTogether(panel, changes);
+    if (!errors.empty()) {
+        refuse(given.words[0], errors);
+    }
+    return changes;
+}
+
+std::string shown(const std::string& value)
+{
+    return value.empty() ? "none" : value;
+}
+
+void printChanges(const PanelState& panel, const Changes& changes, const Arguments& given)
+{
+    QJsonArray rows;
+    for (const auto& [setting, value] : changes) {
+        const std::string before = panel.value(*setting);
+        rows.append(QJsonObject{{"place", QString::fromLatin1(setting->place)},
+                                {"before", jsonOf(*setting, before)},
+                                {"after", jsonOf(*setting, value)}});
+        if (!given.has(Option::Json)) {
+            std::cout << setting->place << ": " << shown(before) << " -> " << shown(value) << '\n';
+        }
+    }
+    if (given.has(Option::Json)) {
+        Json::print(rows);
+    }
+}
+
+/// All of it, or nothing when it fails on the way.
+void apply(const PanelState& panel, const Changes& changes)
+{
+    const Journal journal(Snapshot::before(panel, changes));
+    const Snapshot after = Snapshot::after(panel, changes);
+    journal.save();
+    try {
+        after.restore();
+    } catch (const Failure& failure) {
+        journal.restore();
+        throw Failure(std::string(failure.what()) + "; the old settings are back");
+    }
+    Journal::remove();
+}
+
+} // namespace
+
+void Commands::exportSettings(const Arguments& given)
+{
+    Json::print(exportState(PanelState(), given.has(Option::Identity)));
+}
+
+void Commands::importSettings(const Arguments& given)
+{
+    const ChangeLock lock;
+    if (Journal::load()) {
+        throw Failure("another import waits to be confirmed");
+    }
+    const PanelState panel;
+    const Changes changes = findChanges(given, panel);
+    if (changes.empty()) {
+        if (given.has(Option::Json)) {
+            Json::print(QJsonArray());
+        } else {
+            std::cout << "nothing changes\n";
+        }
+        throw Unchanged();
+    }
+    if (!given.has(Option::DryRun)) {
+        apply(panel, changes);
+    }
+    printChanges(panel, changes, given);
+}
+
+void Commands::recover(const Arguments& /*given*/)
+{
+    if (!settleJournal()) {
+        std::cout << "nothing was cut off\n";
+        throw Unchanged();
+    }
+}

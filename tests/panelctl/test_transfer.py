@@ -1,0 +1,508 @@
+"""panelctl exports the settings of a panel and imports them into it, all of them or none."""
+
+import copy
+import json
+import pathlib
+import re
+import signal
+import subprocess
+import unittest
+
+import jsonschema
+from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, PROGRAM, REGISTER_PIPE, REGISTERS,
+                                                  RESOLVER, WAIT_S, PanelTest, patched, start)
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
+SETTINGS = pathlib.Path("/hmi/Config/system_settings.ini")
+JOURNAL = pathlib.Path("/hmi_data/panelctl.journal")
+WRITE = "/root/plat-intf/writeee count=16"
+TWO_ADAPTERS = patched(FACTORY, slice(262, 263), bytes([FACTORY[262] | 1]))
+
+# Every setting otherwise than on a new panel.
+OTHER = {
+    "version": 1,
+    "display": {"brightness": 200, "language": "english"},
+    "sound": {"buzzer": True},
+    "network": {
+        "default_adapter": "eth1",
+        "eth0": {"ip": "10.1.2.3", "mask": "255.255.0.0", "gateway": "10.1.0.1", "dhcp": True,
+                 "off": True, "dns": ["10.1.0.2"]},
+        "eth1": {"ip": "10.2.2.3", "mask": "255.255.255.128", "gateway": "10.2.2.1", "dhcp": True,
+                 "off": True, "dns": ["10.2.0.2", "10.2.0.3"]},
+    },
+    "identity": {"eth0_mac": "02:00:5e:0a:00:77", "eth1_mac": "02:00:5e:0a:00:78"},
+}
+
+
+def places(value, place=""):
+    """Each setting of an export by its place."""
+    if not isinstance(value, dict):
+        return {place: value}
+    found = {}
+    for name, member in value.items():
+        found |= places(member, f"{place}.{name}".lstrip("."))
+    return found
+
+
+def field(name):
+    return next(row for row in FIELDS if row["name"] == name)
+
+
+def register(name):
+    return next(row for row in REGISTERS if row.get("name") == name)
+
+
+class TransferTest(PanelTest):
+    def setUp(self):
+        super().setUp()
+        IMAGE.write_bytes(TWO_ADAPTERS)
+        RESOLVER.write_bytes(b"# somebody's\nnameserver 9.9.9.9\n\n")
+        SETTINGS.write_text("[Somebody]\nelse=1\n")
+        JOURNAL.unlink(missing_ok=True)
+        self.addCleanup(JOURNAL.unlink, missing_ok=True)
+
+    def exported(self, *options):
+        return json.loads(self.output("export", *options))
+
+    def world(self):
+        """Everything that an import may touch."""
+        return {path: path.read_bytes() if path.exists() else None
+                for path in (IMAGE, RESOLVER, SETTINGS, JOURNAL, *AREAS.values())}
+
+    def imported(self, settings, *options, status=0):
+        """What an import of settings prints; they come through standard input."""
+        result = start("import", "-", *options, input=json.dumps(settings).encode())
+        self.assertEqual((result.returncode, result.stderr), (status, b""), settings)
+        return result.stdout.decode()
+
+    def errors(self, content, *options):
+        """What is wrong with a file, place and text; nothing is changed by it."""
+        before = self.world()
+        data = content if isinstance(content, bytes) else json.dumps(content).encode()
+        result = start("import", "-", *options, input=data)
+        self.assertEqual((result.returncode, result.stdout), (1, b""), content)
+        *lines, last = result.stderr.decode().splitlines()
+        self.assertRegex(last, rf"^panelctl: - has {len(lines)} errors?; nothing is changed$")
+        self.assertEqual(self.world(), before)
+        return [tuple(line.removeprefix("panelctl: ").split(": ", 1)) for line in lines]
+
+
+class Export(TransferTest):
+    def test_everything_an_operator_sets_is_there_in_the_words_of_the_tables(self):
+        self.assertEqual(self.exported(), {
+            "version": 1,
+            "display": {"brightness": 140, "language": "chinese"},
+            "sound": {"buzzer": False},
+            "network": {
+                "default_adapter": "auto",
+                **{name: {"ip": self.shown(f"{name}_ip"), "mask": self.shown(f"{name}_mask"),
+                          "gateway": self.shown(f"{name}_gateway"), "dhcp": False, "off": False,
+                          "dns": []} for name in ("eth0", "eth1")}}})
+        identity = self.exported("--identity")
+        self.assertEqual(identity.pop("identity"), {"eth0_mac": self.shown("eth0_mac"),
+                                                    "eth1_mac": self.shown("eth1_mac")})
+        self.assertEqual(identity, self.exported())
+
+    def shown(self, name):
+        return self.json("device", "show")[field(name)["record"]][name]["value"]
+
+    def test_each_setting_is_read_where_the_page_keeps_it(self):
+        self.silent("device", "set", "brightness", "76", "eth1_gateway", "192.168.2.9")
+        self.silent("reg", "write", "buzzer", "on")
+        self.silent("reg", "write", "eth1_dhcp", "on")
+        self.silent("reg", "write", "default_adapter", "eth1")
+        # The settings file counts here, and not the register.
+        self.silent("reg", "write", "eth0_off", "on")
+        SETTINGS.write_text("[Network0]\nenable=true\n[Network1]\nenable=false\n")
+        RESOLVER.write_bytes(b"nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth1\n")
+        seen = self.exported()
+        self.assertEqual((seen["display"]["brightness"], seen["sound"]["buzzer"]), (76, True))
+        self.assertEqual(seen["network"]["default_adapter"], "eth1")
+        self.assertFalse(seen["network"]["eth0"]["off"])
+        eth1 = seen["network"]["eth1"]
+        self.assertEqual((eth1["gateway"], eth1["dhcp"], eth1["off"], eth1["dns"]),
+                         ("192.168.2.9", True, True, ["1.1.1.1", "2.2.2.2"]))
+
+    def test_panel_with_one_adapter_has_nothing_of_a_second(self):
+        IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
+        seen = self.exported("--identity")
+        self.assertEqual(set(seen["network"]), {"default_adapter", "eth0"})
+        self.assertEqual(set(seen["identity"]), {"eth0_mac"})
+
+    def test_looking_changes_nothing(self):
+        before = self.world()
+        self.exported("--identity")
+        self.assertEqual(self.world(), before)
+
+    def test_schema_fits_what_is_exported(self):
+        jsonschema.Draft202012Validator.check_schema(SCHEMA)
+        for settings in (self.exported(), self.exported("--identity"), OTHER):
+            jsonschema.validate(settings, SCHEMA, jsonschema.Draft202012Validator)
+
+
+class Import(TransferTest):
+    def test_every_setting_comes_back_as_it_was_exported(self):
+        for options in ((), ("--identity",)):
+            before = self.exported("--identity")
+            self.imported(OTHER, *options)
+            expected = {**OTHER, "identity": OTHER["identity"] if options
+                        else before["identity"]}
+            self.assertEqual(self.exported("--identity"), expected)
+            self.imported(before, "--identity")
+            self.assertEqual(self.exported("--identity"), before)
+
+    def test_only_what_was_asked_for_is_changed(self):
+        """Each setting alone, and every byte of the panel."""
+        for place, value in places(OTHER).items():
+            if place == "version":
+                continue
+            with self.subTest(place=place):
+                self.setUp()
+                before, run = self.world(), len(self.commands())
+                settings = {"version": 1}
+                *groups, name = place.split(".")
+                inner = settings
+                for group in groups:
+                    inner = inner.setdefault(group, {})
+                inner[name] = value
+                if name in ("ip", "gateway", "mask"):  # they go together
+                    inner |= {key: OTHER["network"][groups[-1]][key]
+                              for key in ("ip", "mask", "gateway")}
+                told = self.imported(settings, "--identity")
+                self.assertIn(f"{place}: ", told)
+                after = self.world()
+                changed = {path for path in before if before[path] != after[path]}
+                self.assertEqual(changed, self.home(place))
+                self.assertEqual(self.commands()[run:].count(WRITE), IMAGE in changed)
+                self.assertEqual(places(self.exported("--identity"))[place], value)
+
+    def home(self, place):
+        """The files in which a setting is kept."""
+        part, name = place.split(".")[0], place.split(".")[-1]
+        if name == "dns":
+            return {RESOLVER}
+        if name in ("brightness", "ip", "mask", "gateway") or part == "identity":
+            return {IMAGE}
+        word = f"{place.split('.')[1]}_{name}" if name in ("dhcp", "off") else name
+        area = AREAS[register(word)["area"]]
+        return {area, SETTINGS} if name in ("buzzer", "off") else {area}
+
+    def commands(self):
+        return COMMANDS.read_text().splitlines()
+
+    def test_foreign_lines_and_keys_stay(self):
+        self.imported(OTHER)
+        self.assertTrue(RESOLVER.read_bytes().startswith(b"# somebody's\nnameserver 9.9.9.9\n"))
+        settings = SETTINGS.read_text()
+        self.assertIn("[Somebody]\nelse=1\n", settings)
+        self.assertIn("[Network0]\nenable=false\n", settings)
+        self.assertIn("buzzer=on\n", settings)
+
+    def test_runtime_hears_of_the_registers_that_are_announced_and_changed(self):
+        listener = self.hear(REGISTER_PIPE)
+        self.imported(OTHER)
+        heard = listener.heard()
+        ids = {int.from_bytes(heard[at:at + 4], "little") for at in range(0, len(heard), 4)}
+        self.assertEqual(ids, {register(name)["id"] for name in (
+            "language", "buzzer", "default_adapter", "eth0_dhcp", "eth1_dhcp")})
+        self.imported(OTHER, status=3)
+        self.assertEqual(listener.heard(), b"")
+
+    def test_what_is_already_so_changes_nothing_and_says_so(self):
+        self.imported(OTHER)
+        before, run = self.world(), len(self.commands())
+        stamps = {path: path.stat().st_mtime_ns for path in before if path.exists()}
+        self.assertEqual(self.imported(OTHER, status=3), "nothing changes\n")
+        self.assertEqual(self.imported(OTHER, "--json", status=3), "[\n]\n")
+        self.assertEqual(self.imported(OTHER, "--dry-run", status=3), "nothing changes\n")
+        self.assertEqual(self.imported({"version": 1}, status=3), "nothing changes\n")
+        self.assertEqual(self.world(), before)
+        self.assertEqual({path: path.stat().st_mtime_ns for path in stamps}, stamps)
+        self.assertNotIn(WRITE, self.commands()[run:])
+
+    def test_dry_run_says_before_and_after_and_changes_nothing(self):
+        before, old = self.world(), places(self.exported("--identity"))
+        told = self.imported(OTHER, "--dry-run", "--identity")
+        rows = json.loads(self.imported(OTHER, "--dry-run", "--identity", "--json"))
+        self.assertEqual(self.world(), before)
+        new = {place: value for place, value in places(OTHER).items() if place != "version"}
+        self.assertEqual({row["place"]: (row["before"], row["after"]) for row in rows},
+                         {place: (old[place], value) for place, value in new.items()})
+        self.assertEqual(len(told.splitlines()), len(rows))
+        self.assertIn("display.brightness: 140 -> 200\n", told)
+        self.assertIn("network.eth1.dns: none -> 10.2.0.2 10.2.0.3\n", told)
+        self.assertEqual(self.imported(OTHER, "--identity"), told)
+
+    def test_parts_can_be_chosen(self):
+        for parts in (("display",), ("sound", "network"), ("network",), ("identity",)):
+            with self.subTest(parts=parts):
+                self.setUp()
+                rows = json.loads(self.imported(OTHER, "--only", ",".join(parts), "--identity",
+                                                "--json"))
+                self.assertEqual({row["place"].split(".")[0] for row in rows}, set(parts))
+        self.imported(OTHER, "--only=identity", status=3)
+        line = self.complaint(2, "import", "-", "--only", "display,net", input=b"{}")
+        self.assertIn("'net'", line)
+
+    def test_file_can_be_named(self):
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        self.output("import", path)
+        self.assertEqual(self.exported()["display"], OTHER["display"])
+        self.assertIn("missing.json", self.complaint(1, "import", self.folder / "missing.json"))
+
+
+def broken(place, value):
+    settings = copy.deepcopy(OTHER)
+    inner = settings
+    *groups, name = place.split(".")
+    for group in groups:
+        inner = inner[group]
+    inner[name] = value
+    return settings
+
+
+class Errors(TransferTest):
+    WRONG = [
+        ("version", 2, "version 1 only"), ("version", "1", "version 1 only"),
+        ("display", 3, "object"), ("network.eth0", [], "object"),
+        ("display.brightness", 78, "no level"), ("display.brightness", "140", "whole number"),
+        ("display.brightness", 76.5, "whole number"), ("display.brightness", 1e300, "whole"),
+        ("display.brightness", -4, "whole number"), ("display.brightness", None, "whole number"),
+        ("display.language", "german", "chinese or english"), ("display.language", 1, "quotation"),
+        ("display.contrast", 3, "no such setting"), ("volume", 3, "no such setting"),
+        ("sound.buzzer", "on", "true or false"), ("sound.buzzer", 1, "true or false"),
+        ("network.default_adapter", "wlan0", "auto or eth0 or eth1"),
+        ("network.eth0.ip", "10.1.2.300", "an address like"),
+        ("network.eth0.ip", "127.0.0.1", "no address"), ("network.eth0.ip", "", "an address"),
+        ("network.eth0.mask", "255.0.255.0", "gap"), ("network.eth0.address", "1.2.3.4", "no such"),
+        ("network.eth0.dhcp", "yes", "true or false"), ("network.eth0.dns", "1.1.1.1", "list"),
+        ("network.eth0.dns", ["1.1.1.1", "2.2.2.2", "3.3.3.3"], "two addresses"),
+        ("network.eth0.dns", ["0.0.0.0"], "no server"), ("network.wlan0", {}, "no such setting"),
+        ("identity.eth0_mac", "01:00:00:00:00:01", "group"), ("identity.serial", "1", "no such"),
+    ]
+
+    def test_each_mistake_is_told_with_its_place(self):
+        for place, value, text in self.WRONG:
+            with self.subTest(place=place, value=value):
+                [(where, what)] = self.errors(broken(place, value))
+                self.assertEqual(where, place)
+                self.assertIn(text, what)
+
+    def test_schema_refuses_the_same_files(self):
+        for place, value, _ in self.WRONG:
+            with self.subTest(place=place, value=value), \
+                    self.assertRaises(jsonschema.ValidationError):
+                jsonschema.validate(broken(place, value), SCHEMA,
+                                    jsonschema.Draft202012Validator)
+
+    def test_place_of_one_server_has_its_number(self):
+        self.assertEqual([where for where, _ in self.errors(
+            broken("network.eth1.dns", ["1.1.1.1", "1.1.1"]))], ["network.eth1.dns[1]"])
+
+    def test_all_mistakes_are_told_at_once(self):
+        settings = {"version": 1, "display": {"brightness": 3, "language": 7, "x": 1},
+                    "network": {"eth0": {"ip": "1", "mask": "2"}, "eth2": {}},
+                    "identity": {"eth0_mac": "?"}}
+        self.assertEqual({where for where, _ in self.errors(settings, "--only", "sound")},
+                         {"display.brightness", "display.language", "display.x",
+                          "network.eth0.ip", "network.eth0.mask", "network.eth2",
+                          "identity.eth0_mac"})
+
+    def test_addresses_that_do_not_go_together_are_told(self):
+        for place, value, text in (("network.eth0.gateway", "10.9.0.1", "not in"),
+                                   ("network.eth0.gateway", "10.1.2.3", "itself"),
+                                   ("network.eth0.ip", "10.1.255.255", "whole network"),
+                                   ("network.eth1.mask", "0.0.0.0", "missing")):
+            with self.subTest(place=place, value=value):
+                [(where, what)] = self.errors(broken(place, value))
+                self.assertEqual(where, place)
+                self.assertIn(text, what)
+        # A mistake that the panel has already is not the file's.
+        self.silent("device", "set", "eth1_gateway", "10.9.9.9")
+        self.imported({"version": 1, "display": {"brightness": 80}})
+
+    def test_second_adapter_is_refused_where_there_is_none(self):
+        IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
+        self.assertEqual({where for where, _ in self.errors(OTHER)},
+                         {*(f"network.eth1.{name}" for name in OTHER["network"]["eth1"]),
+                          "identity.eth1_mac"})
+
+    def test_files_that_are_no_json_are_told_with_line_and_column(self):
+        for content, where in ((b"", "line 1, column 1"), (b"[]", "line 1, column 1"),
+                               (b'{"version": 1,\n "display": }\n', "line 2, column"),
+                               (b"\xff\xfe\x00", "line 1"), (b"version: 1\n", "line 1")):
+            with self.subTest(content=content):
+                [(place, _)] = self.errors(content)
+                self.assertTrue(place.startswith(where), place)
+
+
+class Guide(TransferTest):
+    """The commands of the guide, as they stand there."""
+
+    def test_every_command_of_the_guide_does_what_it_is_told(self):
+        guide = (ROOT / "docs" / "commissioning.md").read_text()
+        lines = [line for block in re.findall(r"^```sh\n(.*?)^```", guide, re.M | re.S)
+                 for line in block.splitlines()]
+        self.assertGreater(len(lines), 5)
+        self.hear(REGISTER_PIPE)
+        environment = {"PATH": f"{pathlib.Path(PROGRAM).parent}:/usr/bin:/bin"}
+        (self.folder / "panel.json").write_text(json.dumps(OTHER))
+        for line in lines:
+            with self.subTest(line=line):
+                done = subprocess.run(["sh", "-c", line], cwd=self.folder, env=environment,
+                                      capture_output=True, check=False)
+                self.assertIn(done.returncode, (0, 3))
+                self.assertEqual(done.stderr, b"")
+
+    def test_file_of_the_guide_can_be_imported(self):
+        guide = (ROOT / "docs" / "commissioning.md").read_text()
+        for text in re.findall(r"^```json\n(.*?)^```", guide, re.M | re.S):
+            self.imported(json.loads(text))
+
+    def test_errors_of_the_guide_are_told_in_these_words(self):
+        guide = (ROOT / "docs" / "commissioning.md").read_text()
+        told = re.search(r"^```\n(panelctl: .*?)^```", guide, re.M | re.S)[1]
+        path = self.folder / "panel.json"
+        path.write_text(json.dumps({"version": 1, "display": {"brightness": 78},
+                                    "network": {"eth0": {"address": "1.2.3.4"}}}))
+        self.assertEqual(start("import", path.name, cwd=self.folder).stderr.decode(), told)
+
+
+class Interrupted(TransferTest):
+    TRACE = "/tmp/trace"
+    
+
+    def trace(self, *options):
+        """Runs an import of everything under strace; the calls of the program itself."""
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        subprocess.run(["strace", "-o", self.TRACE, *options, PROGRAM, "import", "--identity",
+                        path], capture_output=True, check=False)
+        return pathlib.Path(self.TRACE).read_text(errors="replace").splitlines()
+
+    def calls(self):
+        """Each call since the first file of the panel was opened: name and number of its kind."""
+        seen, begun = {}, False
+        for line in self.trace():
+            match = re.match(r"(\w+)\(", line)
+            begun = begun or "panelctl.lock" in line
+            if match:
+                name = match[1]
+                seen[name] = seen.get(name, 0) + 1
+                if begun:
+                    yield name, seen[name]
+
+    def state(self):
+        return {path: data for path, data in self.world().items() if path != JOURNAL}
+
+    def test_killed_at_any_call_the_next_command_brings_back_the_old_or_has_the_new(self):
+        old = self.state()
+        calls = list(self.calls())
+        new = self.state()
+        self.assertNotEqual(old, new)
+        self.assertGreater(len(calls), 100)
+        results = set()
+        for name, number in calls:
+            self.setUp()
+            self.trace("-e", f"inject={name}:signal=KILL:when={number}")
+            with self.subTest(call=name, number=number):
+                start("recover")
+                self.assertIn(self.state(), (old, new))
+                self.assertFalse(JOURNAL.exists())
+                self.assertEqual([path for folder in ("/hmi_data", "/etc", "/hmi/Config")
+                                  for path in pathlib.Path(folder).glob(".*.new")
+                                  if "panelctl" not in path.name], [])
+                results.add("new" if self.state() == new else "old")
+        self.assertEqual(results, {"old", "new"})
+
+    def cut_off(self):
+        """Leaves an import in the middle: the journal and half of the changes."""
+        self.trace("-e", "inject=renameat:signal=KILL:when=2")
+        self.assertTrue(JOURNAL.exists())
+
+    def test_any_command_that_looks_at_the_panel_takes_it_back_first(self):
+        old = self.state()
+        for words in (("export",), ("device", "show"), ("reg", "read", "language"), ("dns", "show"),
+                      ("areas", "check", "--stored")):
+            with self.subTest(words=words):
+                self.setUp()
+                self.cut_off()
+                self.assertNotEqual(self.state(), old)
+                result = start(*words)
+                self.assertEqual(result.returncode, 0)
+                self.assertIn("cut off", self.one_line(result.stderr))
+                self.assertEqual(self.state(), old)
+        self.cut_off()
+        self.output("reg", "list")
+        self.assertTrue(JOURNAL.exists())
+        self.assertEqual(start("recover").returncode, 0)
+        self.assertEqual(start("recover").returncode, 3)
+
+    def test_image_that_was_left_broken_comes_back_whole(self):
+        self.cut_off()
+        IMAGE.write_bytes(b"half an image")
+        start("recover")
+        self.assertEqual(IMAGE.read_bytes(), TWO_ADAPTERS)
+
+    def test_journal_reaches_the_medium_before_the_first_change(self):
+        calls = self.trace("-f", "-y", "-s", "200")
+        written = next(at for at, call in enumerate(calls) if "renameat" in call
+                       and JOURNAL.name in call)
+        folder = next(at for at, call in enumerate(calls)
+                      if at > written and "fsync(" in call and "/hmi_data>" in call)
+        changes = [at for at, call in enumerate(calls)
+                   if "execve" in call and "writeee" in call
+                   or "renameat" in call and JOURNAL.name not in call
+                   or re.search(r"write\(\d+</hmi_data/s", call)]
+        self.assertTrue(changes)
+        self.assertLess(folder, min(changes))
+
+    def test_failure_on_the_way_brings_the_old_state_back(self):
+        old = self.world()
+        with self.tool("writeee", "exit 1"):
+            line = self.complaint(1, "import", "-", input=json.dumps(OTHER).encode())
+        self.assertRegex(line, "did not keep .*; the old settings are back")
+        start("recover")
+        self.assertEqual(self.world(), old)
+        AREAS[8].unlink()
+        RESOLVER.chmod(0o644)
+        result = start("import", "-", input=json.dumps(OTHER).encode())
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(IMAGE.read_bytes(), TWO_ADAPTERS)
+
+    def test_journal_that_cannot_be_written_changes_nothing(self):
+        old = self.world()
+        self.trace("-e", "inject=fsync:error=EIO:when=1")
+        self.assertEqual(self.world(), old)
+
+    def test_journal_that_is_none_is_told(self):
+        JOURNAL.write_text("?")
+        self.assertIn("is no journal", self.complaint(1, "export"))
+        self.assertTrue(JOURNAL.exists())
+
+    def test_lock_is_held_while_the_tool_of_a_killed_import_still_writes(self):
+        gate = self.folder / "gate"
+        with self.tool("writeee", f"cat >{self.folder}/late; while [ ! -e {gate} ]; do sleep 0.05; "
+                                  f"done; cat {self.folder}/late >{IMAGE}"):
+            path = self.folder / "settings.json"
+            path.write_text(json.dumps(OTHER))
+            killed = subprocess.Popen([PROGRAM, "import", path], stdout=subprocess.DEVNULL,
+                                      stderr=subprocess.DEVNULL)
+            while not (self.folder / "late").exists() or \
+                    len((self.folder / "late").read_bytes()) < 1024:
+                self.assertIsNone(killed.poll())
+            killed.send_signal(signal.SIGKILL)
+            killed.wait()
+            repair = subprocess.Popen([PROGRAM, "recover"], stderr=subprocess.DEVNULL)
+            with self.assertRaises(subprocess.TimeoutExpired):
+                repair.wait(0.5)
+            gate.touch()
+            self.assertIn(repair.wait(WAIT_S), (0, 1))
+        start("recover")
+        self.assertEqual(IMAGE.read_bytes(), TWO_ADAPTERS)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
