@@ -3,7 +3,8 @@ usage_test() {
     cat <<'END'
 ./panel test
   builds the release and the sanitizer variant and passes every test of both; then lets a fuzzer
-  try some thousand inputs on whatever parses foreign bytes
+  try some thousand inputs on whatever parses foreign bytes; builds for ARM and passes there what
+  shows most in a short time, see ./panel arm test
 END
 }
 
@@ -21,7 +22,7 @@ ctest_totals() {
 panel_test() {
     no_options "$@"
     need_namespaces
-    install_packages build test fuzz
+    install_packages build test fuzz arm
     local passed=0 failed=0 preset log status=0
     "$root/tests/check-sources" || fail "the sources are not as they should be; see above"
     for preset in release asan-ubsan fuzz; do
@@ -31,6 +32,8 @@ panel_test() {
             show_tests "testing $preset" "$log" || true
         ctest_totals "$log"
     done
+    load_command arm
+    short_arm_test
     [ "$failed" -eq 0 ] || status=1
     echo "$passed passed, $failed failed"
     exit "$status"

@@ -1,0 +1,88 @@
+# shellcheck shell=bash
+# shellcheck source=/dev/null
+. "$root/arm/architectures.sh"
+
+usage_arm() {
+    cat <<'END'
+./panel arm build [armhf|arm64]...
+  builds everything for ARM, of 32 and of 64 bits; fetches headers and libraries of both once, some
+  110 MB each
+./panel arm test [armhf|arm64]...
+  passes the tests of both, each program under emulation in a panel of its own; tells which cannot
+  run so, and why
+END
+}
+
+panel_arm() {
+    local verb=${1-}
+    [ $# -eq 0 ] || shift
+    case $verb in
+    build | test) "arm_$verb" "$@" ;;
+    *) fail "./panel arm build|test, not '$verb'; see ./panel arm --help" ;;
+    esac
+}
+
+# choose_architectures WORD...: sets $architectures to those named, or to all.
+choose_architectures() {
+    local word
+    architectures=("$@")
+    [ $# -gt 0 ] || architectures=("${arm_architectures[@]}")
+    for word in "$@"; do
+        [ -n "$(triplet_of "$word")" ] ||
+            fail "the architectures are ${arm_architectures[*]}, not '$word'"
+    done
+}
+
+# build_arm ARCHITECTURE [TARGET...]
+build_arm() {
+    "$root/arm/sysroot" "$1" "$root/build/arm/$1" || exit 2
+    build "$@"
+}
+
+arm_build() {
+    local architectures=() architecture
+    choose_architectures "$@"
+    install_packages build arm
+    for architecture in "${architectures[@]}"; do
+        build_arm "$architecture"
+    done
+}
+
+arm_test() {
+    local architectures=() architecture passed=0 failed=0
+    choose_architectures "$@"
+    install_packages build test arm
+    need_namespaces
+    for architecture in "${architectures[@]}"; do
+        build_arm "$architecture"
+        test_arm "$architecture" --label-exclude '^not emulated'
+        "$root/arm/not-emulated" "$root/build/$architecture"
+    done
+    echo "$passed passed, $failed failed"
+    [ "$failed" -eq 0 ] || exit 1
+}
+
+# test_arm ARCHITECTURE OPTION...: runs the tests that the options of ctest choose, and adds to
+# $passed and $failed.
+test_arm() {
+    local architecture=$1 log=$root/build/$1/test.log
+    shift
+    load_command test
+    (cd "$root" && ctest --preset "$architecture" --parallel "$(nproc)" "$@") 2>&1 |
+        show_tests "testing $architecture" "$log" || true
+    ctest_totals "$log"
+}
+
+# What says most about an architecture in the shortest time: the layout of the records, registers,
+# files, tools, and the plugin loaded with a dialog of it. panelctl makes the device of each.
+short_arm_tests=(test_device test_fileio test_regstore test_plugin)
+
+# short_arm_test: for `./panel test`.
+short_arm_test() {
+    local expression architecture
+    expression="^($(IFS='|' && echo "${short_arm_tests[*]}"))\$"
+    for architecture in "${arm_architectures[@]}"; do
+        build_arm "$architecture" SettingsPlugin panelctl "${short_arm_tests[@]}"
+        test_arm "$architecture" --tests-regex "$expression"
+    done
+}
