@@ -4,6 +4,7 @@
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
+#include "device/Brightness.h"
 #include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
 #include "device/ProcessTable.h"
@@ -22,11 +23,6 @@ constexpr int clockIntervalMs = 1000;
 constexpr int msPerMinute = 60000;
 constexpr int captionPointSize = 13;
 
-constexpr int lowestLevel = 1;
-constexpr int highestLevel = 32;
-constexpr int lowestRaw = 76;
-constexpr int rawStepShift = 2; // four raw values to a level
-constexpr int levelOffset = 18; // level 1 is raw 76: (1 + 18) * 4
 constexpr int longestBacklightMinutes = 65535;
 constexpr int longestTimerMinutes = std::numeric_limits<int>::max() / msPerMinute;
 
@@ -185,7 +181,7 @@ void GeneralSettings::setBrightnessSlider()
     m_brightnessSlider.setOrientation(Qt::Horizontal);
     // The value first: a level outside the range then ends at the nearer end of the slider.
     m_brightnessSlider.setValue(m_brightness);
-    m_brightnessSlider.setRange(lowestLevel, highestLevel);
+    m_brightnessSlider.setRange(Brightness::lowestLevel, Brightness::highestLevel);
     m_brightnessSlider.setMinimumSize(m_sliderMinimumWidth, 32);
     m_brightnessSlider.setTracking(false);
     m_brightnessSlider.setPageStep(0);
@@ -297,8 +293,8 @@ void GeneralSettings::doModal(QLineEdit* lineEdit)
     if (!isBrightness && lineEdit->objectName() != backlightEditName) {
         return;
     }
-    const int minimum = isBrightness ? lowestLevel : 0;
-    const int maximum = isBrightness ? highestLevel : longestBacklightMinutes;
+    const int minimum = isBrightness ? Brightness::lowestLevel : 0;
+    const int maximum = isBrightness ? Brightness::highestLevel : longestBacklightMinutes;
     const QPointer<GeneralSettings> page(this);
     const QPointer<QLineEdit> edit(lineEdit);
     const int result = InputDialog::Instance(m_fontId, minimum, maximum, lineEdit->text().toInt(),
@@ -347,12 +343,12 @@ QString GeneralSettings::getDayText(int day) const
 
 int GeneralSettings::convertBrightnessFromOriginalValue(int raw)
 {
-    return raw < lowestRaw ? 0 : ((raw - lowestRaw) >> rawStepShift) + 1;
+    return Brightness::levelOf(raw);
 }
 
 int GeneralSettings::convertBrightnessToOriginalValue(int level)
 {
-    return (level + levelOffset) * (1 << rawStepShift);
+    return Brightness::rawOf(level);
 }
 
 void GeneralSettings::onUpdateurrentDateTime()

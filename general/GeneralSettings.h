@@ -56,10 +56,9 @@ public:
     /// Weekday text for QDate::dayOfWeek(), 1 Monday to 7 Sunday; "Invalid Day" for other numbers.
     QString getDayText(int day) const;
 
-    /// Level for a raw backlight value: 76..79 give 1, 200..203 give 32. Below 76 it is 0, above
-    /// it goes on (255 gives 45).
+    /// Level for a raw backlight value; see Brightness::levelOf().
     int convertBrightnessFromOriginalValue(int raw);
-    /// Raw backlight value for a level: 1 gives 76, 32 gives 200.
+    /// Raw backlight value for a level; see Brightness::rawOf().
     int convertBrightnessToOriginalValue(int level);
 
 signals:

@@ -1,5 +1,6 @@
 #include "panelctl/Value.h"
 
+#include "device/Brightness.h"
 #include "device/EEInfoDetail.h"
 #include "panelctl/Command.h"
 
@@ -14,9 +15,6 @@ namespace {
 
 using Value::Bytes;
 
-constexpr std::uint64_t darkestLevel = 76;
-constexpr std::uint64_t brightestLevel = 200;
-constexpr std::uint64_t levelStep = 4;
 constexpr std::size_t ipv4Bytes = 4;
 constexpr std::size_t macBytes = 6;
 constexpr unsigned widestScreen = 4095;
@@ -177,10 +175,10 @@ std::string showMac(const Bytes& bytes)
     return text;
 }
 
+/// Of a field of two bytes.
 bool isLevel(std::uint64_t value)
 {
-    return value >= darkestLevel && value <= brightestLevel &&
-           (value - darkestLevel) % levelStep == 0;
+    return Brightness::isLevel(static_cast<int>(value));
 }
 
 std::string levelNote(std::uint64_t value)
@@ -188,7 +186,8 @@ std::string levelNote(std::uint64_t value)
     if (!isLevel(value)) {
         return value == 0 ? "off" : "no level";
     }
-    return "level " + std::to_string((value - darkestLevel) / levelStep + 1) + " of 32";
+    return "level " + std::to_string(Brightness::levelOf(static_cast<int>(value))) + " of " +
+           std::to_string(Brightness::highestLevel);
 }
 
 std::uint16_t word(const Bytes& bytes)
