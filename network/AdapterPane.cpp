@@ -84,60 +84,59 @@ void setChoices(QComboBox* box, const QStringList& texts)
 
 } // namespace
 
-AdapterPane::AdapterPane(QWidget* parent) : QScrollArea(parent)
+AdapterPane::AdapterPane(QWidget* parent)
+    : QScrollArea(parent), m_content(std::make_unique<QWidget>()), m_grid(new QGridLayout)
 {
-    auto* content = new QWidget(this);
-    content->setObjectName("content"_l1);
-    // While it is empty: a scroll area measures what it is given, and what is measured is styled.
-    setWidget(content);
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 
-    auto* grid = new QGridLayout(content);
-    grid->setColumnStretch(LeftContent, 1);
-    grid->setColumnMinimumWidth(Gap, 16);
-    grid->setColumnStretch(RightContent, 1);
-    buildLeft(grid);
-    buildRight(grid);
-    for (int row = 0; row < grid->rowCount(); ++row) {
-        grid->setRowStretch(row, 1);
+    m_content->setObjectName("content"_l1);
+    m_grid->setColumnStretch(LeftContent, 1);
+    m_grid->setColumnMinimumWidth(Gap, 16);
+    m_grid->setColumnStretch(RightContent, 1);
+    buildLeft();
+    buildRight();
+    for (int row = 0; row < m_grid->rowCount(); ++row) {
+        m_grid->setRowStretch(row, 1);
     }
 }
 
-QLabel* AdapterPane::addRow(QGridLayout* grid, int row, int column, QWidget* content)
+AdapterPane::~AdapterPane() = default;
+
+QLabel* AdapterPane::addRow(int row, int column, QWidget* content)
 {
-    auto* caption = new QLabel(widget());
-    grid->addWidget(caption, row, column);
+    auto* caption = new QLabel(m_content.get());
+    m_grid->addWidget(caption, row, column);
     // Fields share what room there is; a button keeps its size.
     const bool fillsRow = qobject_cast<QFrame*>(content) || qobject_cast<QComboBox*>(content);
-    grid->addWidget(content, row, column + 1,
-                    fillsRow ? Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    m_grid->addWidget(content, row, column + 1,
+                      fillsRow ? Qt::AlignVCenter : Qt::AlignLeft | Qt::AlignVCenter);
     return caption;
 }
 
-void AdapterPane::buildLeft(QGridLayout* grid)
+void AdapterPane::buildLeft()
 {
-    m_disableSwitch = new QPushButton(widget());
+    m_disableSwitch = new QPushButton(m_content.get());
     m_disableSwitch->setFixedSize(switchWidth, switchHeight);
-    m_disableCaption = addRow(grid, 0, LeftCaption, m_disableSwitch);
+    m_disableCaption = addRow(0, LeftCaption, m_disableSwitch);
     buildInfoGroup();
 
-    m_modeBox = new ChoiceBox(widget());
-    m_modeCaption = addRow(grid, 2, LeftCaption, m_modeBox);
-    m_defaultBox = new ChoiceBox(widget());
-    grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
+    m_modeBox = new ChoiceBox(m_content.get());
+    m_modeCaption = addRow(2, LeftCaption, m_modeBox);
+    m_defaultBox = new ChoiceBox(m_content.get());
+    m_grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
 
-    m_defaultButton = new QPushButton(widget());
+    m_defaultButton = new QPushButton(m_content.get());
     m_defaultButton->setObjectName("BlueButton"_l1);
-    grid->addWidget(m_defaultButton, 4, LeftCaption, 1, 2, Qt::AlignLeft | Qt::AlignVCenter);
-    m_pingCaption = addRow(grid, 5, LeftCaption, makePingRow());
+    m_grid->addWidget(m_defaultButton, 4, LeftCaption, 1, 2, Qt::AlignLeft | Qt::AlignVCenter);
+    m_pingCaption = addRow(5, LeftCaption, makePingRow());
 }
 
 /// Its place depends on the screen; see setRowPlaces().
 void AdapterPane::buildInfoGroup()
 {
-    m_infoGroup = new QGroupBox(widget());
+    m_infoGroup = new QGroupBox(m_content.get());
     m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* row = new QHBoxLayout(m_infoGroup);
     m_networkLabel = new QLabel(m_infoGroup);
@@ -148,7 +147,7 @@ void AdapterPane::buildInfoGroup()
 
 QWidget* AdapterPane::makePingRow()
 {
-    auto* row = new QWidget(widget());
+    auto* row = new QWidget(m_content.get());
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
     m_lamp = new QLabel(row);
@@ -160,19 +159,19 @@ QWidget* AdapterPane::makePingRow()
     return row;
 }
 
-void AdapterPane::buildRight(QGridLayout* grid)
+void AdapterPane::buildRight()
 {
     int place = 0;
     for (OctetRow*& row : m_rows) {
-        row = new OctetRow(widget());
-        m_rowCaptions.at(std::size_t(place)) = addRow(grid, place, RightCaption, row);
+        row = new OctetRow(m_content.get());
+        m_rowCaptions.at(std::size_t(place)) = addRow(place, RightCaption, row);
         ++place;
     }
-    m_macField = new QLineEdit(widget());
+    m_macField = new QLineEdit(m_content.get());
     m_macField->setReadOnly(true);
     m_macField->setFocusPolicy(Qt::NoFocus);
     m_macField->setContextMenuPolicy(Qt::NoContextMenu);
-    m_macCaption = addRow(grid, place, RightCaption, m_macField);
+    m_macCaption = addRow(place, RightCaption, m_macField);
 }
 
 QList<QLineEdit*> AdapterPane::fields() const
@@ -184,19 +183,29 @@ QList<QLineEdit*> AdapterPane::fields() const
     return all;
 }
 
+/// The order saves two thirds of the work: outside of the tree nothing is styled, the way into it
+/// styles each part once, style sheets that come before the first measuring cost nothing more, and
+/// without its layout the content is not measured.
 void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
 {
-    setStyles();
-    for (QWidget* child : widget()->findChildren<QWidget*>()) {
+    if (!m_content) {
+        return;
+    }
+    for (QWidget* child : m_content->findChildren<QWidget*>()) {
         child->setFont(font);
     }
     setSizes(QFontMetrics(font).height(), sizes);
     setRowPlaces(sizes);
+    QWidget* content = m_content.release();
+    content->setParent(viewport());
+    setStyles(*content);
+    setWidget(content);
+    content->setLayout(m_grid.release());
 }
 
-void AdapterPane::setStyles()
+void AdapterPane::setStyles(QWidget& content)
 {
-    widget()->setStyleSheet(contentStyle);
+    content.setStyleSheet(contentStyle);
     verticalScrollBar()->setStyleSheet(scrollBarStyle);
     m_defaultButton->setStyleSheet(defaultButtonStyle);
     m_macField->setStyleSheet(macStyle);
@@ -223,17 +232,16 @@ void AdapterPane::setSizes(int fontHeight, const NetworkSizes& sizes)
 
 void AdapterPane::setRowPlaces(const NetworkSizes& sizes)
 {
-    auto* grid = qobject_cast<QGridLayout*>(widget()->layout());
-    grid->setContentsMargins(sideMargin, sizes.rowGap, sideMargin, sizes.rowGap);
-    grid->setVerticalSpacing(sizes.rowGap);
+    m_grid->setContentsMargins(sideMargin, sizes.rowGap, sideMargin, sizes.rowGap);
+    m_grid->setVerticalSpacing(sizes.rowGap);
     // Two rows have a button. Where there is little room, the others are as high but for a pixel,
     // and the group, which is higher, lies in the middle of three rows: its neighbours leave that
     // much free.
     const bool isTight = sizes.rowGap == 0;
-    grid->addWidget(m_infoGroup, isTight ? 0 : 1, LeftCaption, isTight ? 3 : 1, 2,
-                    Qt::AlignVCenter);
-    for (int row = 0; row < grid->rowCount(); ++row) {
-        grid->setRowMinimumHeight(row, sizes.buttonHeight - 1);
+    m_grid->addWidget(m_infoGroup, isTight ? 0 : 1, LeftCaption, isTight ? 3 : 1, 2,
+                      Qt::AlignVCenter);
+    for (int row = 0; row < m_grid->rowCount(); ++row) {
+        m_grid->setRowMinimumHeight(row, sizes.buttonHeight - 1);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <QScrollArea>
 
 #include <array>
+#include <memory>
 
 class QFont;
 class QGroupBox;
@@ -55,7 +56,9 @@ public:
 
     static constexpr int testButtonWidth = 100; ///< Pixels.
 
+    /// Makes all parts, which can be asked and changed at once. Nothing shows before setLook().
     explicit AdapterPane(QWidget* parent);
+    ~AdapterPane() override;
 
     const OctetRow& row(Value value) const { return *m_rows.at(value); }
     /// All twenty octet fields.
@@ -69,9 +72,10 @@ public:
     QComboBox& modeBox() const { return *m_modeBox; }       ///< Item 0 static, 1 dynamic.
     QComboBox& defaultBox() const { return *m_defaultBox; } ///< Item 0 none, then each adapter.
 
-    /// Gives the pane its font, sizes and style sheets. To be called once, when it hangs in its
-    /// window and all of its ancestors have their styles: Qt styles every part anew whenever
-    /// something above it changes.
+    /// Gives the parts their font, sizes and style sheets and places them in the pane, where they
+    /// are outside of the tree of widgets until then: Qt styles every part anew whenever something
+    /// above it changes. To be called when the pane hangs in its window and all of its ancestors
+    /// have their styles. Does nothing the second time.
     void setLook(const QFont& font, const NetworkSizes& sizes);
     /// Sets every text anew. Combo boxes keep their index, so that nothing counts as a choice.
     void setTexts(const PaneTexts& texts);
@@ -102,16 +106,18 @@ public:
     void setDefaultOffered(int adapter, bool offered);
 
 private:
-    void buildLeft(QGridLayout* grid);
+    void buildLeft();
     void buildInfoGroup();
-    void buildRight(QGridLayout* grid);
+    void buildRight();
     /// A caption and what belongs to it, side by side. Returns the caption.
-    QLabel* addRow(QGridLayout* grid, int row, int column, QWidget* content);
+    QLabel* addRow(int row, int column, QWidget* content);
     QWidget* makePingRow();
-    void setStyles();
+    void setStyles(QWidget& content);
     void setSizes(int fontHeight, const NetworkSizes& sizes);
     void setRowPlaces(const NetworkSizes& sizes);
 
+    std::unique_ptr<QWidget> m_content; ///< Until it is placed in the pane.
+    std::unique_ptr<QGridLayout> m_grid;
     std::array<OctetRow*, 5> m_rows{};
     std::array<QLabel*, 5> m_rowCaptions{};
     QLabel* m_disableCaption = nullptr;

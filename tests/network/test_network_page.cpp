@@ -111,6 +111,7 @@ void TestNetworkPage::methods_areInTheirOrder()
 void TestNetworkPage::fields_areToldByIdentity()
 {
     NetworkPage world;
+    world.started();
     const NetworkSettings& page = world.page();
     using Asks = bool (NetworkSettings::*)(Index, QLineEdit*) const;
     const Asks asks[] = {&NetworkSettings::isConfigIp, &NetworkSettings::isConfigMask,
