@@ -33,7 +33,7 @@ class Checkout:
         self.scratch = self.home / "scratch"
         self.scratch.mkdir()
         self.root = self.home / name
-        self.build = self.root / "build" / "copy"
+        self.build = self.root / "build" / "release"
         self.sandbox = self.root / "simulator" / "sandbox"
         self._lower = may_be_anybody() and not as_root
 

@@ -44,16 +44,17 @@ def wait_for(condition, what):
 
 
 def processes_with(folder, name=None):
-    """The machine's processes that have this folder on their command lines, oldest first; only
-    those with this name, if one is given."""
+    """The machine's processes that have this folder on their command lines or work in it, oldest
+    first; only those with this name, if one is given."""
     found = []
     for process in pathlib.Path("/proc").glob("[0-9]*"):
         try:
             line = (process / "cmdline").read_text(errors="replace")
             own = (process / "comm").read_text().strip()
+            place = os.readlink(process / "cwd")
         except OSError:
             continue
-        if str(folder) in line and name in (None, own):
+        if str(folder) in line + place and name in (None, own):
             found.append(int(process.name))
     return sorted(found)
 
