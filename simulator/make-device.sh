@@ -10,15 +10,16 @@ factory_settings=(
     eth1_ip 192.168.2.10 eth1_mask 255.255.255.0 eth1_gateway 192.168.2.1
 )
 
-# make_device PANELCTL FOLDER [FIELD VALUE]...: makes the device in FOLDER new, with that hardware.
+# make_device PANELCTL FOLDER LANGUAGE [FIELD VALUE]...: makes the device in FOLDER new, with that
+# language and hardware.
 # The image comes last: a folder without one holds no device yet. Every file is replaced at once, so
 # that an interrupted start leaves the old one.
 make_device() {
-    local panelctl=$1 folder=$2 draft=$2/new name
-    shift 2
+    local panelctl=$1 folder=$2 draft=$2/new language=$3 name
+    shift 3
     rm -rf "$draft" || return
     mkdir -p "$draft/state" "$folder"/{hmi_data,state,Config} &&
-        "$panelctl" areas create --root "$draft" --stored buzzer=on >/dev/null &&
+        "$panelctl" areas create --root "$draft" --stored buzzer=on language="$language" >/dev/null &&
         "$panelctl" device create --image "$draft/state/image" "${factory_settings[@]}" "$@" ||
         return
     for name in serial mpi logo; do

@@ -23,7 +23,7 @@ belongs_here() {
 
 configure() {
     progress "configuring" "$1"
-    belongs_here "$2" || rm -rf "${2:?}"/CMake*
+    [ ! -f "$2/CMakeCache.txt" ] || belongs_here "$2" || rm -rf "$2"
     (cd "$root" && cmake --preset "$1") >"$3" 2>&1 || {
         finish_progress
         cat "$3" >&2

@@ -1,7 +1,9 @@
 """A simulated panel started the way people start it, for tests that look at it from outside."""
 
+import contextlib
 import os
 import pathlib
+import re
 import signal
 import socket
 import subprocess
@@ -24,17 +26,21 @@ class Panel:
         self._options = options
         self._process = None
 
-    def start(self, *options):
+    def start(self, *options, **environment):
         """Boots the panel and returns when its home page is there."""
+        self.launch(*options, **environment)
+        return self.look()
+
+    def launch(self, *options, **environment):
+        """Boots the panel and does not wait for it."""
         scratch = self.folder / "scratch"
         scratch.mkdir(exist_ok=True)
         with open(self._output, "wb") as output:
             self._process = subprocess.Popen(
                 [ROOT / "simulator" / "run", "--build", self._build, "--state", self.state,
                  "--display", "none", *self._options, *options],
-                env={**os.environ, "TMPDIR": str(scratch)},
+                env={**os.environ, "TMPDIR": str(scratch), **environment},
                 stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
-        return self.look()
 
     def look(self):
         """A new operator in front of the panel as it runs now."""
@@ -48,6 +54,34 @@ class Panel:
         self._process.send_signal(signal.SIGTERM)
         self._process.wait(timeout=30)
         return self.printed()
+
+    def end(self):
+        """Waits until the panel has ended by itself and returns its status."""
+        return self._process.wait(timeout=60)
+
+    def kill(self, program):
+        """Kills the one process of the panel, or beside it, that runs this program."""
+        found = [number for number, line in self._processes() if program in line[:3]]
+        os.kill(found[-1], signal.SIGKILL)
+
+    def _processes(self):
+        """Id and words of every process that was started for the panel."""
+        parents = {}
+        for folder in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                status = (folder / "stat").read_text().rpartition(")")[2].split()
+                words = (folder / "cmdline").read_bytes().decode(errors="replace").split("\0")
+                parents[int(folder.name)] = int(status[1]), [word.split("/")[-1] for word in words]
+        for number, (parent, words) in sorted(parents.items()):
+            while parent not in (0, self._process.pid):
+                parent = parents[parent][0] if parent in parents else 0
+            if parent:
+                yield number, words
+
+    def page(self):
+        """The address of the page that shows it; None while there is none."""
+        found = re.search(r"^The panel is at (\S+)$", self.printed(), re.M)
+        return found[1] if found else None
 
     def printed(self):
         """What it has printed since it was started."""

@@ -507,6 +507,7 @@ class Places(Machine):
         self.succeed("run")
         self.calls()
         elsewhere = self.folder / "elsewhere"
+        (self.project / "build" / "release" / "object").touch()
         how(self.project, elsewhere)
         self.project = elsewhere
         self.succeed("run")
@@ -515,6 +516,7 @@ class Places(Machine):
     def test_a_copied_checkout_is_configured_again(self):
         self.assertIn("cmake --preset release",
                       self.moved(lambda old, new: shutil.copytree(old, new, symlinks=True)))
+        self.assertFalse((self.project / "build" / "release" / "object").exists())
 
     def test_a_moved_checkout_is_configured_again(self):
         self.assertIn("cmake --preset release", self.moved(os.rename))

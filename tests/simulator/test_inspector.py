@@ -256,8 +256,15 @@ class Inspector(unittest.TestCase):
         self.start()
         own = self.address.split("/")[2]
         self.assertEqual(self.status("/snapshot.json", Host=own), 200)
-        for host in ("panel.example.com", f"panel.example.com:{own.split(':')[1]}", "127.0.0.1",
-                     ""):
+        for host in ("localhost", "localhost:7000", "127.0.0.1:7000", "[::1]:7000"):
+            with self.subTest(host=host):  # the other end of a tunnel
+                self.assertEqual(self.status("/snapshot.json", Host=host), 200)
+                self.assertEqual(self.status("/snapshot.json", Host=host,
+                                             Origin=f"http://{host}"), 200)
+                self.assertEqual(self.status("/snapshot.json", Host=host,
+                                             Origin="http://localhost:6999"), 403)
+        for host in ("panel.example.com", f"panel.example.com:{own.split(':')[1]}", "127.0.0.2",
+                     "localhost.example.com:80", ""):
             with self.subTest(host=host):
                 self.assertEqual(self.status("/snapshot.json", Host=host), 403)
         self.assertEqual(self.status("/snapshot.json", Origin="http://www.example.com"), 403)
