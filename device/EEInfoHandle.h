@@ -21,9 +21,9 @@ public:
     EEInfoHandle(const EEInfoHandle&) = delete;
     EEInfoHandle& operator=(const EEInfoHandle&) = delete;
 
-    // Records. Each operation reads the image afresh. A null record runs no tool. When the image
-    // cannot be read, a record is filled from the image read last (zeros before the first), with
-    // its byte 0 cleared.
+    // Records. Each operation reads the image afresh. A null record runs no tool. What the tool
+    // does not deliver stays as it was read last (zeros before the first reading); byte 0 of the
+    // image is cleared before each reading.
 
     void read_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec);
     void read_flash_r_info(EEInfoDetail::Flash_ROnly* rec);
@@ -31,8 +31,8 @@ public:
 
     /// Reads the image, replaces the record's bytes and writes the image back; all other bytes go
     /// back as they were read. Returns the result of the write, 0 or -1; -1 for a null record, and
-    /// when the reading tool cannot be started: nothing is written then. An image that the tool
-    /// delivers in part is not noticed.
+    /// when the reading tool cannot be started: nothing is written then. A tool that is started and
+    /// delivers less than the image is not noticed: the rest goes back as it was read last.
     int write_flash_wr1_info(EEInfoDetail::Flash_WR_1* rec);
     int write_flash_wr2_info(EEInfoDetail::Flash_WR_2* rec);
 

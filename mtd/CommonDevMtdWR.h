@@ -5,9 +5,9 @@
 
 /// The flash of the usual panels: the four partitions "/dev/mtd0" to "/dev/mtd3".
 ///
-/// Nothing is erased or written before the arguments and the device are known to be right. When a
-/// path can be opened and is no flash device, its descriptor stays open; that is all that is ever
-/// left behind.
+/// Nothing is erased or written before the arguments and the device are known to be right. A path
+/// that can be opened but is no flash device stays open, as callers count on; every other
+/// descriptor is closed.
 class PANEL_EXPORT CommonDevMtdWR : public MtdWRInterface
 {
 public:
@@ -22,10 +22,10 @@ public:
     int mtd_copy_read(unsigned char* buf, unsigned len, unsigned char dev, int start) override;
     int mtd_read(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                  erase_info_user* blocks, int count) override;
-    /// What is read back is compared four bytes at a time, for a family of 5 a block at a time;
-    /// such a family writes whole blocks: the first block's length is its unit. A difference, and a
-    /// block that cannot be moved to, prints "Verify Error\r". Only what is over a unit is not
-    /// compared: where the device does not move to its place, the result says so alone.
+    /// Compares what it reads back four bytes at a time. A family of 5 writes and compares whole
+    /// blocks: its unit is the length of the first block. A difference, or a block at which the
+    /// device cannot be positioned, prints "Verify Error\r". The padded last unit is not compared;
+    /// if the device cannot be positioned there, only the result tells.
     int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                   erase_info_user* blocks, int count) override;
 };

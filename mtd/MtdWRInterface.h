@@ -29,20 +29,20 @@ public:
     virtual int mtd_copy_write(unsigned char* buf, unsigned len, unsigned char dev, int start) = 0;
 
     /// Reads @p len bytes back that mtd_copy_write() wrote from @p start on; bad blocks are left
-    /// out. Arguments and result as there; errors while reading are not told.
+    /// out. The arguments and the result are the same; errors while reading are not reported.
     virtual int mtd_copy_read(unsigned char* buf, unsigned len, unsigned char dev, int start) = 0;
 
     /// Fills @p buf with @p len bytes out of @p count blocks, in their order.
-    /// @return 0, or 1 when @p count is negative; errors while reading are not told
+    /// @return 0, or 1 when @p count is negative; errors while reading are not reported
     virtual int mtd_read(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                          erase_info_user* blocks, int count) = 0;
 
-    /// Writes @p buf into @p count erased blocks, in their order, and reads back what fills whole
-    /// units of the device (its write size). What is over is padded with zeros to one more unit,
-    /// which is not read back.
-    /// @return 0, or 1 when @p count is negative, when something reads back otherwise, when the
-    ///         blocks are too few or have no unit, or when the device does not move to the block in
-    ///         which that last unit begins, which is then not written
+    /// Writes @p buf into @p count erased blocks, in their order, and reads back all that fills
+    /// whole units of the device (its write size). The bytes that are left are padded with zeros to
+    /// one more unit, which is not read back.
+    /// @return 0, or 1 when @p count is negative, when something reads back differently, when the
+    ///         blocks are too few or have no unit, or when the device cannot be positioned at the
+    ///         block in which that last unit begins, which is then not written
     virtual int mtd_write(int fd, mtd_info_user* info, unsigned char* buf, unsigned len,
                           erase_info_user* blocks, int count) = 0;
 

@@ -611,6 +611,14 @@ void TestHosts::dispositions_stayTheHosts()
     }
     look(0);
     QCOMPARE(int(changed), 0);
+    // system() has these ignored, and SIGCHLD blocked, for as long as its line runs.
+    const auto ownHandler = std::signal(SIGINT, countSignal);
+    EEInfoHandle::instance()->setBeep(true);
+    QVERIFY(handlerOf(SIGINT) == countSignal);
+    std::signal(SIGINT, ownHandler);
+    sigset_t blocked;
+    pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    QCOMPARE(sigismember(&blocked, SIGCHLD), 0);
 }
 
 void TestHosts::closedDescriptors_comeToTheSame_data()
