@@ -51,8 +51,8 @@ arm_build() {
 arm_test() {
     local architectures=() architecture passed=0 failed=0
     choose_architectures "$@"
-    install_packages build test arm
     need_namespaces
+    install_packages build test arm
     for architecture in "${architectures[@]}"; do
         build_arm "$architecture"
         test_arm "$architecture" --label-exclude '^not emulated'

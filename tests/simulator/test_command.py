@@ -14,7 +14,7 @@ sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 BASICS = ("bash", "cat", "dirname", "env", "flock", "grep", "ls", "mkdir", "readlink", "rm", "rmdir",
           "sed", "sh", "sort", "tail", "true")
-CONFIGURE = """case $1$2 in --presetrelease | --presetasan-ubsan | --presetfuzz)
+CONFIGURE = """case $1 in --preset)
 mkdir -p build/$2; : >build/$2/build.ninja
 echo "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" >build/$2/CMakeCache.txt
 echo "CMAKE_CACHEFILE_DIR:INTERNAL=$PWD/build/$2" >>build/$2/CMakeCache.txt ;; esac"""
@@ -40,11 +40,12 @@ class Machine(unittest.TestCase):
         self.log = self.folder / "log"
         self.home = self.folder / "home"
         for place in (self.project / "cmake", self.project / "simulator", self.project / "tests",
-                      self.tools, self.home):
+                      self.project / "arm", self.tools, self.home):
             place.mkdir(parents=True)
         shutil.copy(ROOT / "panel", self.project)
         shutil.copytree(ROOT / "commands", self.project / "commands")
         shutil.copy(ROOT / "cmake" / "packages.txt", self.project / "cmake")
+        shutil.copy(ROOT / "arm" / "architectures.sh", self.project / "arm")
         for name in BASICS:
             (self.tools / name).symlink_to(f"/usr/bin/{name}")
         self.stand_in("dpkg-query", "echo installed", quiet=True)
@@ -61,7 +62,7 @@ class Machine(unittest.TestCase):
         for target in ("registers", "resolver"):
             (self.project / "fuzz" / "corpus" / target).mkdir(parents=True)
         for name in ("simulator/run", "simulator/sandbox", "simulator/shots", "tests/lint",
-                     "tests/check-sources", "fuzz/run"):
+                     "tests/check-sources", "fuzz/run", "arm/sysroot", "arm/not-emulated"):
             self.script(self.project / name, name.replace("/", "-"))
 
     def script(self, path, name, body="", quiet=False):
@@ -155,7 +156,7 @@ class Words(Machine):
     def test_each_command_explains_itself_and_does_nothing_else(self):
         everything = self.succeed("help")
         for command in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
-                        "clean"):
+                        "arm", "clean"):
             for arguments in ([command, "--help"], [command, "-h"], ["help", command],
                               [command, "--nonsense", "--help"]):
                 with self.subTest(arguments=arguments):
@@ -651,14 +652,17 @@ class Clean(Machine):
 class Test(Machine):
     def test_every_build_is_tested_and_summed_up_in_the_last_line(self):
         output = self.succeed("test")
-        self.assertEqual(output.splitlines()[-1], "12 passed, 0 failed")
+        self.assertEqual(output.splitlines()[-1], "20 passed, 0 failed")
+        short = " --tests-regex ^(test_device|test_fileio|test_regstore|test_plugin)$"
         self.assertEqual([call for call in self.calls() if call.startswith("ctest")],
                          ["ctest --preset release --parallel 3",
                           "ctest --preset asan-ubsan --parallel 3",
-                          "ctest --preset fuzz --parallel 3"])
+                          "ctest --preset fuzz --parallel 3",
+                          f"ctest --preset armhf --parallel 3{short}",
+                          f"ctest --preset arm64 --parallel 3{short}"])
 
     def test_failed_tests_of_any_build_fail_the_whole(self):
-        for failing in ("release", "asan-ubsan", "fuzz"):
+        for failing in ("release", "asan-ubsan", "fuzz", "armhf", "arm64"):
             with self.subTest(failing=failing):
                 self.stand_in("ctest", f"""
                     case $2 in
@@ -667,7 +671,7 @@ class Test(Machine):
                     esac""")
                 result = self.panel("test")
                 self.assertEqual(result.returncode, 1)
-                self.assertEqual(result.stdout.splitlines()[-1], "8 passed, 1 failed")
+                self.assertEqual(result.stdout.splitlines()[-1], "14 passed, 1 failed")
 
     def test_run_without_tests_is_no_success(self):
         self.stand_in("ctest", "echo 'No tests were found!!!'")
