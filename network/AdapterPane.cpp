@@ -2,7 +2,6 @@
 
 #include "adapters/DottedQuad.h"
 #include "common/Latin1.h"
-#include "network/ChoiceBox.h"
 
 #include <QFont>
 #include <QGridLayout>
@@ -209,6 +208,12 @@ void AdapterPane::setStyles(QWidget& content)
     verticalScrollBar()->setStyleSheet(scrollBarStyle);
     m_defaultButton->setStyleSheet(defaultButtonStyle);
     m_macField->setStyleSheet(macStyle);
+    for (OctetRow* row : m_rows) {
+        row->setStyles();
+    }
+    for (ChoiceBox* box : {m_modeBox, m_defaultBox}) {
+        box->setStyles();
+    }
     showLamp(Lamp::Idle);
     showTestButton(PingState::Idle);
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "network/ChoiceBox.h"
 #include "network/OctetRow.h"
 
-#include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
@@ -69,8 +69,8 @@ public:
     QPushButton& disableSwitch() const { return *m_disableSwitch; }
     QPushButton& defaultButton() const { return *m_defaultButton; }
     QPushButton& testButton() const { return *m_testButton; }
-    QComboBox& modeBox() const { return *m_modeBox; }       ///< Item 0 static, 1 dynamic.
-    QComboBox& defaultBox() const { return *m_defaultBox; } ///< Item 0 none, then each adapter.
+    ChoiceBox& modeBox() const { return *m_modeBox; }       ///< Item 0 static, 1 dynamic.
+    ChoiceBox& defaultBox() const { return *m_defaultBox; } ///< Item 0 none, then each adapter.
 
     /// Gives the parts their font, sizes and style sheets and places them in the pane, where they
     /// are outside of the tree of widgets until then: Qt styles every part anew whenever something
@@ -126,8 +126,8 @@ private:
     QLabel* m_networkLabel = nullptr;
     QLabel* m_gatewayLabel = nullptr;
     QLabel* m_modeCaption = nullptr;
-    QComboBox* m_modeBox = nullptr;
-    QComboBox* m_defaultBox = nullptr;
+    ChoiceBox* m_modeBox = nullptr;
+    ChoiceBox* m_defaultBox = nullptr;
     QPushButton* m_defaultButton = nullptr;
     QLabel* m_pingCaption = nullptr;
     QLabel* m_lamp = nullptr;

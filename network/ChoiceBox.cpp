@@ -26,8 +26,12 @@ constexpr QLatin1String choicesStyle = "QAbstractItemView::item{min-height:40px;
 ChoiceBox::ChoiceBox(QWidget* parent) : QComboBox(parent)
 {
     setItemDelegate(new QStyledItemDelegate(this));
-    view()->setStyleSheet(choicesStyle);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+void ChoiceBox::setStyles()
+{
+    view()->setStyleSheet(choicesStyle);
 }
 
 void ChoiceBox::paintEvent(QPaintEvent* /*event*/)

@@ -9,6 +9,9 @@ class ChoiceBox : public QComboBox
 public:
     explicit ChoiceBox(QWidget* parent);
 
+    /// Gives the list its style sheet; see AdapterPane::setLook() for the right moment.
+    void setStyles();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 

@@ -130,18 +130,21 @@ public:
     /// Octets of a server, "0" four times when there is none; empty when the resolver file cannot
     /// be opened. A missing resolver file is made from its backup, a missing backup empty.
     QStringList getDNSFromSys(networkIndexType adapter, dnsType type);
+    /// Rewrites the resolver file with the server set; its backup stays as it is.
     void setDNSToSys(networkIndexType adapter, dnsType type, QString address);
     /// Shows a server in its fields.
     void updateDNSData(networkIndexType adapter, dnsType type);
 
     // Default routes, built from the gateway fields of both adapters.
 
-    /// @param preference 0 none, 1 eth0, 2 eth1; -1 as register 78 has it
+    /// Rebuilds both routes.
+    /// @param preference 0 none, 1 eth0, 2 eth1; -1 as the default-adapter register has it
     void setGateway(int preference);
     /// setGateway(-1)
     void updateDefaultGatewayFromReg();
-    /// Show the default gateway chosen last in an adapter's group.
+    /// Shows the default gateway that was chosen last with a button in an adapter's group.
     void updateDefaultGateway(networkIndexType adapter);
+    /// Shows the caption beside it.
     void updateDefaultNetwork(networkIndexType adapter);
 
     // Switching adapters off and on.
@@ -162,14 +165,33 @@ signals:
 public slots:
     /// Loads and installs the page's translator and refreshes.
     void onChangeLanguage(Settings::Language language);
+
+    // The adapter of a slot without an argument for it is that of the sender: eth0 when one of
+    // eth0's widgets has sent the signal, eth1 otherwise, also without a sender.
+
+    /// Turns the switch of an adapter over, off as disableNetworkConfig(adapter, 1) does.
     void onDisableNetworkSwitched();
+    /// Shows the gateway of an adapter as the default one on both tabs, stores the adapter's number
+    /// in the default-adapter register and rebuilds the routes. The register counts from one, so
+    /// eth0's button prefers no adapter, and eth1's button eth0.
     void onSetDefaultGateway();
+    /// Sounds the key click and starts the connectivity test, anew when one is running already.
     void onSetTest();
+    /// A choice of the address mode: sounds the key click and switches to it, dynamic for every
+    /// index but 0. Negative ones, which a box without an item has, are ignored.
     void onSetCombobox(int index);
+    /// A choice of the default adapter, 0 for none: shows it on both tabs, rebuilds the routes and
+    /// stores it. Only eth0's box sounds the key click. The other box follows and runs all of this
+    /// once more. Negative ones are ignored.
     void onSetAdapterCombobox(int index);
+    /// Sounds the key click; the tabs change by themselves.
     void onTabBarSwitched(int index);
+    /// Looks whether eth0 has an address by now, ten times a second, and takes it over.
     void slotdhcp();
+    /// The same for eth1.
     void slotdhcp1();
+    /// Tells the result of the connectivity test in a box and blocks until it is closed. Does
+    /// nothing while such a box is open.
     void ping_test();
 
 private:

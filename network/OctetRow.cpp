@@ -17,7 +17,6 @@ constexpr QLatin1String fieldStyle = "QLineEdit{border-width:0;border-style:outs
 QLineEdit* makeField(QWidget* parent)
 {
     auto* field = new QLineEdit(parent);
-    field->setStyleSheet(fieldStyle);
     field->setAlignment(Qt::AlignCenter);
     field->setMinimumWidth(narrowestField);
     field->setReadOnly(true);
@@ -73,6 +72,13 @@ void OctetRow::setOctets(const QStringList& octets)
     for (std::size_t at = 0; at < m_fields.size(); ++at) {
         const QString text = octets.value(int(at));
         m_fields.at(at)->setText(text.isEmpty() ? QString(QLatin1Char('0')) : text);
+    }
+}
+
+void OctetRow::setStyles()
+{
+    for (QLineEdit* field : m_fields) {
+        field->setStyleSheet(fieldStyle);
     }
 }
 

@@ -28,6 +28,9 @@ public:
     /// Shows the first four texts; a missing or empty one shows as "0".
     void setOctets(const QStringList& octets);
 
+    /// Gives the fields their style sheets; see AdapterPane::setLook() for the right moment.
+    void setStyles();
+
     /// Height of the fields in pixels.
     void setFieldHeight(int height);
 
