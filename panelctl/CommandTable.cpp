@@ -164,16 +164,27 @@ const std::vector<Command>& all()
          Commands::exportSettings},
         {"import",
          "",
-         "[--dry-run] [--only PARTS] [--identity] [--json] FILE|-",
+         "[OPTION...] FILE|-",
          1,
          1,
          {WordKind::Free},
-         {Option::DryRun, Option::Only, Option::Identity, Option::Json},
+         {Option::DryRun, Option::Only, Option::Identity, Option::Now, Option::Confirm,
+          Option::Json},
          "Takes settings over that export has printed, all of them or none, and prints each "
          "change. "
          "Settings that the file does not have stay. Says every error of the file at once. Ends "
          "with 3 when nothing changes.",
          Commands::importSettings},
+        {"confirm",
+         "",
+         "",
+         0,
+         0,
+         {},
+         {},
+         "Keeps what was imported with --confirm. Fails when nothing waits for it, also because it "
+         "came too late.",
+         Commands::confirm},
         {"recover",
          "",
          "",
@@ -181,8 +192,8 @@ const std::vector<Command>& all()
          0,
          {},
          {},
-         "Takes an import back that was cut off, as every other command does first, too. For the "
-         "panel's start. Ends with 3 when there was none.",
+         "Takes an import back that was cut off or not confirmed in time, as every other command "
+         "does first, too. For the panel's start. Ends with 3 when there was none.",
          Commands::recover},
         {"tables",
          "",

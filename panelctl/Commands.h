@@ -22,6 +22,7 @@ void areasCreate(const Arguments& given);
 void areasCheck(const Arguments& given);
 void exportSettings(const Arguments& given);
 void importSettings(const Arguments& given);
+void confirm(const Arguments& given);
 void recover(const Arguments& given);
 void tables(const Arguments& given);
 void complete(const Arguments& given);

@@ -2,23 +2,29 @@
 
 #include "panelctl/Command.h"
 #include "panelctl/ReplaceFile.h"
+#include "panelctl/RunningPanel.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <fstream>
 #include <iostream>
 #include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr const char* lockPath = "/var/run/panelctl.lock";
+constexpr const char* watchPath = "/var/run/panelctl.watch";
 constexpr const char* folderPath = "/hmi_data";
 
 std::int64_t seconds(clockid_t clock)
@@ -28,12 +34,23 @@ std::int64_t seconds(clockid_t clock)
     return now.tv_sec;
 }
 
-std::string currentBoot()
+std::string lineOf(const char* path)
 {
-    std::ifstream file("/proc/sys/kernel/random/boot_id");
-    std::string id;
-    std::getline(file, id);
-    return id;
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    return line;
+}
+
+/// Another one after each start of the machine, and of its first process where only that is
+/// started again.
+std::string currentStart()
+{
+    constexpr int startTime = 20; // field of the status behind the name, counted from 1
+    const std::string status = lineOf("/proc/1/stat");
+    const QString fields = QString::fromStdString(status.substr(status.rfind(')') + 1)).trimmed();
+    return lineOf("/proc/sys/kernel/random/boot_id") + ' ' +
+           fields.section(' ', startTime - 1, startTime - 1).toStdString();
 }
 
 std::string textOf(const QJsonValue& value)
@@ -55,6 +72,22 @@ ChangeLock::ChangeLock() : m_file(::open(lockPath, O_RDWR | O_CREAT | O_NOFOLLOW
     }
 }
 
+void ChangeLock::keep() const
+{
+    fcntl(m_file.number(), F_SETFD, FD_CLOEXEC);
+}
+
+Journal::Journal(Snapshot before, std::set<std::string> places, bool now, int wait)
+    : m_before(std::move(before)),
+      m_places(std::move(places)),
+      m_now(now),
+      m_seconds(wait),
+      m_start(currentStart()),
+      m_uptime(seconds(CLOCK_BOOTTIME) + wait),
+      m_clock(seconds(CLOCK_REALTIME) + wait)
+{
+}
+
 std::optional<Journal> Journal::load()
 {
     QFile file(QString::fromLatin1(path));
@@ -69,9 +102,14 @@ std::optional<Journal> Journal::load()
         throw Failure(std::string(path) + " is no journal");
     }
     Journal journal(Snapshot::fromJson(object["before"].toObject()));
+    for (const QJsonValue place : object["places"].toArray()) {
+        journal.m_places.insert(textOf(place));
+    }
+    journal.m_now = object["now"].toBool();
+    journal.m_isComplete = object["complete"].toBool();
     journal.m_seconds = object["seconds"].toInt();
-    journal.m_id = textOf(object["id"]);
-    journal.m_boot = textOf(object["boot"]);
+
+    journal.m_start = textOf(object["start"]);
     journal.m_uptime = static_cast<std::int64_t>(object["uptime"].toDouble());
     journal.m_clock = static_cast<std::int64_t>(object["clock"].toDouble());
     return journal;
@@ -79,16 +117,22 @@ std::optional<Journal> Journal::load()
 
 void Journal::save() const
 {
+    QJsonArray places;
+    for (const std::string& place : m_places) {
+        places.append(QString::fromStdString(place));
+    }
     const QJsonObject object{{QString::fromLatin1("before"), m_before.toJson()},
+                             {QString::fromLatin1("places"), places},
+                             {QString::fromLatin1("now"), m_now},
+                             {QString::fromLatin1("complete"), m_isComplete},
                              {QString::fromLatin1("seconds"), m_seconds},
-                             {QString::fromLatin1("id"), QString::fromStdString(m_id)},
-                             {QString::fromLatin1("boot"), QString::fromStdString(m_boot)},
+
+                             {QString::fromLatin1("start"), QString::fromStdString(m_start)},
                              {QString::fromLatin1("uptime"), double(m_uptime)},
                              {QString::fromLatin1("clock"), double(m_clock)}};
     const QString reason = replaceFile(QString::fromLatin1(path), QJsonDocument(object).toJson());
     if (!reason.isEmpty()) {
-        throw Failure(std::string("cannot write ") + path +
-                      ", so nothing is changed: " + reason.toStdString());
+        throw Failure(std::string("cannot write ") + path + ": " + reason.toStdString());
     }
 }
 
@@ -101,25 +145,20 @@ void Journal::remove()
     }
 }
 
-void Journal::awaitConfirmation(int wait)
-{
-    m_seconds = wait;
-    m_boot = currentBoot();
-    m_uptime = seconds(CLOCK_BOOTTIME) + wait;
-    m_clock = seconds(CLOCK_REALTIME) + wait;
-    m_id = m_boot + ' ' + std::to_string(m_uptime) + ' ' + std::to_string(getpid());
-}
-
 int Journal::secondsLeft() const
 {
-    const std::int64_t left = m_boot == currentBoot() ? m_uptime - seconds(CLOCK_BOOTTIME)
-                                                      : m_clock - seconds(CLOCK_REALTIME);
+    const std::int64_t left = m_start == currentStart() ? m_uptime - seconds(CLOCK_BOOTTIME)
+                                                        : m_clock - seconds(CLOCK_REALTIME);
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, m_seconds));
 }
 
-void Journal::restore() const
+void Journal::restore(const ChangeLock& lock) const
 {
     m_before.restore();
+    if (m_now || m_start != currentStart()) {
+        lock.keep();
+        RunningPanel::follow(PanelState(), m_places);
+    }
     remove();
 }
 
@@ -133,13 +172,79 @@ bool settleJournal()
     if (!journal) {
         return false; // the import that made it has just ended
     }
-    if (journal->awaitsConfirmation() && journal->secondsLeft() > 0) {
+    if (!journal->isOver()) {
+        watchJournal(Watch::IfNobodyDoes);
         return false;
     }
-    journal->restore();
+    journal->restore(lock);
     std::cerr << "panelctl: "
-              << (journal->awaitsConfirmation() ? "nobody has confirmed the import in time"
-                                                : "an import was cut off")
+              << (journal->isComplete() ? "nobody has confirmed the import in time"
+                                        : "an import was cut off")
               << "; the old settings are back" << std::endl;
     return true;
+}
+
+namespace {
+
+/// Nothing of whoever started this process holds it, and it holds nothing of theirs: neither
+/// terminal, nor pipes, nor the lock of changes.
+void leaveStarter()
+{
+    setsid();
+    std::signal(SIGHUP, SIG_IGN);
+    constexpr int most = 256; // this program has a handful open
+    for (int number = 0; number < most; ++number) {
+        ::close(number);
+    }
+    for (int number = 0; number <= STDERR_FILENO; ++number) {
+        ::open("/dev/null", O_RDWR); // takes the lowest number that is free
+    }
+    if (chdir("/") != 0) {
+        _exit(1);
+    }
+}
+
+/// Whether there is a change that may still be confirmed.
+bool isWaiting()
+{
+    const std::optional<Journal> journal = Journal::load();
+    return journal && journal->secondsLeft() > 0;
+}
+
+/// Waits until the change is confirmed or its time is over.
+void watch(Watch kind)
+{
+    const Descriptor mine(::open(watchPath, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const int wait = kind == Watch::IfNobodyDoes ? LOCK_NB : 0;
+    if (!mine.isOpen() || flock(mine.number(), LOCK_EX | wait) != 0) {
+        return; // somebody watches already
+    }
+    while (isWaiting()) {
+        sleep(1);
+    }
+    settleJournal();
+}
+
+} // namespace
+
+void watchJournal(Watch kind)
+{
+    const pid_t child = fork();
+    if (child < 0) {
+        throw Failure("cannot watch the import: " + qt_error_string(errno).toStdString());
+    }
+    if (child > 0) {
+        waitpid(child, nullptr, 0);
+        return;
+    }
+    if (fork() != 0) {
+        _exit(0); // the second child is nobody's and leaves no process behind
+    }
+    leaveStarter();
+    try {
+        watch(kind);
+    } catch (const std::exception&) {
+        _exit(1); // the next command, or the next start, tries again and says why
+    }
+    _exit(0);
 }

@@ -5,7 +5,7 @@
 #include <initializer_list>
 
 /// The options of all commands. One means the same wherever it is taken.
-enum class Option { Json, Notify, Image, Root, Stored, Identity, DryRun, Only };
+enum class Option { Json, Notify, Image, Root, Stored, Identity, DryRun, Only, Now, Confirm };
 
 /// How an option is typed and explained.
 struct OptionRow
@@ -27,6 +27,10 @@ inline constexpr std::array optionRows{
     OptionRow{Option::Identity, "--identity", nullptr, "also what belongs to this device alone"},
     OptionRow{Option::DryRun, "--dry-run", nullptr, "say what would change, and change nothing"},
     OptionRow{Option::Only, "--only", "PARTS", "these parts, display,sound,network,identity"},
+    OptionRow{Option::Now, "--now", nullptr,
+              "let the running adapters and the backlight follow at once"},
+    OptionRow{Option::Confirm, "--confirm", "SECONDS",
+              "take it back unless panelctl confirm comes in time"},
 };
 
 constexpr bool optionRowsAreInOrder()

@@ -58,9 +58,9 @@ bool PanelState::has(const Setting& setting) const
     return adapterOf(setting) < 1 || Value::show(Kind::AdapterCount, m_image.field(options)) == "2";
 }
 
-std::string PanelState::value(const Setting& setting) const
+std::string PanelState::value(const std::string& place) const
 {
-    const auto at = m_values.find(setting.place);
+    const auto at = m_values.find(place);
     return at == m_values.end() ? std::string() : at->second;
 }
 

@@ -75,7 +75,9 @@ public:
     const DeviceImage& image() const { return m_image; }
     /// Whether this panel has the adapter that the setting belongs to.
     bool has(const Setting& setting) const;
-    std::string value(const Setting& setting) const;
+    std::string value(const Setting& setting) const { return value(setting.place); }
+    /// By its place; empty where this panel has no such setting.
+    std::string value(const std::string& place) const;
     /// The bytes of the resolver file.
     const QByteArray& resolverText() const { return m_resolver; }
 

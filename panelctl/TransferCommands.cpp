@@ -1,13 +1,15 @@
-// export, import and recover.
+// export, import, confirm and recover.
 
 #include "panelctl/Commands.h"
 #include "panelctl/ImportFile.h"
 #include "panelctl/Journal.h"
 #include "panelctl/Json.h"
+#include "panelctl/RunningPanel.h"
 
 #include <QFile>
 #include <QJsonArray>
 
+#include <csignal>
 #include <iostream>
 #include <set>
 
@@ -110,16 +112,67 @@ void printChanges(const PanelState& panel, const Changes& changes, const Argumen
     }
 }
 
-/// All of it, or nothing when it fails on the way.
-void apply(const PanelState& panel, const Changes& changes)
+std::set<std::string> placesOf(const Changes& changes)
 {
-    const Journal journal(Snapshot::before(panel, changes));
+    std::set<std::string> places;
+    for (const auto& [setting, value] : changes) {
+        places.insert(setting->place);
+    }
+    return places;
+}
+
+/// Seconds in which the import has to be confirmed, 0 when it need not be.
+int secondsToConfirm(const Arguments& given)
+{
+    constexpr int most = 86400; // a day
+    if (!given.has(Option::Confirm)) {
+        return 0;
+    }
+    bool isNumber = false;
+    const int wait = QString::fromStdString(given.value(Option::Confirm)).toInt(&isNumber);
+    if (!isNumber || wait < 1 || wait > most) {
+        throw UsageError("'" + given.value(Option::Confirm) +
+                         "' does not fit: --confirm takes 1 to 86400 seconds");
+    }
+    return wait;
+}
+
+/// An address may change under the connection that this command was typed over: neither its end
+/// nor an impatient operator stops what has begun. Killed or without power, it is taken back.
+void ignoreEndOfConnection()
+{
+    for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGPIPE}) {
+        std::signal(number, SIG_IGN);
+    }
+}
+
+/// All of it, or nothing when it fails on the way.
+void apply(const PanelState& panel, const Changes& changes, const Arguments& given,
+           const ChangeLock& lock)
+{
+    const int wait = secondsToConfirm(given);
+    Journal journal(Snapshot::before(panel, changes), placesOf(changes), given.has(Option::Now),
+                    wait);
     const Snapshot after = Snapshot::after(panel, changes);
+    ignoreEndOfConnection();
     journal.save();
     try {
+        if (wait > 0) {
+            watchJournal(
+                Watch::NewChange); // from now on, should this program not live to see the end
+        }
         after.restore();
+        if (journal.followsNow()) {
+            lock.keep();
+            RunningPanel::follow(PanelState(), journal.places());
+        }
+        if (wait > 0) {
+            journal.complete();
+            journal.save();
+            return;
+        }
     } catch (const Failure& failure) {
-        journal.restore();
+        journal.restore(lock);
         throw Failure(std::string(failure.what()) + "; the old settings are back");
     }
     Journal::remove();
@@ -135,8 +188,9 @@ void Commands::exportSettings(const Arguments& given)
 void Commands::importSettings(const Arguments& given)
 {
     const ChangeLock lock;
+    secondsToConfirm(given);
     if (Journal::load()) {
-        throw Failure("another import waits to be confirmed");
+        throw Failure("another import waits for panelctl confirm");
     }
     const PanelState panel;
     const Changes changes = findChanges(given, panel);
@@ -149,9 +203,19 @@ void Commands::importSettings(const Arguments& given)
         throw Unchanged();
     }
     if (!given.has(Option::DryRun)) {
-        apply(panel, changes);
+        apply(panel, changes, given, lock);
     }
     printChanges(panel, changes, given);
+}
+
+void Commands::confirm(const Arguments& /*given*/)
+{
+    const ChangeLock lock;
+    const std::optional<Journal> journal = Journal::load();
+    if (!journal || journal->isOver()) {
+        throw Failure("no import waits to be confirmed");
+    }
+    Journal::remove();
 }
 
 void Commands::recover(const Arguments& /*given*/)

@@ -1,16 +1,19 @@
 """panelctl exports the settings of a panel and imports them into it, all of them or none."""
 
+import contextlib
 import copy
 import json
+import os
 import pathlib
 import re
 import signal
 import subprocess
+import time
 import unittest
 
 import jsonschema
 from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, PROGRAM, REGISTER_PIPE, REGISTERS,
-                                                  RESOLVER, WAIT_S, PanelTest, patched, start)
+                                                  RESOLVER, WAIT_S, PanelTest, patched, start, wait_for)
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
@@ -61,6 +64,10 @@ class TransferTest(PanelTest):
         SETTINGS.write_text("[Somebody]\nelse=1\n")
         JOURNAL.unlink(missing_ok=True)
         self.addCleanup(JOURNAL.unlink, missing_ok=True)
+
+    def lines(self):
+        """The commands that were run."""
+        return COMMANDS.read_text().splitlines() if COMMANDS.exists() else []
 
     def exported(self, *options):
         return json.loads(self.output("export", *options))
@@ -159,7 +166,7 @@ class Import(TransferTest):
                 continue
             with self.subTest(place=place):
                 self.setUp()
-                before, run = self.world(), len(self.commands())
+                before, run = self.world(), len(self.lines())
                 settings = {"version": 1}
                 *groups, name = place.split(".")
                 inner = settings
@@ -174,7 +181,7 @@ class Import(TransferTest):
                 after = self.world()
                 changed = {path for path in before if before[path] != after[path]}
                 self.assertEqual(changed, self.home(place))
-                self.assertEqual(self.commands()[run:].count(WRITE), IMAGE in changed)
+                self.assertEqual(self.lines()[run:].count(WRITE), IMAGE in changed)
                 self.assertEqual(places(self.exported("--identity"))[place], value)
 
     def home(self, place):
@@ -187,9 +194,6 @@ class Import(TransferTest):
         word = f"{place.split('.')[1]}_{name}" if name in ("dhcp", "off") else name
         area = AREAS[register(word)["area"]]
         return {area, SETTINGS} if name in ("buzzer", "off") else {area}
-
-    def commands(self):
-        return COMMANDS.read_text().splitlines()
 
     def test_foreign_lines_and_keys_stay(self):
         self.imported(OTHER)
@@ -211,7 +215,7 @@ class Import(TransferTest):
 
     def test_what_is_already_so_changes_nothing_and_says_so(self):
         self.imported(OTHER)
-        before, run = self.world(), len(self.commands())
+        before, run = self.world(), len(self.lines())
         stamps = {path: path.stat().st_mtime_ns for path in before if path.exists()}
         self.assertEqual(self.imported(OTHER, status=3), "nothing changes\n")
         self.assertEqual(self.imported(OTHER, "--json", status=3), "[\n]\n")
@@ -219,7 +223,7 @@ class Import(TransferTest):
         self.assertEqual(self.imported({"version": 1}, status=3), "nothing changes\n")
         self.assertEqual(self.world(), before)
         self.assertEqual({path: path.stat().st_mtime_ns for path in stamps}, stamps)
-        self.assertNotIn(WRITE, self.commands()[run:])
+        self.assertNotIn(WRITE, self.lines()[run:])
 
     def test_dry_run_says_before_and_after_and_changes_nothing(self):
         before, old = self.world(), places(self.exported("--identity"))
@@ -338,6 +342,219 @@ class Errors(TransferTest):
                 self.assertTrue(place.startswith(where), place)
 
 
+ADDRESSES = {"version": 1, "network": {"eth0": {"ip": "10.1.2.3", "mask": "255.255.0.0",
+                                               "gateway": "10.1.0.1"}}}
+
+
+class Now(TransferTest):
+    """The running panel follows, with the commands of the page."""
+
+    def run_commands(self, settings, *options):
+        """What is run on the running panel, without the tools of the image and sync."""
+        before = len(self.lines())
+        self.imported(settings, *options)
+        return [line for line in self.lines()[before:]
+                if line != "sync" and not line.startswith(("/root/plat-intf/readee", WRITE))]
+
+    def routes(self, eth0="192.168.1.1", eth1="192.168.2.1", metrics=(1, 1)):
+        return ["route del default"] * 2 + [
+            f"route add default gw {gateway} dev eth{at} metric {metrics[at]}"
+            for at, gateway in enumerate((eth0, eth1))]
+
+    def network(self, adapter, **values):
+        return {"version": 1, "network": {adapter: values}}
+
+    def test_without_it_nothing_is_run(self):
+        self.assertEqual(self.run_commands(OTHER), [])
+
+    def test_address_and_mask_are_set_then_the_routes_are_rebuilt(self):
+        self.assertEqual(self.run_commands(ADDRESSES, "--now"), [
+            "ifconfig eth0 10.1.2.3", "ifconfig eth0 netmask 255.255.0.0",
+            *self.routes(eth0="10.1.0.1")])
+        self.assertEqual(self.output("reg", "read", "eth0_ip"), "10.1.2.3\n")
+        self.assertEqual(self.output("reg", "read", "eth0_mask"), "255.255.0.0\n")
+        self.assertEqual(self.output("reg", "read", "eth0_gateway"), "10.1.0.1\n")
+        self.assertEqual(self.output("reg", "read", "eth1_ip"), "0.0.0.0\n")
+
+    def test_mask_alone_leaves_the_address(self):
+        self.assertEqual(self.run_commands(self.network("eth1", mask="255.255.255.128"), "--now"),
+                         ["ifconfig eth1 netmask 255.255.255.128", *self.routes()])
+
+    def test_dynamic_and_static_start_and_end_the_client(self):
+        start_client = "udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid"
+        seen = self.run_commands(self.network("eth1", dhcp=True), "--now")
+        # In the background, so nobody knows whether it is written down before the routes.
+        self.assertEqual([line for line in seen if "udhcpc" not in line], self.routes())
+        self.assertEqual([line.rstrip("& ") for line in seen if "udhcpc" in line], [start_client])
+        pid_file = pathlib.Path("/var/run/udhcpc1.pid")
+        pid_file.write_text("4194000\n")
+        self.addCleanup(pid_file.unlink)
+        self.assertEqual(self.run_commands(self.network("eth1", dhcp=False), "--now"),
+                         ["kill 4194000", "ifconfig eth1 192.168.2.10 up",
+                          "ifconfig eth1 netmask 255.255.255.0", *self.routes()])
+
+    def test_adapter_that_is_switched_off_is_taken_down_and_back_up(self):
+        self.assertEqual(self.run_commands(self.network("eth0", off=True), "--now"),
+                         ["ifconfig eth0 down", *self.routes()])
+        self.assertEqual(self.run_commands(self.network("eth0", ip="192.168.1.99"), "--now"),
+                         ["ifconfig eth0 down", *self.routes()])
+        self.assertEqual(self.run_commands(self.network("eth0", off=False), "--now"),
+                         ["ifconfig eth0 192.168.1.99 up", "ifconfig eth0 netmask 255.255.255.0",
+                          *self.routes()])
+
+    def test_default_adapter_rebuilds_the_routes(self):
+        settings = {"version": 1, "network": {"default_adapter": "eth1"}}
+        self.assertEqual(self.run_commands(settings, "--now"), self.routes(metrics=(1, 0)))
+
+    def test_brightness_and_nothing_of_the_network(self):
+        settings = {"version": 1, "display": {"brightness": 80, "language": "english"},
+                    "network": {"eth0": {"dns": ["1.1.1.1"]}}}
+        self.assertEqual(self.run_commands(settings, "--now"), ["/root/plat-intf/setbright 80"])
+
+    def test_routes_of_a_panel_with_one_adapter_are_built_from_both_gateways(self):
+        IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
+        self.assertEqual(self.run_commands(ADDRESSES, "--now")[-4:], self.routes(eth0="10.1.0.1"))
+
+    def test_client_that_goes_on_running_keeps_no_lock(self):
+        process = self.folder / "client"
+        with self.client(f"echo $$ >{process}.new; mv {process}.new {process}; exec sleep 1000"):
+            self.imported(self.network("eth1", dhcp=True), "--now")
+            wait_for(process.exists, "the client")
+            try:
+                self.imported(self.network("eth1", dhcp=False))
+            finally:
+                os.kill(int(process.read_text()), signal.SIGKILL)
+
+    @contextlib.contextmanager
+    def client(self, script):
+        path = self.folder / "bin"
+        path.mkdir()
+        (path / "udhcpc").write_text(f"#!/bin/sh\n{script}\n")
+        (path / "udhcpc").chmod(0o755)
+        old = os.environ["PATH"]
+        os.environ["PATH"] = f"{path}:{old}"
+        try:
+            yield
+        finally:
+            os.environ["PATH"] = old
+
+
+class Confirm(TransferTest):
+    def setUp(self):
+        super().setUp()
+        self.old = self.state()
+
+    def state(self):
+        return {path: data for path, data in self.world().items() if path != JOURNAL}
+
+    def test_confirmed_in_time_it_stays(self):
+        self.imported(OTHER, "--confirm", "1000")
+        new = self.state()
+        self.assertTrue(JOURNAL.exists())
+        self.silent("confirm")
+        self.assertFalse(JOURNAL.exists())
+        self.assertEqual(self.state(), new)
+        self.assertIn("no import waits", self.complaint(1, "confirm"))
+
+    def test_not_confirmed_it_is_taken_back_by_itself(self):
+        self.imported(OTHER, "--confirm", "1")
+        wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        self.assertEqual(self.state(), self.old)
+        self.assertIn("no import waits", self.complaint(1, "confirm"))
+
+    def test_running_panel_is_taken_back_as_well(self):
+        self.imported(ADDRESSES, "--now", "--confirm=1")
+        before = len(self.lines())
+        wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        self.assertEqual(self.state()[IMAGE], self.old[IMAGE])
+        after = [line for line in self.lines()[before - 1:] if line.startswith("ifconfig")]
+        self.assertEqual(after[-2:], ["ifconfig eth0 192.168.1.10",
+                                      "ifconfig eth0 netmask 255.255.255.0"])
+        self.assertEqual(self.output("reg", "read", "eth0_ip"), "192.168.1.10\n")
+
+    def test_end_of_the_connection_stops_neither_the_import_nor_the_watch(self):
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        # A login of its own, which is cut as soon as the first change is made.
+        with self.tool("writeee", f"cat >{IMAGE}; touch {self.folder}/begun\n"
+                                  f"while [ ! -e {self.folder}/cut ]; do sleep 0.05; done"):
+            login = subprocess.Popen([PROGRAM, "import", "--confirm", "2", path],
+                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                     start_new_session=True)
+            wait_for((self.folder / "begun").exists, "the first change")
+            os.kill(login.pid, signal.SIGHUP)
+            (self.folder / "cut").touch()
+            output, errors = login.communicate()
+        self.assertEqual((login.returncode, errors), (0, b""), output)
+        self.assertNotEqual(self.state(), self.old)
+        wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        self.assertEqual(self.state(), self.old)
+
+    def test_nothing_of_the_starter_is_held_by_the_watch(self):
+        """A login ends when nobody holds its pipes any more: communicate() would wait."""
+        started = time.monotonic()
+        self.imported(OTHER, "--confirm", "1000")
+        self.assertLess(time.monotonic() - started, WAIT_S)
+        self.silent("confirm")
+
+    def test_change_after_a_confirmed_one_is_watched_as_well(self):
+        self.imported(ADDRESSES, "--confirm", "1000")
+        self.silent("confirm")
+        self.old = self.state()
+        self.test_not_confirmed_it_is_taken_back_by_itself()
+
+    def test_another_import_waits_until_it_is_confirmed(self):
+        self.imported(OTHER, "--confirm", "1000")
+        line = self.complaint(1, "import", "-", input=b'{"version": 1}')
+        self.assertIn("waits for panelctl confirm", line)
+        self.silent("confirm")
+
+    def restarted(self, **changes):
+        """As if the panel had been started anew since: nobody watches, other start."""
+        self.imported(ADDRESSES, "--confirm", "1000")
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                if process.joinpath("cmdline").read_bytes().startswith(PROGRAM.encode()):
+                    os.kill(int(process.name), signal.SIGKILL)
+        journal = json.loads(JOURNAL.read_text())
+        self.assertLess(abs(time.time() + 1000 - journal["clock"]), 3 * WAIT_S)
+        JOURNAL.write_text(json.dumps(journal | {"start": "another"} | changes))
+
+    def test_after_a_restart_there_is_still_time_to_confirm(self):
+        for clock in (time.time() + 500, 1e12):  # a clock that was set back knows no better
+            with self.subTest(clock=clock):
+                self.setUp()
+                self.restarted(clock=int(clock))
+                self.assertEqual(start("recover").returncode, 3)
+                self.assertNotEqual(self.state(), self.old)
+                self.silent("confirm")
+
+    def test_after_a_restart_the_watch_goes_on(self):
+        self.restarted(clock=int(time.time()) + 2)
+        self.assertEqual(start("recover").returncode, 3)
+        wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        self.assertEqual(self.state()[IMAGE], self.old[IMAGE])
+
+    def test_after_a_restart_the_running_panel_is_taken_back_too(self):
+        """It was started with the new settings, although they were not imported with --now."""
+        self.restarted(clock=int(time.time()) - 1)
+        before = len(self.lines())
+        self.assertIn("confirmed", self.one_line(start("recover").stderr))
+        self.assertIn("ifconfig eth0 192.168.1.10", self.lines()[before:])
+        self.assertEqual(self.state()[IMAGE], self.old[IMAGE])
+
+    def test_seconds_that_do_not_fit_change_nothing(self):
+        for text in ("0", "-1", "86401", "soon", "1.5"):
+            with self.subTest(text=text):
+                self.assertIn("86400", self.complaint(2, "import", "-", f"--confirm={text}",
+                                                      input=json.dumps(OTHER).encode()))
+                self.assertEqual(self.state(), self.old)
+
+    def test_dry_run_waits_for_nothing(self):
+        self.imported(OTHER, "--dry-run", "--now", "--confirm=5")
+        self.assertFalse(JOURNAL.exists())
+
+
 class Guide(TransferTest):
     """The commands of the guide, as they stand there."""
 
@@ -350,11 +567,15 @@ class Guide(TransferTest):
         environment = {"PATH": f"{pathlib.Path(PROGRAM).parent}:/usr/bin:/bin"}
         (self.folder / "panel.json").write_text(json.dumps(OTHER))
         for line in lines:
+            if "--confirm" in line:  # there has to be something to confirm
+                (self.folder / "panel.json").write_text(json.dumps(OTHER))
             with self.subTest(line=line):
                 done = subprocess.run(["sh", "-c", line], cwd=self.folder, env=environment,
                                       capture_output=True, check=False)
-                self.assertIn(done.returncode, (0, 3))
+                self.assertIn(done.returncode, (0, 3), done.stderr)
                 self.assertEqual(done.stderr, b"")
+                if "--confirm" in line:
+                    self.assertTrue(JOURNAL.exists())
 
     def test_file_of_the_guide_can_be_imported(self):
         guide = (ROOT / "docs" / "commissioning.md").read_text()
