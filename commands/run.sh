@@ -6,11 +6,19 @@ usage_run() {
   display, otherwise in the browser page whose address is printed
     --size WxH       screen of the panel in pixels (default 1024x600)
     --adapters 1|2   Ethernet adapters of the panel (default 2)
-    --fresh          start with a new device
+    --fresh          start with a new device; its language is yours, Chinese or English
     --state DIR      folder in which the device is kept
                      (default: panel-settings in $XDG_STATE_HOME or ~/.local/state)
     --inspect        a page beside it shows commands, notices, registers and changed bytes
 END
+}
+
+# language_of_user: the language of a new device, of the two it has.
+language_of_user() {
+    case ${LC_ALL:-${LC_MESSAGES:-${LANG:-}}} in
+    zh*) echo chinese ;;
+    *) echo english ;;
+    esac
 }
 
 panel_run() {
@@ -38,5 +46,5 @@ panel_run() {
     install_packages build run
     build release SettingsPlugin panelctl panel-host
     exec "$root/simulator/run" --build "$root/build/release" --state "$state" --size "$size" \
-        --adapters "$adapters" "${switches[@]}"
+        --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
 }

@@ -170,7 +170,7 @@ class Words(Machine):
     def test_a_value_may_follow_its_option_after_an_equals_sign(self):
         self.succeed("run", "--size=800x480", "--adapters=1", f"--state={self.folder}/a=b c")
         self.assertTrue(self.calls()[-1].endswith(
-            f"--state {self.folder}/a=b c --size 800x480 --adapters 1"))
+            f"--state {self.folder}/a=b c --size 800x480 --adapters 1 --language english"))
         self.succeed("fuzz", "--seconds=5", "resolver")
         self.assertTrue(self.calls()[-1].endswith("--seconds 5 resolver"))
         self.assert_refused(["soak", "--seed="], "not ''")
@@ -200,14 +200,24 @@ class Run(Machine):
         self.assertEqual(
             self.started_with(),
             f"simulator-run --build {self.project}/build/release "
-            f"--state {self.home}/.local/state/panel-settings --size 1024x600 --adapters 2")
+            f"--state {self.home}/.local/state/panel-settings --size 1024x600 --adapters 2 "
+            "--language english")
 
     def test_hands_the_options_on(self):
         self.assertEqual(
             self.started_with("--fresh", "--size", "800x480", "--adapters", "1", "--state",
                               str(self.folder / "my device")),
             f"simulator-run --build {self.project}/build/release "
-            f"--state {self.folder}/my device --size 800x480 --adapters 1 --fresh")
+            f"--state {self.folder}/my device --size 800x480 --adapters 1 "
+            "--language english --fresh")
+
+    def test_a_new_device_speaks_the_language_of_its_user(self):
+        for variables, language in (
+                ({}, "english"), ({"LANG": "zh_CN.UTF-8"}, "chinese"), ({"LANG": "C.UTF-8"}, "english"),
+                ({"LANG": "de_DE.UTF-8", "LC_MESSAGES": "zh_TW.UTF-8"}, "chinese"),
+                ({"LANG": "zh_CN.UTF-8", "LC_ALL": "C.UTF-8"}, "english")):
+            with self.subTest(variables=variables):
+                self.assertIn(f" --language {language}", self.started_with(**variables))
 
     def test_asks_for_the_inspector(self):
         self.assertTrue(self.started_with("--inspect").endswith(" --inspect"))

@@ -173,6 +173,21 @@ class Journey(unittest.TestCase):
     def texts(self, operator):
         return {widget["text"] for widget in operator.widgets()}
 
+    def test_a_new_device_may_be_english_from_the_start(self):
+        operator = self.panel.start("--language", "english")
+        self.open_settings(operator)
+        wait_for(lambda: {"System Settings", "General", "Restart"} <= self.texts(operator),
+                 "the English texts")
+        operator.press_widget(name="Chinese")
+        wait_for(lambda: "系统设置" in self.texts(operator), "the Chinese texts")
+        operator.close()
+        self.panel.stop()
+        # It keeps what its operator chose.
+        operator = self.panel.start("--language", "english")
+        self.open_settings(operator)
+        wait_for(lambda: "系统设置" in self.texts(operator), "the Chinese texts again")
+        operator.close()
+
     def test_language_brightness_and_buzzer_are_as_left_after_a_restart(self):
         chinese = {"系统设置", "通用设置", "网络设置", "重启", "亮度：", "日期与时间：", "蜂鸣器：", "修改"}
         english = {"System Settings", "General", "Network", "Restart", "Brightness:",
