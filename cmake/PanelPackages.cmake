@@ -4,14 +4,8 @@ set(PANEL_MAINTAINER "The panel-settings authors <panel-settings@example.com>"
     CACHE STRING "Whom the packages name as their maintainer")
 
 # Debian wants its own kind of changelog beside ours; it has one entry, with the date of the release.
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
-file(STRINGS CHANGELOG.md releases REGEX "^## [0-9.]+ \\([0-9-]+\\)$")
-list(GET releases 0 newest)
-if(NOT newest MATCHES "^## ${PROJECT_VERSION} \\((.*)\\)$")
-  message(FATAL_ERROR "CHANGELOG.md begins with '${newest}', the project is ${PROJECT_VERSION}")
-endif()
 execute_process(
-  COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C date --utc --rfc-email --date ${CMAKE_MATCH_1}
+  COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C date --utc --rfc-email --date ${PANEL_RELEASE_DATE}
   OUTPUT_VARIABLE release_date OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 configure_file(cmake/debian-changelog.in debian/changelog @ONLY)
 execute_process(
@@ -37,6 +31,9 @@ set(CPACK_COMPONENTS_ALL plugin dev)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PanelPackagePermissions.cmake)
+configure_file(cmake/PanelPackageEnvironment.cmake.in PanelPackageEnvironment.cmake @ONLY)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/PanelPackageFrame.cmake)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/PanelPackageEnvironment.cmake)
 set(CPACK_PACKAGE_CONTACT ${PANEL_MAINTAINER})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own, the first line below
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -61,5 +58,9 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_DEV_DESCRIPTION
 "system settings of an operator panel (development files)
 The interface through which a panel's runtime asks the settings plugin for
-its dialog, its CMake package, and the guide for hosts with an example.")
+its dialog, its CMake package, and the guide for hosts with an example; the library's
+headers of files, registers, device records and flash.
+.
+Whatever shows the dialog sets the network of the machine it runs on, the
+example too: run it as root on a panel only.")
 include(CPack)

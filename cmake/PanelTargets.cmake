@@ -4,11 +4,23 @@
 add_library(panel_flags INTERFACE)
 target_compile_features(panel_flags INTERFACE cxx_std_17)
 target_compile_options(panel_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Werror
+  -Wall -Wextra -Wpedantic -Wconversion -Wformat=2 -Wtype-limits -Waddress-of-packed-member -Werror
+  # clang calls these otherwise or has none.
+  $<$<CXX_COMPILER_ID:GNU>:-Wcast-align=strict>
+  $<$<CXX_COMPILER_ID:GNU>:-Wformat-signedness>
   # Qt's template statics would be emitted as unique symbols, which pin a library in
   # memory: a host could then never unload the plugin.
   # The other compiler makes none of those.
   $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+# No file of ours names the folder it was built in: the packages are the same from everywhere. A
+# debugger is to find the sources, though. The later one counts for a build below the sources.
+target_compile_options(panel_flags INTERFACE
+  $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
+  $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>)
+# Files dated after January 2038, and those of more than 2 GiB, on 32 bits as well.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(panel_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 target_compile_definitions(panel_flags INTERFACE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
 if(PANEL_SANITIZE)
   target_compile_options(panel_flags INTERFACE

@@ -17,11 +17,9 @@ struct Waker : QObject // the press that ends the dark lights the panel and does
 
     bool eventFilter(QObject*, QEvent* event) override
     {
-        if (!dark || event->type() != QEvent::MouseButtonPress) {
-            return false;
-        }
-        dark = false;
-        return QMetaObject::invokeMethod(settings, "backLightOn");
+        const bool wakes = dark && event->type() == QEvent::MouseButtonPress;
+        dark = dark && !wakes;
+        return wakes && QMetaObject::invokeMethod(settings, "backLightOn");
     }
 };
 
@@ -31,9 +29,12 @@ int main(int argc, char** argv)
     QApplication::setQuitOnLastWindowClosed(false); // a runtime goes on without the settings
     QPluginLoader loader(QString::fromLocal8Bit(argv[argc - 1]));
     loader.setLoadHints(QLibrary::LoadHints()); // by default, Qt never lets go of a plugin
-    auto* plugin = qobject_cast<SettingsInterface*>(loader.instance());
+    const bool isRisky = argc < 3 && geteuid() == 0 && access("/root/plat-intf/readee", X_OK) != 0;
+    auto* plugin = isRisky ? nullptr : qobject_cast<SettingsInterface*>(loader.instance());
     if (!plugin) {
-        qCritical("no settings plugin: %s", qPrintable(loader.errorString()));
+        qCritical("no settings plugin: %s",
+                  isRisky ? "no panel: root would change its network; to do so: --here PLUGIN"
+                          : qPrintable(loader.errorString()));
         return 1;
     }
     // Before the dialog, which sends notices while it is made; writable, so that it never ends.

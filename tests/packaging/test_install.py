@@ -6,6 +6,7 @@ import os
 import pathlib
 import re
 import shutil
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -182,6 +183,29 @@ class Library(Folder):
                           "record tool 0 0"])
         self.assertEqual((device / "hmi_data" / "sfw.dat").read_bytes()[169], 1)
         self.assertEqual((device / "state" / "image").read_bytes()[29:31], bytes([76, 0]))
+
+
+class NoPanel(Folder):
+    """The example on a machine that is no panel: its root would lose the network."""
+
+    def start(self, *words, as_user=0):
+        """Starts the example where there are no platform tools, and no way to a network either."""
+        example = BUILD / "tests" / "packaging" / "example_host"
+        result = subprocess.run(
+            ["bwrap", "--unshare-all", "--uid", str(as_user), "--gid", "0", "--dev-bind", "/", "/",
+             "--tmpfs", "/root", "--ro-bind", BUILD, "/mnt", "--cap-drop", "ALL",
+             "--setenv", "QT_QPA_PLATFORM", "offscreen", "--setenv", "QT_FORCE_STDERR_LOGGING", "1",
+             "/mnt" / example.relative_to(BUILD), *words, "/nowhere/libNone.so"],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+        self.assertEqual(result.returncode, 1, result.stdout)
+        return result.stdout
+
+    def test_root_is_refused_unless_told(self):
+        refusal = "no panel: root would change its network"
+        self.assertIn(refusal, self.start())
+        for output in (self.start("--here"), self.start(as_user=1000)):
+            self.assertNotIn(refusal, output)
+            self.assertIn("library was not found", output)  # it has looked for the plugin
 
 
 class ForeignLibrary(Folder):

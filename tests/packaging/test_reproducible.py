@@ -1,0 +1,93 @@
+"""The same source gives the same bytes: the library, panelctl and both packages, built once more in
+another folder, by another user with other habits, out of files of another age."""
+
+import hashlib
+import os
+import pathlib
+import re
+import shutil
+import sys
+import tempfile
+import unittest
+
+from foreign_host import PANELCTL, PLUGIN, ROOT, run
+
+BUILD = pathlib.Path(sys.argv.pop(1))
+LONG_AGO = 1_000_000_000  # 2001
+# Neither the name of a folder nor that of a user is part of what is built.
+FOLDER = "another place 家"
+OTHER_USER = ("bwrap", "--dev-bind", "/", "/", "--unshare-user", "--uid", "4711", "--gid", "4711")
+HABITS = {"HOME": "/nowhere", "USER": "somebody", "LOGNAME": "somebody", "TZ": "Asia/Shanghai"}
+
+
+def copy_sources(folder):
+    """The sources as they are, committed or not, with the history that tells their date."""
+    run("git", "clone", "--quiet", "--no-checkout", "--shared", ROOT, folder)
+    names = run("git", "-C", ROOT, "ls-files", "-z", "--cached", "--others", "--exclude-standard")
+    for name in filter(None, names.split("\0")):
+        if (ROOT / name).exists():
+            (folder / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(ROOT / name, folder / name, follow_symlinks=False)
+            os.utime(folder / name, (LONG_AGO, LONG_AGO), follow_symlinks=False)
+
+
+def cached(*names):
+    """Options that hand settings of the build on to another one."""
+    lines = (BUILD / "CMakeCache.txt").read_text().splitlines()
+    settings = dict(re.split(":[A-Z]+=", line, maxsplit=1) for line in lines
+                    if re.match(r"[A-Z_]+:[A-Z]+=", line))
+    return [f"-D{name}={settings[name]}" for name in names]
+
+
+def packages(build, folder, *before, **settings):
+    """Has the packages of a build made; returns their contents by name."""
+    run(*before, "cpack", "--config", build / "CPackConfig.cmake", "-B", folder, **settings)
+    return {path.name: path.read_bytes() for path in folder.glob("*.deb")}
+
+
+class Reproducible(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="reproducible-test.")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def build_elsewhere(self):
+        """The packages as somebody else makes them."""
+        source = self.folder / FOLDER
+        copy_sources(source)
+        # No compiler cache: it would give us what the first build made. No locale either.
+        kept = {name: os.environ[name] for name in ("PATH", "SOURCE_DATE_EPOCH") if name in os.environ}
+        somebody = {"env": {**kept, **HABITS, "CCACHE_DISABLE": "1"}, "umask": 0o077}
+        build = source / "build"
+        run(*OTHER_USER, "cmake", "-S", source, "-B", build, "-G", "Ninja", "-DPANEL_SIMULATOR=OFF",
+            "-DBUILD_TESTING=OFF", *cached("CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER",
+                                           "CMAKE_CXX_FLAGS"), **somebody)
+        run(*OTHER_USER, "nice", "cmake", "--build", build, **somebody)
+        return packages(build, self.folder / f"packages {FOLDER}", *OTHER_USER, **somebody)
+
+    def members(self, name, content):
+        """The files in a package, by their names, as checksums."""
+        package = self.folder / name
+        package.write_bytes(content)
+        root = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
+        run("dpkg-deb", "--raw-extract", package, root / "root")
+        return {str(path.relative_to(root / "root")): hashlib.sha256(path.read_bytes()).hexdigest()
+                for path in (root / "root").rglob("*") if path.is_file()}
+
+    def test_packages_are_the_same_from_everywhere(self):
+        here = packages(BUILD, self.folder / "packages")
+        there = self.build_elsewhere()
+        self.assertEqual(len(here), 2)
+        self.assertEqual(set(here), set(there))
+        seen = set()
+        for name, content in here.items():
+            with self.subTest(package=name):
+                files = self.members(name, content)
+                self.assertEqual(files, self.members(name, there[name]))
+                self.assertTrue(content == there[name], "the files are the same, their frame is not")
+                seen |= set(files)
+        self.assertLessEqual({f"usr/{PLUGIN}", f"usr/{PANELCTL}"}, seen)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
