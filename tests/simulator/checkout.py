@@ -62,8 +62,10 @@ class Checkout:
         return [*(lower if self._lower else []), *command]
 
     def environment(self):
-        """What that person's programs are told."""
-        return {"PATH": os.environ["PATH"], "HOME": str(self.home), "TMPDIR": str(self.scratch)}
+        """What that person's programs are told. The system's own come first: those of the one who
+        tests may be closed to others."""
+        return {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "HOME": str(self.home),
+                "TMPDIR": str(self.scratch)}
 
     def run(self, *command, **settings):
         """Runs a command as that person and returns what came of it."""
