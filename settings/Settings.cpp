@@ -10,11 +10,11 @@
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
 #include "regstore/NamedRegister.h"
+#include "settings/TitleShadow.h"
 #include "ui_Settings.h"
 
 #include <QEvent>
 #include <QFont>
-#include <QGraphicsDropShadowEffect>
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
@@ -39,6 +39,14 @@ constexpr QLatin1String closeStyle = "QPushButton{border-image: url(:/Resources/
                                      "background-color: rgba(255, 255, 255, 0);color:white;}"_l1;
 constexpr QLatin1String frameStyle = "QFrame#settingsFrame{background-color: rgb(163, 198, "
                                      "218);border: 0px solid rgb(163, 198, 218)}"_l1;
+constexpr QLatin1String generalPageStyle =
+    "QWidget#generalSettingsListWidget{border: 2px;background:rgb(246, 246, 246);"
+    "border-top-left-radius: 8px;border-top-right-radius: 8px;}"_l1;
+constexpr QLatin1String networkAreaStyle =
+    "QWidget#titleobject{background-color:qlineargradient(spread:pad,x1:0,y1:0,x2:0,y2:1,stop:0 "
+    "#1cc3ff,stop:1 #2b39ff);color:white;border:0px;}"_l1;
+constexpr QLatin1String networkPageStyle =
+    "QWidget#networkSettingsListWidget{border-image:url(:/Resources/background.png);border:0px}"_l1;
 constexpr QLatin1String buttonBarStyle =
     "QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: 0px solid "
     "rgb(163, 198, 218);}"_l1;
@@ -62,6 +70,14 @@ QString languageFace(const char* side, bool selected)
     return QString::fromLatin1("QPushButton{border-image: url(:/Resources/%1_%2.png); color:white}")
         .arg(QLatin1String(side),
              selected ? QLatin1String("selected") : QLatin1String("unselected"));
+}
+
+/// Gives a widget its style sheet unless it has it: Qt would style it again all the same.
+void showStyle(QWidget& widget, const QString& styleSheet)
+{
+    if (widget.styleSheet() != styleSheet) {
+        widget.setStyleSheet(styleSheet);
+    }
 }
 
 int primaryScreenWidth()
@@ -258,11 +274,13 @@ void Settings::setTitleBar()
     ui->label->setAlignment(Qt::AlignLeft | Qt::AlignBottom | Qt::AlignVCenter);
     ui->label->setMargin(10);
 
-    auto* shadow = new QGraphicsDropShadowEffect(this);
-    shadow->setOffset(0, 0);
-    shadow->setColor(Qt::black);
-    shadow->setBlurRadius(5);
-    ui->widget->setGraphicsEffect(shadow); // deletes the one before
+    if (!ui->widget->graphicsEffect()) {
+        auto* shadow = new TitleShadow(this);
+        shadow->setOffset(0, 0);
+        shadow->setColor(Qt::black);
+        shadow->setBlurRadius(5);
+        ui->widget->setGraphicsEffect(shadow);
+    }
 
     ui->networkPage->setContentsMargins(0, 20, 0, 0);
     ui->generalSettingsPage->setContentsMargins(0, 20, 0, 0);
@@ -276,7 +294,7 @@ void Settings::setTitleBarButtons()
 
     m_closeButton.setParent(ui->settingsFrame);
     m_closeButton.move(m_screenWidth - 55, 15);
-    m_closeButton.setStyleSheet(closeStyle);
+    showStyle(m_closeButton, closeStyle);
     m_closeButton.setFixedSize(40, 40);
     m_closeButton.setVisible(m_wr1.settings_close_hidden == 0);
 
@@ -301,14 +319,19 @@ void Settings::setLanguageButton(QPushButton& button, int x, const QString& name
 void Settings::setLanguageFaces()
 {
     const bool chinese = m_language == Chinese;
-    m_chineseButton.setStyleSheet(languageFace("left", chinese));
-    m_englishButton.setStyleSheet(languageFace("right", !chinese));
+    showStyle(m_chineseButton, languageFace("left", chinese));
+    showStyle(m_englishButton, languageFace("right", !chinese));
 }
 
 void Settings::setSettingsFrame()
 {
     ui->settingsFrame->setObjectName(QLatin1String("settingsFrame"));
+    // From the outside in, and before the pages fill: a sheet that is set later, and a page with a
+    // sheet that moves, make Qt style everything below it again.
     ui->settingsFrame->setStyleSheet(frameStyle);
+    ui->generalSettingsListWidget->setStyleSheet(generalPageStyle);
+    ui->networkPage->setStyleSheet(networkAreaStyle);
+    ui->networkSettingsListWidget->setStyleSheet(networkPageStyle);
 }
 
 void Settings::setGeneralSettingsList()

@@ -2,6 +2,7 @@
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
 #include "settings/Settings.h"
+#include "settings/TitleShadow.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
 
@@ -137,6 +138,9 @@ private slots:
     void widgetTree_isComplete();
     void form_hasItsSizeAndMargins();
     void titleBar_looksAsDocumented();
+    void titleShadow_looksLikeQts_data();
+    void titleShadow_looksLikeQts();
+    void titleShadow_isTheSameAfterARefresh();
     void titleButtons_standAtTheirPlaces();
     void languageFaces_followTheLanguage_data();
     void languageFaces_followTheLanguage();
@@ -334,6 +338,51 @@ void TestSettings::titleBar_looksAsDocumented()
     QCOMPARE(shadow->offset(), QPointF(0, 0));
     QCOMPARE(shadow->color(), QColor(Qt::black));
     QCOMPARE(shadow->blurRadius(), 5.0);
+}
+
+void TestSettings::titleShadow_looksLikeQts_data()
+{
+    QTest::addColumn<QSize>("size");
+    for (const QSize size : {QSize(800, 98), QSize(1024, 98), QSize(1023, 97), QSize(70, 80)}) {
+        QTest::addRow("%dx%d", size.width(), size.height()) << size;
+    }
+}
+
+void TestSettings::titleShadow_looksLikeQts()
+{
+    QFETCH(QSize, size);
+    // A bar with a text on a page, as in the window; the bar stands away from the page's edges,
+    // too.
+    const auto picture = [size](QGraphicsDropShadowEffect* shadow, QPoint place) {
+        QWidget page;
+        page.setStyleSheet(QStringLiteral("background:rgb(163, 198, 218)"));
+        page.resize(size + QSize(40, 40));
+        auto* bar = new QWidget(&page);
+        bar->setStyleSheet(QStringLiteral("background:rgb(96, 157, 191);color:white"));
+        bar->setGeometry(QRect(place, size));
+        auto* text = new QLabel(QStringLiteral("Title"), bar);
+        text->move(12, 12); // Qt rounds a letter otherwise that the edge of the screen cuts
+        shadow->setOffset(0, 0);
+        shadow->setColor(Qt::black);
+        shadow->setBlurRadius(5);
+        bar->setGraphicsEffect(shadow);
+        page.grab();
+        text->setText(QStringLiteral("Another"));
+        text->adjustSize();
+        return page.grab().toImage();
+    };
+    for (const QPoint place : {QPoint(0, 0), QPoint(20, 15)}) {
+        QCOMPARE(picture(new TitleShadow, place), picture(new QGraphicsDropShadowEffect, place));
+    }
+}
+
+void TestSettings::titleShadow_isTheSameAfterARefresh()
+{
+    const auto dialog = makeDialog();
+    const auto* bar = dialog->findChild<QWidget*>(QStringLiteral("widget"));
+    const QGraphicsEffect* shadow = bar->graphicsEffect();
+    dialog->updateLanguage(Settings::English);
+    QCOMPARE(bar->graphicsEffect(), shadow); // or it would be blurred again
 }
 
 void TestSettings::titleButtons_standAtTheirPlaces()
