@@ -202,7 +202,7 @@ const std::vector<Command>& all()
          0,
          {},
          {Option::Json},
-         "Prints everything that is where: records, fields, areas and registers.",
+         "Prints everything that is where: records, fields, areas, registers, adapters, settings.",
          Commands::tables,
          false},
         {"complete",

@@ -104,22 +104,15 @@ class Registers(unittest.TestCase):
              row.get("name")) for row in TABLES["registers"] if ("name" in row) == used])
 
     def test_adapters_areThoseOfTheTable(self):
-        table = (ROOT / "adapters" / "AdapterTable.h").read_text(encoding="utf-8")
-        table = table[table.index("adapterTable = {{"):]
-        ids = {row["name"].replace("_", "").lower(): str(row["id"])
-               for row in TABLES["registers"] if "name" in row}
-        quads = {(field, ids[name.lower()]) for field, name in re.findall(
-            r"offsetof\(EEInfoDetail::Flash_WR_1, (\w+)\),\s+Registers::(\w+)", table)}
-        bits = [tuple(ids[name.lower()] for name in pair) for pair in re.findall(
-            r"^\s+Registers::(\w+),\s+Registers::(\w+)\}", table, re.M)]
-        self.assertEqual((len(quads), len(bits)), (6, 2))
-        rows = DOCUMENT["Adapters"]
-        self.assertEqual({(code(row["Record field"]), row["Register"]) for row in rows
-                          if row["Record field"]}, quads)
-        self.assertEqual({(code(row["Adapter"]), row["Value"], row["Register"]) for row in rows
-                          if not row["Record field"]},
-                         {(f"eth{adapter}", value, pair[at]) for adapter, pair in enumerate(bits)
-                          for at, value in enumerate(("switched off", "dynamic"))})
+        quads = {"address": "ip", "subnet mask": "mask", "gateway": "gateway"}
+        bits = {"switched off": "off", "dynamic": "dhcp"}
+        self.assertEqual(
+            {(code(row["Adapter"]), row["Value"], row["Record field"], row["Register"])
+             for row in DOCUMENT["Adapters"]},
+            {(row["name"], value, f"`{row[part]['field']}`", str(row[part]["register"]))
+             for row in TABLES["adapters"] for value, part in quads.items()} |
+            {(row["name"], value, "", str(row[part]))
+             for row in TABLES["adapters"] for value, part in bits.items()})
 
     def test_registersWithNotice_areThoseThatAreAnnounced(self):
         documented = {code(row["Name"]): row["Notice"] == "yes"

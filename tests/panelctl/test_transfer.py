@@ -13,7 +13,7 @@ import unittest
 
 import jsonschema
 from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, PROGRAM, REGISTER_PIPE, REGISTERS,
-                                                  RESOLVER, WAIT_S, PanelTest, patched, start, wait_for)
+                         RESOLVER, TABLES, WAIT_S, PanelTest, patched, start, wait_for)
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
@@ -130,6 +130,10 @@ class Export(TransferTest):
         eth1 = seen["network"]["eth1"]
         self.assertEqual((eth1["gateway"], eth1["dhcp"], eth1["off"], eth1["dns"]),
                          ("192.168.2.9", True, True, ["1.1.1.1", "2.2.2.2"]))
+
+    def test_settings_are_those_of_the_tables(self):
+        self.assertEqual(set(places(self.exported("--identity"))) - {"version"},
+                         {row["place"] for row in TABLES["settings"]})
 
     def test_panel_with_one_adapter_has_nothing_of_a_second(self):
         IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
