@@ -9,7 +9,8 @@
 
 namespace {
 
-bool formatList(char (&line)[ShellLine::bufferBytes], const char* pattern, va_list arguments)
+__attribute__((format(printf, 2, 0))) bool formatList(char (&line)[ShellLine::bufferBytes],
+                                                      const char* pattern, va_list arguments)
 {
     std::memset(line, 0, sizeof line);
     const int length = std::vsnprintf(line, sizeof line, pattern, arguments);
