@@ -43,6 +43,7 @@ show_steps() {
     : >"$2"
     while IFS= read -r line; do
         case $line in
+        'panel-step 0 '*) ;; # what it finds out before it begins
         'panel-step '*)
             read -r _ now all _ <<<"$line"
             progress "$1" "$now of $all steps"

@@ -548,7 +548,8 @@ class Progress(Machine):
     def test_steps_of_a_build_are_told_and_nothing_that_is_nobodys(self):
         self.stand_in("cmake", CONFIGURE + """
             [ $1 = --build ] || exit 0
-            echo "ninja: Entering directory"; echo "${NINJA_STATUS:+panel-step 1 2 Building x.o}"
+            echo "ninja: Entering directory"
+            echo "panel-step 0 2 Re-checking globbed directories..."; echo "${NINJA_STATUS:+panel-step 1 2 Building x.o}"
             echo "panel-step 2 2 Linking x"; echo "ninja: no work to do." """)
         output = self.succeed("run").splitlines()
         self.assertEqual(output, ["panel: configuring: release",
