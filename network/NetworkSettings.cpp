@@ -249,27 +249,27 @@ NetworkSettings::networkIndexType NetworkSettings::senderAdapter(const QObject& 
 
 bool NetworkSettings::isConfigIp(networkIndexType adapter, QLineEdit* edit) const
 {
-    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Ip).contains(edit);
+    return isAdapter(int(adapter)) && pane(adapter).row(AdapterPane::Ip).contains(edit);
 }
 
 bool NetworkSettings::isConfigMask(networkIndexType adapter, QLineEdit* edit) const
 {
-    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Mask).contains(edit);
+    return isAdapter(int(adapter)) && pane(adapter).row(AdapterPane::Mask).contains(edit);
 }
 
 bool NetworkSettings::isConfigGateway(networkIndexType adapter, QLineEdit* edit) const
 {
-    return isAdapter(adapter) && pane(adapter).row(AdapterPane::Gateway).contains(edit);
+    return isAdapter(int(adapter)) && pane(adapter).row(AdapterPane::Gateway).contains(edit);
 }
 
 bool NetworkSettings::isConfigFirstDns(networkIndexType adapter, QLineEdit* edit) const
 {
-    return isAdapter(adapter) && pane(adapter).row(AdapterPane::FirstDns).contains(edit);
+    return isAdapter(int(adapter)) && pane(adapter).row(AdapterPane::FirstDns).contains(edit);
 }
 
 bool NetworkSettings::isConfigBackupDns(networkIndexType adapter, QLineEdit* edit) const
 {
-    return isAdapter(adapter) && pane(adapter).row(AdapterPane::BackupDns).contains(edit);
+    return isAdapter(int(adapter)) && pane(adapter).row(AdapterPane::BackupDns).contains(edit);
 }
 
 void NetworkSettings::updateSystemAndSaveToEE(networkIndexType adapter, QLineEdit* edit)
@@ -307,21 +307,21 @@ void NetworkSettings::setMask(networkIndexType adapter, QString mask)
 
 void NetworkSettings::setIPToEE(networkIndexType adapter, unsigned int value)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         store(adapterTable.at(adapter).ip, value, Settings::WR1_IP);
     }
 }
 
 void NetworkSettings::setMaskToEE(networkIndexType adapter, unsigned int value)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         store(adapterTable.at(adapter).mask, value, Settings::WR1_MASK);
     }
 }
 
 void NetworkSettings::setGatewayToEE(networkIndexType adapter, unsigned int value)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         store(adapterTable.at(adapter).gateway, value, Settings::WR1_GATEWAY);
     }
 }
@@ -340,45 +340,46 @@ QStringList NetworkSettings::stored(const StoredQuad& place) const
 
 QStringList NetworkSettings::getIPFromEE(networkIndexType adapter)
 {
-    return isAdapter(adapter) ? state(adapter).ip = stored(adapterTable.at(adapter).ip)
-                              : QStringList();
+    return isAdapter(int(adapter)) ? state(adapter).ip = stored(adapterTable.at(adapter).ip)
+                                   : QStringList();
 }
 
 QStringList NetworkSettings::getMaskFromEE(networkIndexType adapter)
 {
-    return isAdapter(adapter) ? state(adapter).mask = stored(adapterTable.at(adapter).mask)
-                              : QStringList();
+    return isAdapter(int(adapter)) ? state(adapter).mask = stored(adapterTable.at(adapter).mask)
+                                   : QStringList();
 }
 
 QStringList NetworkSettings::getGatewayFromEE(networkIndexType adapter)
 {
-    return isAdapter(adapter) ? state(adapter).gateway = stored(adapterTable.at(adapter).gateway)
-                              : QStringList();
+    return isAdapter(int(adapter))
+               ? state(adapter).gateway = stored(adapterTable.at(adapter).gateway)
+               : QStringList();
 }
 
 QStringList NetworkSettings::getMacFromEE(networkIndexType adapter)
 {
-    return isAdapter(adapter) ? state(adapter).mac = AddressRecord::mac(m_record, int(adapter))
-                              : QStringList();
+    return isAdapter(int(adapter)) ? state(adapter).mac = AddressRecord::mac(m_record, int(adapter))
+                                   : QStringList();
 }
 
 void NetworkSettings::updateIPData(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).showValue(AdapterPane::Ip, getIPFromEE(adapter));
     }
 }
 
 void NetworkSettings::updateMaskData(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).showValue(AdapterPane::Mask, getMaskFromEE(adapter));
     }
 }
 
 void NetworkSettings::updateGatewayData(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).showValue(AdapterPane::Gateway, getGatewayFromEE(adapter));
     }
 }
@@ -451,7 +452,7 @@ void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
     for (const networkIndexType candidate : {Eth0, Eth1}) {
         adapter = sender() == &pane(candidate).modeBox() ? candidate : adapter;
     }
-    if (!isAdapter(adapter)) {
+    if (!isAdapter(int(adapter))) {
         return;
     }
     if (dynamic) {
@@ -515,7 +516,7 @@ void NetworkSettings::replaceDns(QFile& file, networkIndexType adapter, dnsType 
 
 QStringList NetworkSettings::getDNSFromSys(networkIndexType adapter, dnsType type)
 {
-    if (!isAdapter(adapter) || type > BackupDns) {
+    if (!isAdapter(int(adapter)) || type > BackupDns) {
         return {};
     }
     ResolverFile::makeMissing();
@@ -532,7 +533,7 @@ void NetworkSettings::setDNSToSys(networkIndexType adapter, dnsType type, QStrin
 
 void NetworkSettings::updateDNSData(networkIndexType adapter, dnsType type)
 {
-    if (isAdapter(adapter) && type <= BackupDns) {
+    if (isAdapter(int(adapter)) && type <= BackupDns) {
         pane(adapter).showValue(type == FirstDns ? AdapterPane::FirstDns : AdapterPane::BackupDns,
                                 getDNSFromSys(adapter, type));
     }
@@ -581,14 +582,14 @@ void NetworkSettings::onSetDefaultGateway()
 
 void NetworkSettings::updateDefaultGateway(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).showGateway(tr("Gateway:") + DottedQuad::join(m_defaultGateway));
     }
 }
 
 void NetworkSettings::updateDefaultNetwork(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).showNetwork(tr("Network:"));
     }
 }
@@ -610,7 +611,7 @@ void NetworkSettings::onDisableNetworkSwitched()
 
 void NetworkSettings::disableNetworkConfig(networkIndexType adapter, int applies)
 {
-    if (!isAdapter(adapter)) {
+    if (!isAdapter(int(adapter))) {
         return;
     }
     state(adapter).dhcpPoll.stop();
@@ -627,7 +628,7 @@ void NetworkSettings::disableNetworkConfig(networkIndexType adapter, int applies
 
 void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
 {
-    if (!isAdapter(adapter)) {
+    if (!isAdapter(int(adapter))) {
         return;
     }
     const bool dynamic = AdapterMode::isDynamic(int(adapter));
@@ -657,7 +658,7 @@ void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
 
 void NetworkSettings::disableNetwork(networkIndexType adapter)
 {
-    if (isAdapter(adapter)) {
+    if (isAdapter(int(adapter))) {
         pane(adapter).blank();
         pane(adapter).setEditable(false);
     }
@@ -665,7 +666,7 @@ void NetworkSettings::disableNetwork(networkIndexType adapter)
 
 void NetworkSettings::enableNetwork(networkIndexType adapter)
 {
-    if (!isAdapter(adapter)) {
+    if (!isAdapter(int(adapter))) {
         return;
     }
     pane(adapter).setEditable(true);
