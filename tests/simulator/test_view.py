@@ -403,7 +403,8 @@ class Shown(unittest.TestCase):
         door = self.panel.run_folder().parent / "screen.socket"
         wait_for(door.exists, "the panel to be shown")
         noise = random.Random(2)
-        said = [*HOSTILE.values(), request(0, 0, 0, 65535, 65535) * 3000,
+        said = [*HOSTILE.values(), encodings(5) + request(0, 0, 0, 64, 64),
+                request(0, 0, 0, 65535, 65535) * 3000,
                 *(bytes([noise.choice((0, 2, 3, 4, 5, 6))]) + noise.randbytes(noise.randrange(300))
                   for _ in range(100))]
         for message in said:
