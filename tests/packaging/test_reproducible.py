@@ -13,6 +13,7 @@ import unittest
 from foreign_host import PANELCTL, PLUGIN, ROOT, run
 
 BUILD = pathlib.Path(sys.argv.pop(1))
+SETTINGS = ("CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER", "CMAKE_CXX_FLAGS", "CMAKE_CXX_FLAGS_RELEASE")
 LONG_AGO = 1_000_000_000  # 2001
 # Neither the name of a folder nor that of a user is part of what is built.
 FOLDER = "another place 家"
@@ -56,12 +57,12 @@ class Reproducible(unittest.TestCase):
         source = self.folder / FOLDER
         copy_sources(source)
         # No compiler cache: it would give us what the first build made. No locale either.
-        kept = {name: os.environ[name] for name in ("PATH", "SOURCE_DATE_EPOCH") if name in os.environ}
+        kept = {name: value for name, value in os.environ.items()
+                if name in ("PATH", "SOURCE_DATE_EPOCH")}
         somebody = {"env": {**kept, **HABITS, "CCACHE_DISABLE": "1"}, "umask": 0o077}
         build = source / "build"
         run(*OTHER_USER, "cmake", "-S", source, "-B", build, "-G", "Ninja", "-DPANEL_SIMULATOR=OFF",
-            "-DBUILD_TESTING=OFF", *cached("CMAKE_BUILD_TYPE", "CMAKE_CXX_COMPILER",
-                                           "CMAKE_CXX_FLAGS"), **somebody)
+            "-DBUILD_TESTING=OFF", *cached(*SETTINGS), **somebody)
         run(*OTHER_USER, "nice", "cmake", "--build", build, **somebody)
         return packages(build, self.folder / f"packages {FOLDER}", *OTHER_USER, **somebody)
 

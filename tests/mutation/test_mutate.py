@@ -1,0 +1,163 @@
+"""The tool behind `./panel mutate`: which mistakes it makes, and what it tells of them."""
+
+import importlib.machinery
+import importlib.util
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+TOOL = HERE / "mutate"
+sys.path.insert(0, str(HERE))
+from mistakes import of_lines  # noqa: E402
+
+TOY = {
+    "CMakeLists.txt": """cmake_minimum_required(VERSION 3.16)
+project(toy LANGUAGES CXX)
+enable_testing()
+add_library(device STATIC device/Limit.cpp)
+target_include_directories(device PUBLIC ${CMAKE_SOURCE_DIR})
+add_subdirectory(tests/device)
+add_executable(elsewhere tests/elsewhere.cpp)
+target_link_libraries(elsewhere PRIVATE device)
+add_test(NAME elsewhere COMMAND elsewhere)
+""",
+    "CMakePresets.json": """{"version": 3, "configurePresets": [{"name": "mutation",
+ "generator": "Ninja", "binaryDir": "${sourceDir}/build/mutation"}]}
+""",
+    ".gitignore": "build/\n",
+    "device/Limit.h": "bool isTested(int value);\nint ofOthers();\nint untested();\n",
+    "device/Limit.cpp": """#include "device/Limit.h"
+
+bool isTested(int value)
+{
+    return value > 7;
+}
+
+int ofOthers()
+{
+    return 300;
+}
+
+int untested()
+{
+    return 4000;
+}
+""",
+    "tests/device/CMakeLists.txt": """add_executable(test_device test.cpp)
+target_link_libraries(test_device PRIVATE device)
+add_test(NAME test_device COMMAND test_device)
+""",
+    "tests/device/test.cpp": """#include "device/Limit.h"
+int main() { return isTested(8) && !isTested(7) ? 0 : 1; }
+""",
+    "tests/elsewhere.cpp": """#include "device/Limit.h"
+int main() { return ofOthers() == 300 ? 0 : 1; }
+""",
+    "tests/mutation/equivalent.txt": """# comment
+
+device/Limit.cpp
+- return 4000;
++ return 4001;
+Nobody needs it so exactly.
+""",
+}
+
+
+def changes(path, *lines):
+    """What the lines of a file may be by mistake."""
+    return [tuple(line.strip() for line in mistake.after)
+            for mistakes in of_lines(path, list(lines)).values() for mistake in mistakes]
+
+
+def load_tool():
+    loader = importlib.machinery.SourceFileLoader("mutate", str(TOOL))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate", loader))
+    loader.exec_module(module)
+    return module
+
+
+class Mistakes(unittest.TestCase):
+    def test_each_kind(self):
+        cases = {
+            "    if (a < b) {": {("if (a <= b) {",), ("if (!(a < b)) {",)},
+            "    return a == b || c;": {("return a != b || c;",), ("return a == b && c;",)},
+            "    m_on = true;": {("m_on = false;",)},
+            "    ++at;": {("--at;",)},
+            "    x = 0x1F;": {("x = 0x20;",), ("x = 0x1e;",)},
+            "    x = 0;": {("x = 1;",)},
+            "    refresh();": {(";",)},
+            '    say = "Za"; // no "text"': {('say = "Zb"; // no "text"',)},
+        }
+        for line, expected in cases.items():
+            with self.subTest(line=line):
+                self.assertEqual(set(changes("room/File.cpp", line)), expected)
+
+    def test_two_calls_change_places(self):
+        self.assertIn(("show();", "fill();"), changes("a/B.cpp", "    fill();", "    show();"))
+
+    def test_what_is_no_code_stays(self):
+        for line in ("// if (a < 1)", '#include "a/B.h"', "/// true", "", "static_assert(a == 1);",
+                     "template <typename Take>", "    const QList<int>& list;"):
+            self.assertEqual(changes("room/File.cpp", line), [], line)
+        self.assertEqual(changes("room/File.h", "    void refresh();"), [])
+
+
+class Toy(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="mutate-test.")
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        for name, text in TOY.items():
+            (self.root / name).parent.mkdir(parents=True, exist_ok=True)
+            (self.root / name).write_text(text)
+        subprocess.run(["git", "init", "--quiet"], cwd=self.root, check=True)
+
+    def mutate(self, *words):
+        result = subprocess.run(["/usr/bin/python3", TOOL, "--root", self.root, *words],
+                                capture_output=True, text=True, check=False)
+        return result.returncode, result.stdout + result.stderr
+
+    def test_tells_who_noticed_and_who_did_not(self):
+        # Every mistake that there is: a relation and two for each constant, less one of no matter.
+        status, output = self.mutate("--count", "100", "--seed", "3", "device")
+        self.assertEqual(status, 1, output)
+        self.assertEqual(len(re.findall(r"^\d+/100 device/Limit.cpp:5 noticed$", output, re.M)), 3)
+        self.assertEqual(
+            len(re.findall(r"^\d+/100 device/Limit.cpp:10 noticed by others$", output, re.M)), 2)
+        self.assertIn("1 of 6 mistakes were not noticed:\n"
+                      "device/Limit.cpp:15\n    - return 4000;\n    + return 3999;\n", output)
+        self.assertRegex(output, r"(?m)^device +6 +3 +2 +83.3%$")
+        self.assertEqual((self.root / "device/Limit.cpp").read_text(), TOY["device/Limit.cpp"])
+
+    def test_ends_when_the_tests_fail_by_themselves(self):
+        (self.root / "tests/device/test.cpp").write_text("int main() { return 1; }\n")
+        status, output = self.mutate("--count", "1", "device")
+        self.assertEqual(status, 1)
+        self.assertIn("the tests in tests/device fail without a mistake", output)
+
+    def test_says_which_rooms_there_are(self):
+        self.assertIn("unknown room 'attic'; there are: device", self.mutate("attic")[1])
+
+
+class Limits(unittest.TestCase):
+    def test_what_hangs_is_ended_with_its_children(self):
+        with tempfile.TemporaryDirectory(prefix="mutate-test.") as folder:
+            began = time.monotonic()
+            child = pathlib.Path(folder, "child")
+            command = ["sh", "-c", f"sleep 1000 & echo $! >{child}; wait"]
+            self.assertIsNone(load_tool().run(command, pathlib.Path(folder, "log"), limit=3))
+            self.assertLess(time.monotonic() - began, 900)
+            state = pathlib.Path("/proc", child.read_text().strip(), "stat")
+            deadline = time.monotonic() + 60
+            while state.exists() and ") Z " not in state.read_text():
+                self.assertLess(time.monotonic(), deadline, "the child lives")
+                time.sleep(0.05)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
