@@ -1,6 +1,7 @@
 #include "tests/network/NetworkTest.h"
 
 #include <QGroupBox>
+#include <QHash>
 #include <QScopeGuard>
 #include <QScrollBar>
 
@@ -125,6 +126,22 @@ QList<int> rowMiddles(AdapterPane& pane)
     return middles;
 }
 
+/// Counts how often each field is told of a change of its style, for as long as the object lives.
+class StyleLog : public QObject
+{
+public:
+    StyleLog() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::StyleChange && qobject_cast<QLineEdit*>(watched)) {
+            ++changes[watched];
+        }
+        return false;
+    }
+
+    QHash<const QObject*, int> changes;
+};
+
 } // namespace
 
 /// The page in its window, on every screen.
@@ -135,9 +152,26 @@ class TestNetworkWindow : public QObject
 private slots:
     void init() { resetPanel(); }
 
+    void window_stylesEachFieldOnce();
     void window_everythingIsWithinReach_data();
     void window_everythingIsWithinReach();
 };
+
+/// Each further time costs as much as the first, on a slow processor.
+void TestNetworkWindow::window_stylesEachFieldOnce()
+{
+    const StyleLog log;
+    Settings window(nullptr);
+    window.init();
+    window.show();
+    const auto panes = window.findChildren<AdapterPane*>();
+    QCOMPARE(panes.size(), 2);
+    for (const AdapterPane* pane : panes) {
+        for (const QLineEdit* field : pane->fields()) {
+            QCOMPARE(log.changes.value(field), 1);
+        }
+    }
+}
 
 void TestNetworkWindow::window_everythingIsWithinReach_data()
 {
