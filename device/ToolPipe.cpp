@@ -10,7 +10,7 @@ std::FILE* start(const char* command, ToolPipe::Direction direction)
 {
     const StandardDescriptors standard;
     const char* const mode = direction == ToolPipe::Direction::fromTool ? "r" : "w";
-    return popen(command, mode); // NOLINT(cert-env33-c)
+    return popen(command, mode);
 }
 
 } // namespace

@@ -27,8 +27,7 @@ void needTool(const char* tool)
 {
     if (access(tool, X_OK) != 0) {
         const int error = errno;
-        throw Failure(std::string("cannot run ") + tool + ": " +
-                      std::strerror(error)); // NOLINT(concurrency-mt-unsafe)
+        throw Failure(std::string("cannot run ") + tool + ": " + std::strerror(error));
     }
 }
 
@@ -49,7 +48,7 @@ QByteArray readFile(const std::string& name)
 QByteArray readDevice()
 {
     needTool(readTool);
-    std::FILE* pipe = popen("exec /root/plat-intf/readee 2>/dev/null", "r"); // NOLINT(cert-env33-c)
+    std::FILE* pipe = popen("exec /root/plat-intf/readee 2>/dev/null", "r");
     if (!pipe) {
         throw Failure(std::string("cannot run ") + readTool);
     }

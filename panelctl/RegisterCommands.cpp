@@ -69,7 +69,7 @@ std::string reasonOf(const RegisterRow& row, int access)
     const int file = ::open(path, access | O_CLOEXEC);
     const int error = errno;
     if (file < 0) {
-        return std::string(path) + ": " + std::strerror(error); // NOLINT(concurrency-mt-unsafe)
+        return std::string(path) + ": " + std::strerror(error);
     }
     ::close(file);
     return std::string(path) + " is too short or does not take it";

@@ -33,8 +33,7 @@ int openPipe(const char* path)
     struct stat found = {};
     if (pipe < 0 || fstat(pipe, &found) != 0) {
         const int error = errno;
-        throw Failure(std::string("cannot read ") + path + ": " +
-                      std::strerror(error)); // NOLINT(concurrency-mt-unsafe)
+        throw Failure(std::string("cannot read ") + path + ": " + std::strerror(error));
     }
     if (!S_ISFIFO(found.st_mode)) {
         ::close(pipe);

@@ -176,8 +176,7 @@ bool hasHappened()
 
 } // namespace FailingCalls
 
-#define ORIGINAL(name)                                                                             \
-    static const auto real = original(&(name), #name) // NOLINT(cppcoreguidelines-macro-usage)
+#define ORIGINAL(name) static const auto real = original(&(name), #name)
 
 extern "C" {
 

@@ -66,7 +66,6 @@ Function* original(Function* /*ours*/, const char* name)
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage)
 #define ORIGINAL(name) static const auto real = original(&(name), #name)
 
 std::string fileOf(int number)
