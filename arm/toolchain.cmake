@@ -20,6 +20,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR ${PANEL_TARGET})
 set(CMAKE_C_COMPILER ${PANEL_TARGET}-gcc)
 set(CMAKE_CXX_COMPILER ${PANEL_TARGET}-g++)
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi) # no remarks about compilers older than C++17
 set(CMAKE_LIBRARY_ARCHITECTURE ${PANEL_TARGET}) # where Debian keeps libraries and Qt's CMake files
 
 set(CMAKE_SYSROOT ${PANEL_SYSROOT})

@@ -22,7 +22,7 @@ panel_arm() {
     esac
 }
 
-# choose_architectures WORD...: sets $architectures to those named, or to all.
+# choose_architectures WORD...: sets $architectures to those named, or to all; ends when one is none.
 choose_architectures() {
     local word
     architectures=("$@")

@@ -52,7 +52,8 @@ def build(project, folder, prefix):
 class Host:
     """The example host running in a panel, with the files below a prefix as its /opt/panel."""
 
-    def __init__(self, build, program, prefix, plugin=PLUGIN):
+    def __init__(self, build, program, prefix, plugin=PLUGIN, emulator=()):
+        """@param emulator  runs a host of the build for another architecture: --emulator's values"""
         self._folder = tempfile.TemporaryDirectory(prefix="host-test.")
         self.folder = pathlib.Path(self._folder.name)
         self._plugin = plugin
@@ -65,13 +66,17 @@ class Host:
         # The loader writes down what it maps and unmaps, one file a process.
         script = ("export LD_DEBUG=files LD_DEBUG_OUTPUT=/panel/log/loader; "
                   f"exec /opt/host/{program.name} /opt/panel/{plugin}")
+        command = ["sh", "-c", script]
+        if emulator:
+            command = [program, f"/opt/panel/{plugin}"]
         with open(self.folder / "output", "wb") as output:
             self._process = subprocess.Popen(
                 [ROOT / "simulator" / "sandbox", "--build", build, "--screen", "%dx%d" % SCREEN,
                  "--run", self.volatile, "--state", self.device,
                  "--screen-socket", screen / "vnc", "--bind", prefix, "/opt/panel",
                  "--bind", program.parent, "/opt/host", "--env", "QT_FORCE_STDERR_LOGGING=1",
-                 "--", "/panel/lib/with-screen", "sh", "-c", script],
+                 *(["--emulator", *emulator] if emulator else []),
+                 "--", "/panel/lib/with-screen", *command],
                 env={**os.environ, "TMPDIR": str(scratch)}, stdin=subprocess.DEVNULL,
                 stdout=output, stderr=subprocess.STDOUT)
         self._screen = screen / "vnc"
