@@ -64,8 +64,8 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_DEV_DESCRIPTION
 "system settings of an operator panel (development files)
 The interface through which a panel's runtime asks the settings plugin for
-its dialog, its CMake package, and the guide for hosts with an example; the library's
-headers of files, registers, device records and flash.
+its dialog, its CMake package, and the guide for hosts with an example; the
+library's headers of files, registers, device records and flash.
 .
 Whatever shows the dialog sets the network of the machine it runs on, the
 example too: run it as root on a panel only.")
