@@ -26,6 +26,14 @@ bool isOff(const QSettings* settings)
     return buzzerText(settings) == QLatin1String("off");
 }
 
+void store(QSettings* settings, bool on)
+{
+    if (settings) {
+        settings->setValue(QLatin1String(settingsKey),
+                           on ? QLatin1String("on") : QLatin1String("off"));
+    }
+}
+
 void sound()
 {
     // The panel's key click is the tool's long beep; its short one is inaudible on a factory floor.

@@ -16,6 +16,9 @@ bool isOn(const QSettings* settings);
 /// True when "General/buzzer" reads exactly "off". An absent key is neither on nor off.
 bool isOff(const QSettings* settings);
 
+/// Writes the key: "on" or "off". Without a settings object nothing happens.
+void store(QSettings* settings, bool on);
+
 /// Sounds one beep, whatever the settings say.
 void sound();
 

@@ -5,6 +5,7 @@
 #include "common/PanelFont.h"
 #include "device/DeviceScreen.h"
 #include "device/ShellLine.h"
+#include "dialogs/AskNumber.h"
 #include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
 #include "regstore/NamedRegister.h"
@@ -194,18 +195,15 @@ bool DateTimeDialog::editField(int field)
     const Field& row = fields[size_t(field)];
     QLineEdit* edit = ui->*row.edit;
     const QPointer<DateTimeDialog> self(this);
-    InputDialog* keypad = InputDialog::Instance(m_fontId, row.minimum, row.maximum,
-                                                edit->text().toInt(), m_settings.opener(), nullptr);
-    CallerGuard guard;
-    guard.watch(keypad, this); // nobody waits for the value once the dialog has closed
-    const int result = keypad->exec();
+    const auto entered = askNumber(m_fontId, {row.minimum, row.maximum}, edit->text().toInt(),
+                                   m_settings.opener(), this);
     if (!self) {
         return false;
     }
-    if (result < 1) {
+    if (!entered) {
         return true;
     }
-    m_values[size_t(field)] = result - 1;
+    m_values[size_t(field)] = *entered;
     showField(field);
     edit->clearFocus();
     const auto [year, month, day, hour, minute, second] = m_values;

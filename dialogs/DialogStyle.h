@@ -2,7 +2,7 @@
 
 #include "common/Latin1.h"
 
-/// Style sheets that the modal dialogs share.
+/// Style sheets that the modal dialogs share; the close button is the window's, too.
 namespace DialogStyle {
 
 inline constexpr QLatin1String titleBar =

@@ -3,13 +3,14 @@
 #include "common/KeyBeep.h"
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
+#include "common/SwitchStyle.h"
 #include "common/Translation.h"
 #include "device/Brightness.h"
 #include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
 #include "device/ProcessTable.h"
+#include "dialogs/AskNumber.h"
 #include "dialogs/DateTimeDialog.h"
-#include "dialogs/InputDialog.h"
 #include "regstore/NamedRegister.h"
 
 #include <QMouseEvent>
@@ -33,8 +34,6 @@ constexpr QLatin1String minusStyle = "border-image:url(:/Resources/minus.png)"_l
 constexpr QLatin1String plusStyle = "border-image:url(:/Resources/plus.png);"_l1;
 constexpr QLatin1String clockButtonStyle =
     "border-image:url(:/Resources/setting_button.png);color:white"_l1;
-constexpr QLatin1String switchOnStyle = "border-image:url(:/Resources/switch_on.png);"_l1;
-constexpr QLatin1String switchOffStyle = "border-image:url(:/Resources/switch_off.png);"_l1;
 constexpr QLatin1String brightnessEditStyle =
     "QLineEdit{border-radius:10px;border: 2px solid #008cba;"
     "background-color: rgba(163, 198, 218, 100);}"_l1;
@@ -93,6 +92,7 @@ void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettin
     setBuzzerRow(font);
     m_backlightCaption.setFont(font);
     m_initialWindowCaption.setFont(font);
+    showTexts();
 
     const int stretches[] = {1, 1, 1, 2, 2, 1, 1};
     for (int column = 0; column < int(std::size(stretches)); ++column) {
@@ -128,12 +128,11 @@ void GeneralSettings::styleSeparators()
 }
 
 void GeneralSettings::setRowHead(int row, QLabel& icon, const char* picture, QLabel& caption,
-                                 const QString& text, const QFont& font)
+                                 const QFont& font)
 {
     icon.setPixmap(QPixmap(QLatin1String(picture)));
     icon.setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     icon.setMargin(10);
-    caption.setText(text);
     caption.setFont(font);
     m_grid.addWidget(&icon, row, 0);
     m_grid.addWidget(&caption, row, 1);
@@ -141,8 +140,7 @@ void GeneralSettings::setRowHead(int row, QLabel& icon, const char* picture, QLa
 
 void GeneralSettings::setBrightnessRow(const QFont& font)
 {
-    setRowHead(0, m_brightnessIcon, ":/Resources/brightness.png", m_brightnessCaption,
-               tr("Brightness:"), font);
+    setRowHead(0, m_brightnessIcon, ":/Resources/brightness.png", m_brightnessCaption, font);
     m_brightness = convertBrightnessFromOriginalValue(EEInfoHandle::instance()->getbright());
 
     m_brightnessEdit.setObjectName(brightnessEditName);
@@ -190,9 +188,8 @@ void GeneralSettings::setBrightnessSlider()
 
 void GeneralSettings::setClockRow(const QFont& font)
 {
-    setRowHead(2, m_clockIcon, ":/Resources/time.png", m_clockCaption, tr("Date&Time:"), font);
+    setRowHead(2, m_clockIcon, ":/Resources/time.png", m_clockCaption, font);
     m_clockText.setFont(font);
-    m_clockButton.setText(tr("setting"));
     m_clockButton.setFont(font);
     m_clockButton.setStyleSheet(clockButtonStyle);
     m_clockButton.setFixedSize(m_clockButtonWidth, 40);
@@ -203,7 +200,7 @@ void GeneralSettings::setClockRow(const QFont& font)
 
 void GeneralSettings::setBuzzerRow(const QFont& font)
 {
-    setRowHead(4, m_buzzerIcon, ":/Resources/buzzer.png", m_buzzerCaption, tr("Buzzer:"), font);
+    setRowHead(4, m_buzzerIcon, ":/Resources/buzzer.png", m_buzzerCaption, font);
     // The runtime owns the register; the settings file follows it.
     Registers::buzzer.read(m_buzzerWord);
     showBuzzer((m_buzzerWord & 1U) != 0);
@@ -228,13 +225,18 @@ void GeneralSettings::connectSlots()
 
 void GeneralSettings::refresh()
 {
-    m_brightnessCaption.setText(tr("Brightness:"));
-    m_clockCaption.setText(tr("Date&Time:"));
+    showTexts();
     showClock();
-    m_clockButton.setText(tr("setting"));
-    m_buzzerCaption.setText(tr("Buzzer:"));
     m_backlightCaption.setText(tr("Auto Backlight Off:"));
     m_initialWindowCaption.setText(tr("Initial Window:"));
+}
+
+void GeneralSettings::showTexts()
+{
+    m_brightnessCaption.setText(tr("Brightness:"));
+    m_clockCaption.setText(tr("Date&Time:"));
+    m_clockButton.setText(tr("setting"));
+    m_buzzerCaption.setText(tr("Buzzer:"));
 }
 
 bool GeneralSettings::eventFilter(QObject* watched, QEvent* event)
@@ -293,17 +295,16 @@ void GeneralSettings::doModal(QLineEdit* lineEdit)
     if (!isBrightness && lineEdit->objectName() != backlightEditName) {
         return;
     }
-    const int minimum = isBrightness ? Brightness::lowestLevel : 0;
-    const int maximum = isBrightness ? Brightness::highestLevel : longestBacklightMinutes;
+    const NumberRange range = isBrightness
+                                  ? NumberRange{Brightness::lowestLevel, Brightness::highestLevel}
+                                  : NumberRange{0, longestBacklightMinutes};
     const QPointer<GeneralSettings> page(this);
     const QPointer<QLineEdit> edit(lineEdit);
-    const int result = InputDialog::Instance(m_fontId, minimum, maximum, lineEdit->text().toInt(),
-                                             m_settings, nullptr)
-                           ->exec();
-    if (result < 1 || !page || !edit) {
+    const auto entered = askNumber(m_fontId, range, lineEdit->text().toInt(), m_settings);
+    if (!entered || !page || !edit) {
         return;
     }
-    const int value = result - 1;
+    const int value = *entered;
     lineEdit->setText(QString::number(value));
     if (isBrightness) {
         m_brightness = value;
@@ -437,18 +438,15 @@ void GeneralSettings::onBuzzerSwitched()
 
 void GeneralSettings::showBuzzer(bool on)
 {
-    m_buzzerSwitch.setStyleSheet(on ? switchOnStyle : switchOffStyle);
-    if (m_settings) {
-        m_settings->setValue(QLatin1String(KeyBeep::settingsKey),
-                             on ? QString::fromLatin1("on") : QString::fromLatin1("off"));
-    }
+    m_buzzerSwitch.setStyleSheet(switchStyle(on));
+    KeyBeep::store(m_settings, on);
 }
 
 void GeneralSettings::onBacklightSwitched()
 {
     m_backlightState ^= 1U;
     const bool on = m_backlightState != 0;
-    m_backlightSwitch.setStyleSheet(on ? switchOnStyle : switchOffStyle);
+    m_backlightSwitch.setStyleSheet(switchStyle(on));
     m_backlightEdit.setEnabled(on);
     if (on && !m_backlightEdit.text().isEmpty()) {
         startBacklightOff(m_backlightEdit.text().toInt());

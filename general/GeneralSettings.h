@@ -68,13 +68,22 @@ signals:
     void updateCurrentDateTime(QDateTime& dateTime);
 
 public slots:
+    /// Shows the clock and announces it; each second.
     void onUpdateurrentDateTime();
+    /// One level up or down: applied, stored, clicked. At the end of the range nothing happens.
     void onBrightenClicked();
     void onDarkenClicked();
+    /// Applies, stores and shows the level of the slider.
     void onBrightnessChanged(int value);
+    /// Sounds the key click: the slider was taken.
     void onBrightnessPressed();
+    /// Opens the date dialog with the clock as it is now. Blocks until it is closed.
     void onDateTimeSettingClicked();
+    /// Turns the key click on or off: the switch, the settings file, then the register with a
+    /// notice. One that is turned on is heard at once.
     void onBuzzerSwitched();
+    /// Turns the automatic backlight-off on or off. On, with minutes in its field, it starts one
+    /// more timer; off, it stops none.
     void onBacklightSwitched();
     /// Brings the backlight to the level shown.
     void onBacklightOn();
@@ -90,8 +99,9 @@ private:
     void setBrightnessSlider();
     void setClockRow(const QFont& font);
     void setBuzzerRow(const QFont& font);
-    void setRowHead(int row, QLabel& icon, const char* picture, QLabel& caption,
-                    const QString& text, const QFont& font);
+    void setRowHead(int row, QLabel& icon, const char* picture, QLabel& caption, const QFont& font);
+    /// Sets the texts of the rows on the page, but for the clock's.
+    void showTexts();
 
     void jumpSliderTo(double x);
     bool beepsOnPress(const QObject* button) const;

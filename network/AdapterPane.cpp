@@ -2,6 +2,7 @@
 
 #include "adapters/DottedQuad.h"
 #include "common/Latin1.h"
+#include "common/SwitchStyle.h"
 
 #include <QFont>
 #include <QGridLayout>
@@ -46,8 +47,6 @@ constexpr QLatin1String defaultButtonStyle =
     "QPushButton#BlueButton{border-radius:8px;border:2px solid #008cba;color:black;"
     "background-color:rgba(163, 198, 218, 200);}"
     "QPushButton#BlueButton:pressed{background-color:#008cba;color:white;}"_l1;
-constexpr QLatin1String switchOffStyle = "border-image:url(:/Resources/switch_off.png);"_l1;
-constexpr QLatin1String switchOnStyle = "border-image:url(:/Resources/switch_on.png);"_l1;
 constexpr QLatin1String testIdleStyle =
     "QPushButton#TestButton{border-radius:8px;margin:4px 2px;"
     "background-color:rgba(163, 198, 218, 200);color:black;border:2px solid #008cba;}"
@@ -283,7 +282,7 @@ void AdapterPane::blank()
 
 void AdapterPane::showDisabled(bool disabled)
 {
-    m_disableSwitch->setStyleSheet(disabled ? switchOnStyle : switchOffStyle);
+    m_disableSwitch->setStyleSheet(switchStyle(disabled));
 }
 
 void AdapterPane::showLamp(Lamp lamp)

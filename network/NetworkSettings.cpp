@@ -14,7 +14,7 @@
 #include "common/Translation.h"
 #include "device/DeviceScreen.h"
 #include "device/ResolverFile.h"
-#include "dialogs/InputDialog.h"
+#include "dialogs/AskNumber.h"
 #include "network/AdapterPane.h"
 #include "network/LiveAddress.h"
 
@@ -232,13 +232,11 @@ void NetworkSettings::doModal(QLineEdit* edit)
 {
     KeyBeep::soundIfOn(m_settings);
     const QPointer<NetworkSettings> page(this);
-    const int result =
-        InputDialog::Instance(m_fontId, 0, highestOctet, edit->text().toInt(), m_settings, nullptr)
-            ->exec();
-    if (result < 1 || !page) {
+    const auto octet = askNumber(m_fontId, {0, highestOctet}, edit->text().toInt(), m_settings);
+    if (!octet || !page) {
         return;
     }
-    edit->setText(QString::number(result - 1));
+    edit->setText(QString::number(*octet));
     updateSystemAndSaveToEE(networkIndexType(m_tabs.currentIndex()), edit);
 }
 

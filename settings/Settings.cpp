@@ -6,6 +6,7 @@
 #include "common/Translation.h"
 #include "device/EEInfoHandle.h"
 #include "device/ProcessTable.h"
+#include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
@@ -35,8 +36,6 @@ enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
 constexpr QLatin1String chineseName = "Chinese"_l1;
 constexpr QLatin1String englishName = "English"_l1;
 
-constexpr QLatin1String closeStyle = "QPushButton{border-image: url(:/Resources/close.png); "
-                                     "background-color: rgba(255, 255, 255, 0);color:white;}"_l1;
 constexpr QLatin1String frameStyle = "QFrame#settingsFrame{background-color: rgb(163, 198, "
                                      "218);border: 0px solid rgb(163, 198, 218)}"_l1;
 constexpr QLatin1String generalPageStyle =
@@ -122,6 +121,7 @@ Settings::~Settings()
 
 void Settings::init()
 {
+    // Both, and the stored one below a third time: a host sees each of these language changes.
     for (const Language language : {English, Chinese}) {
         Translation::load(m_translator, language);
         Translation::install(m_translator);
@@ -294,7 +294,7 @@ void Settings::setTitleBarButtons()
 
     m_closeButton.setParent(ui->settingsFrame);
     m_closeButton.move(m_screenWidth - 55, 15);
-    showStyle(m_closeButton, closeStyle);
+    showStyle(m_closeButton, DialogStyle::closeButton);
     m_closeButton.setFixedSize(40, 40);
     m_closeButton.setVisible(m_wr1.settings_close_hidden == 0);
 

@@ -115,7 +115,7 @@ private:
     QPushButton m_chineseButton;
     QPushButton m_englishButton;
     QPushButton m_closeButton;
-    QVBoxLayout m_spareLayouts[3]; ///< Not used; room for columns of the title bar.
+    QVBoxLayout m_spareLayouts[3]; ///< Not used; nothing is known of their purpose.
     QSettings m_settings;
     int m_pageIndex = 0;
     EEInfoDetail::Flash_WR_1 m_wr1;

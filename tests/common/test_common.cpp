@@ -65,6 +65,7 @@ private slots:
     void keyBeep_followsTheSettingsFile_data();
     void keyBeep_followsTheSettingsFile();
     void keyBeep_withoutSettings_isSilent();
+    void keyBeep_readsWhatItWrites();
     void keyBeep_readsTheFileAtEveryPress();
     void font_isTheFirstFamilyOfTheId();
     void font_missingFile_isTheApplicationsDefault();
@@ -122,10 +123,21 @@ void TestCommon::keyBeep_withoutSettings_isSilent()
 {
     QVERIFY(!KeyBeep::isOn(nullptr));
     QVERIFY(!KeyBeep::isOff(nullptr));
+    KeyBeep::store(nullptr, true);
     KeyBeep::soundIfOn(nullptr);
     QCOMPARE(PanelWorld::commands(), QStringList());
     KeyBeep::sound();
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
+}
+
+void TestCommon::keyBeep_readsWhatItWrites()
+{
+    QSettings settings(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    for (const bool on : {true, false, true}) {
+        KeyBeep::store(&settings, on);
+        QCOMPARE(KeyBeep::isOn(&settings), on);
+        QCOMPARE(KeyBeep::isOff(&settings), !on);
+    }
 }
 
 void TestCommon::keyBeep_readsTheFileAtEveryPress()
