@@ -155,7 +155,7 @@ void ImportFile::readSetting(const Setting& setting, const QJsonValue& value)
             fail(itemPlace, error.what());
         }
     }
-    if (isList && items.size() > 0 && (" " + all + " ").find(" 0.0.0.0 ") != std::string::npos) {
+    if (isList && (" " + all + " ").find(" 0.0.0.0 ") != std::string::npos) {
         fail(place, "0.0.0.0 is no server; leave it out");
     }
     m_values[&setting] = all;

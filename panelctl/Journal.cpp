@@ -152,6 +152,18 @@ int Journal::secondsLeft() const
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, m_seconds));
 }
 
+void Journal::goOn()
+{
+    if (m_start == currentStart()) {
+        return;
+    }
+    m_seconds = secondsLeft();
+    m_start = currentStart();
+    m_uptime = seconds(CLOCK_BOOTTIME) + m_seconds;
+    m_now = true; // the panel was started with the change
+    save();
+}
+
 void Journal::restore(const ChangeLock& lock) const
 {
     m_before.restore();
@@ -168,11 +180,12 @@ bool settleJournal()
         return false;
     }
     const ChangeLock lock;
-    const std::optional<Journal> journal = Journal::load();
+    std::optional<Journal> journal = Journal::load();
     if (!journal) {
         return false; // the import that made it has just ended
     }
     if (!journal->isOver()) {
+        journal->goOn();
         watchJournal(Watch::IfNobodyDoes);
         return false;
     }

@@ -54,6 +54,10 @@ public:
     /// be wrong: never more than were given.
     int secondsLeft() const;
 
+    /// Counts the seconds that remain from the present start of the panel, whatever its clock says
+    /// later. Nothing is to be done in the start in which the change was made. Throws Failure.
+    void goOn();
+
     /// Takes the change back, on the running panel too if that has followed it, or has been started
     /// with it. Throws Failure.
     void restore(const ChangeLock& lock) const;

@@ -79,7 +79,10 @@ bool takeOver(const Folder& folder, const QByteArray& old, int draft)
 bool giveName(const Folder& folder, int draft, const QByteArray& name)
 {
     struct stat found = {};
-    if (fstatat(folder.number(), name.constData(), &found, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (fstat(draft, &found) != 0) {
+        return false;
+    }
+    if (found.st_nlink > 0) {
         return true; // it had one from the start
     }
     const std::string nameless = "/proc/self/fd/" + std::to_string(draft);
