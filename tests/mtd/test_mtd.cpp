@@ -720,7 +720,8 @@ void TestMtd::flippedBit_isFound_data()
     QTest::newRow("the last of a block") << writeBytes << blockBytes << long(blockBytes) - 1;
     QTest::newRow("the last of the second block")
         << writeBytes << 2 * blockBytes << 2 * long(blockBytes) - 1;
-    QTest::newRow("the last whole unit") << writeBytes << 2 * writeBytes + 1 << 2L * writeBytes - 1;
+    QTest::newRow("the last whole unit")
+        << writeBytes << 2 * writeBytes + 1 << 2 * long(writeBytes) - 1;
     // Flash that takes single bytes: the last group of four has less.
     QTest::newRow("the last of five") << 1U << 5U << 4L;
     QTest::newRow("the last of seven") << 1U << 7U << 6L;
