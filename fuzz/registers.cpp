@@ -1,4 +1,5 @@
 #include "fuzz/FuzzSupport.h"
+#include "regstore/AreaFiles.h"
 #include "regstore/RegisterArea.h"
 #include "regstore/SysReg.h"
 
@@ -21,23 +22,26 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr int mostRequests = 16;
-constexpr std::size_t areaCount = 10; // number 0 is none
+constexpr std::size_t areaCount = areaFiles.size() + 1; // number 0 is none
 constexpr std::size_t areaBytes = 2048;
 constexpr std::uint64_t mediumBytes = 4096; ///< No file grows beyond it while a request runs.
 constexpr std::uint64_t longestBitRange = 4096;
 
-constexpr std::array<const char*, areaCount> areaFiles = {
-    "",
-    "/tmp/mw.dat",
-    "/tmp/mb.dat",
-    "/hmi_data/fw.dat",
-    "/hmi_data/fb.dat",
-    "/tmp/smw.dat",
-    "/tmp/smb.dat",
-    "/hmi_data/sfw.dat",
-    "/hmi_data/sfb.dat",
-    "/hmi_data/rw.dat",
-};
+/// Bits of an operation's byte, see operationOf().
+constexpr std::uint8_t kindBits = 0x07;
+constexpr std::uint8_t nearBit = 0x20;
+constexpr std::uint8_t noBufferBit = 0x40;
+constexpr std::uint8_t noListenerBit = 0x80;
+constexpr int kinds = 6;
+
+/// What numbers near the areas stay below: one area and some ids more than there are, and somewhat
+/// more bits than an area has.
+constexpr unsigned nearAreas = areaCount + 1;
+constexpr unsigned nearIds = 100;
+constexpr unsigned nearOffsets = 18000;
+constexpr unsigned nearLengths = 256;
+
+constexpr std::size_t noticeRoom = 64; ///< More bytes than the notices of one request have.
 
 enum class Kind { Read, Write, WriteNotify, ReadRegister, WriteRegister, NotifyRegister };
 
@@ -55,16 +59,12 @@ struct Request
     unsigned length;
 };
 
-/// The low three bits are the kind. Bit 5 keeps the numbers near the area, bit 6 takes the buffer
-/// away, bit 7 the listener.
+/// The low three bits are the kind. One bit keeps the numbers near the areas, see nearAreas; one
+/// takes the buffer away and one the listener.
 Operation operationOf(std::uint8_t byte)
 {
-    return {static_cast<Kind>((byte & 7) % 6), (byte & 0x80) == 0, (byte & 0x40) == 0};
-}
-
-bool isBitArea(unsigned area)
-{
-    return area % 2 == 0;
+    return {static_cast<Kind>((byte & kindBits) % kinds), (byte & noListenerBit) == 0,
+            (byte & noBufferBit) == 0};
 }
 
 /// A fresh medium: what each area holds before the first request.
@@ -87,7 +87,8 @@ public:
     Medium()
     {
         for (std::size_t area = 1; area < areaCount; ++area) {
-            m_descriptors[area] = open(areaFiles[area], O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+            m_descriptors[area] =
+                open(areaFile(unsigned(area)).path, O_RDWR | O_CREAT | O_CLOEXEC, 0644);
             expect(m_descriptors[area] > 0, "the area files can be opened");
         }
     }
@@ -155,7 +156,7 @@ public:
 
     Bytes heard() const
     {
-        Bytes bytes(64);
+        Bytes bytes(noticeRoom);
         const ssize_t count = read(m_descriptor, bytes.data(), bytes.size());
         bytes.resize(count < 0 ? 0 : std::size_t(count));
         return bytes;
@@ -270,11 +271,12 @@ public:
         const unsigned offset = input.number();
         const unsigned length = input.number();
         m_seed = input.byte();
-        const bool isNear = (first & 0x20) != 0;
+        const bool isNear = (first & nearBit) != 0;
         if (operation.kind >= Kind::ReadRegister) {
-            registerRequest(operation, isNear ? offset % 100 : offset, length);
+            registerRequest(operation, isNear ? offset % nearIds : offset, length);
         } else {
-            areaRequest(operation, isNear ? Request{area % 11, offset % 18000, length % 256}
+            areaRequest(operation, isNear ? Request{area % nearAreas, offset % nearOffsets,
+                                                    length % nearLengths}
                                           : Request{area, offset, length});
         }
         compare();
@@ -298,7 +300,7 @@ private:
 
     void writeArea(const Operation& operation, const Request& request)
     {
-        const Listener listener("/tmp/fifo_localreg", operation.isHeard);
+        const Listener listener(areaPipe, operation.isHeard);
         const Bytes buffer = contentFor(request);
         const std::uint8_t* from = operation.hasBuffer ? buffer.data() : nullptr;
         const bool isDone = operation.hasBuffer && m_model.write(request, buffer);
@@ -335,7 +337,7 @@ private:
     void writeRegister(const Operation& operation, unsigned id, const Request& request,
                        unsigned length)
     {
-        const Listener listener("/tmp/fifo_sysreg", operation.isHeard);
+        const Listener listener(registerPipe, operation.isHeard);
         const Bytes buffer = contentFor(request);
         const std::uint8_t* from = operation.hasBuffer ? buffer.data() : nullptr;
         const bool isWritten = operation.hasBuffer && m_model.write(request, buffer);

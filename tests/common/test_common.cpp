@@ -2,6 +2,7 @@
 #include "common/Message.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
 
 #include <QApplication>
@@ -265,9 +266,8 @@ void TestCommon::message_showsWhatItIsGiven()
     QFETCH(QString, sign);
     const int fontId = PanelFont::registerFile(fontFile);
     bool closed = false;
-    QTimer::singleShot(50, qApp, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
+    const Hands::WhenOpen<QMessageBox> looking([&](QMessageBox& open) {
+        QMessageBox* box = &open;
         QCOMPARE(box->icon(), icon);
         QCOMPARE(box->windowTitle(), QStringLiteral("Title"));
         QCOMPARE(box->text(), text);

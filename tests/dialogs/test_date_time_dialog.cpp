@@ -1,7 +1,9 @@
 #include "common/PanelFont.h"
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -9,6 +11,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTest>
@@ -37,12 +40,6 @@ const struct Field
     {"hourLineEdit", 0, 23},      {"minuteLineEdit", 0, 59}, {"secondLineEdit", 0, 59},
 };
 
-void setScreenWidth(int width)
-{
-    const char bytes[] = {char(width & 0xFF), char((width >> 8) << 4)};
-    PanelWorld::patchImage(256 + 14, QByteArray(bytes, 2));
-}
-
 DateTimeDialog* dialog(QSettings* settings = nullptr)
 {
     return DateTimeDialog::Instance(0, settings, nullptr);
@@ -68,31 +65,13 @@ void showMoment(int year, int month, int day, int hour, int minute, int second)
     dialog()->onUpdateCurrentDateTime(moment);
 }
 
-/// Presses a field and enters the digits on the keypad that opens; no digits close it. Returns the
-/// range that the keypad showed, empty when none opened.
+/// Enters digits in a field; no digits close its keypad. The range and the number that the keypad
+/// showed, empty when none opened.
 QString enter(const char* name, const QString& digits)
 {
-    QString range;
-    QTimer::singleShot(0, qApp, [&range, digits] {
-        auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-        if (!keypad) {
-            return;
-        }
-        range = keypad->findChild<QLabel*>(QStringLiteral("minText"))->text() + QLatin1Char(' ') +
-                keypad->findChild<QLabel*>(QStringLiteral("maxText"))->text() + QLatin1Char(' ') +
-                keypad->findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
-        for (const QChar digit : digits) {
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + digit)->click();
-        }
-        if (digits.isEmpty()) {
-            keypad->close();
-        } else {
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
-        }
-    });
-    QTest::mousePress(field(name), Qt::LeftButton);
+    const QStringList shown = Hands::enter(*field(name), digits);
     QCoreApplication::processEvents();
-    return range;
+    return (shown.mid(1) + shown.mid(0, 1)).join(QLatin1Char(' '));
 }
 
 QStringList clockCommands(const char* date, const char* time)
@@ -163,7 +142,7 @@ void TestDateTimeDialog::initTestCase()
 
 void TestDateTimeDialog::init()
 {
-    setScreenWidth(1024);
+    PanelWorld::setScreenWidth(1024);
     PanelWorld::setAreaBit(lockArea, lockBit, false);
     dialog();
     InputDialog::p_move = false;
@@ -196,7 +175,7 @@ void TestDateTimeDialog::sizes_followTheDeviceRecord()
     QFETCH(int, yearWidth);
     QFETCH(int, fieldWidth);
     DateTimeDialog::release();
-    setScreenWidth(screenWidth);
+    PanelWorld::setScreenWidth(screenWidth);
     PanelWorld::clearCommands();
     QCOMPARE(dialog()->minimumSize(), QSize(dialogWidth, 120));
     QCOMPARE(dialog()->maximumSize(), QSize(dialogWidth, 120));
@@ -295,7 +274,7 @@ void TestDateTimeDialog::fields_fitTheirTexts()
 {
     for (const int width : {800, 1920}) {
         DateTimeDialog::release();
-        setScreenWidth(width);
+        PanelWorld::setScreenWidth(width);
         dialog()->show();
         showMoment(2028, 12, 28, 20, 28, 58);
         const QLineEdit* previous = nullptr;
@@ -432,9 +411,9 @@ void TestDateTimeDialog::entry_outOfRange_isRefusedByTheKeypad()
     dialog()->show();
     showMoment(2024, 3, 7, 9, 5, 0);
     // The box closes, then the keypad.
-    QTimer::singleShot(100, qApp, [] {
-        QApplication::activeModalWidget()->close();
-        QTimer::singleShot(0, qApp, [] { QApplication::activeModalWidget()->close(); });
+    const Hands::WhenOpen<QMessageBox> closing([](QMessageBox& box) {
+        box.close();
+        QTimer::singleShot(0, qApp, [] { Hands::modal()->close(); });
     });
     enter("hourLineEdit", QStringLiteral("24"));
     QCOMPARE(PanelWorld::commands(), QStringList());
@@ -449,11 +428,8 @@ void TestDateTimeDialog::entry_clearsTheFocus()
     field("hourLineEdit")->setFocus();
     QVERIFY(QTest::qWaitForWindowActive(dialog()));
     QVERIFY(field("hourLineEdit")->hasFocus());
-    QTimer::singleShot(0, qApp, [] {
-        auto* keypad = QApplication::activeModalWidget();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButton8"))->click();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
-    });
+    const Hands::WhenOpen<InputDialog> typing(
+        [](InputDialog& keypad) { Hands::type(keypad, "8E"_s); });
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
                       Qt::NoModifier);
     QVERIFY(!static_cast<QObject*>(dialog())->eventFilter(field("hourLineEdit"), &press));
@@ -465,11 +441,9 @@ void TestDateTimeDialog::entry_combinesWithTheMomentShownThen()
 {
     dialog()->show();
     showMoment(2024, 3, 7, 9, 5, 58);
-    QTimer::singleShot(0, qApp, [] {
+    const Hands::WhenOpen<InputDialog> typing([](InputDialog& keypad) {
         showMoment(2024, 3, 7, 9, 6, 3); // the clock ticks on behind the keypad
-        auto* keypad = QApplication::activeModalWidget();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButton8"))->click();
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
+        Hands::type(keypad, "8E"_s);
     });
     QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "8:6:3"));
@@ -495,7 +469,9 @@ void TestDateTimeDialog::press_beepsByTheSwitch()
     PanelWorld::clearCommands();
     for (const Field& row : fields) {
         PanelWorld::clearCommands();
-        enter(row.name, QString());
+        // Closed without its button, which sounds as well.
+        const Hands::WhenOpen<InputDialog> closing([](InputDialog& keypad) { keypad.close(); });
+        Hands::press(*field(row.name));
         QCOMPARE(PanelWorld::commands(), beeps ? QStringList({longBeep}) : QStringList());
     }
 }
@@ -565,7 +541,7 @@ void TestDateTimeDialog::filter_consumesNothing()
                       Qt::NoModifier);
     QLineEdit stranger;
     QVERIFY(!filter->eventFilter(&stranger, &press));
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
 }
 
 void TestDateTimeDialog::setSystemTime_runsThreeCommandsWithoutPadding()
@@ -685,10 +661,10 @@ void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_closesTheKeypad()
 {
     dialog()->show();
     bool keypadWasOpen = false;
-    QTimer::singleShot(0, qApp, [&] {
-        keypadWasOpen = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
+    const Hands::WhenOpen<InputDialog> deleting([&](InputDialog& /*keypad*/) {
+        keypadWasOpen = true;
         DateTimeDialog::release();
-        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!Hands::modal());
     });
     QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
     QVERIFY(keypadWasOpen);
@@ -702,16 +678,14 @@ void TestDateTimeDialog::caller_goneMeanwhile_closesDialogAndKeypad()
     DateTimeDialog* open = dialog(settings.get());
     auto* hour = open->findChild<QLineEdit*>(QStringLiteral("hourLineEdit"));
     bool keypadWasOpen = false;
-    QTimer::singleShot(0, open, [&] {
-        QTimer::singleShot(0, open, [&] {
-            keypadWasOpen = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-            settings.reset();
-        });
-        QTest::mousePress(hour, Qt::LeftButton);
+    const Hands::WhenOpen<InputDialog> leaving([&](InputDialog& /*keypad*/) {
+        keypadWasOpen = true;
+        settings.reset();
     });
+    QTimer::singleShot(0, open, [&] { QTest::mousePress(hour, Qt::LeftButton); });
     QCOMPARE(open->exec(), 0);
     QVERIFY(keypadWasOpen);
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
     QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
 }
 

@@ -2,7 +2,9 @@
 #include "common/TitleBarDrag.h"
 #include "dialogs/DialogRelease.h"
 #include "dialogs/InputDialog.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QFrame>
@@ -38,32 +40,6 @@ QPushButton* key(QWidget* keypad, const QString& name)
     return keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + name);
 }
 
-/// Names of the keys for the letters that tests type: digits, C clear, B backspace, - . and E.
-QString keyName(QChar letter)
-{
-    switch (letter.toLatin1()) {
-    case 'C':
-        return QStringLiteral("Clear");
-    case 'B':
-        return QStringLiteral("Backspace");
-    case '-':
-        return QStringLiteral("Negative");
-    case '.':
-        return QStringLiteral("Dot");
-    case 'E':
-        return QStringLiteral("Enter");
-    default:
-        return letter;
-    }
-}
-
-void type(InputDialog& keypad, const QString& letters)
-{
-    for (const QChar letter : letters) {
-        QTest::mouseClick(key(&keypad, keyName(letter)), Qt::LeftButton);
-    }
-}
-
 QString shown(const InputDialog& keypad)
 {
     return keypad.findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
@@ -74,51 +50,13 @@ QString labelText(const InputDialog& keypad, const char* name)
     return keypad.findChild<QLabel*>(QString::fromLatin1(name))->text();
 }
 
-/// Runs the one keypad, types, and returns its result. The letter X presses the close button.
+/// Runs the one keypad, types, and returns its result.
 int runKeypad(int min, int max, int current, const QString& letters, QSettings* settings)
 {
     InputDialog* keypad = InputDialog::Instance(0, min, max, current, settings, nullptr);
-    QTimer::singleShot(0, keypad, [keypad, letters] {
-        for (const QChar letter : letters) {
-            if (letter == QLatin1Char('X')) {
-                QTest::mouseClick(
-                    keypad->findChild<QPushButton*>(QStringLiteral("closePushButton")),
-                    Qt::LeftButton);
-            } else {
-                type(*keypad, QString(letter));
-            }
-        }
-    });
+    QTimer::singleShot(0, keypad, [keypad, letters] { Hands::type(*keypad, letters); });
     return keypad->exec();
 }
-
-/// Closes the next message box and remembers what it said.
-struct BoxWatch
-{
-    QString title;
-    QString text;
-    int boxes = 0;
-    QMessageBox::StandardButtons buttons;
-    bool yesIsDefault = false;
-    bool hasParent = true;
-
-    void closeNext()
-    {
-        QTimer::singleShot(50, qApp, [this] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box) {
-                return;
-            }
-            ++boxes;
-            title = box->windowTitle();
-            text = box->text();
-            buttons = box->standardButtons();
-            yesIsDefault = box->defaultButton() == box->button(QMessageBox::Yes);
-            hasParent = box->parent() != nullptr;
-            box->button(QMessageBox::Yes)->click();
-        });
-    }
-};
 
 /// A mouse event at a point of the keypad; the pointer stands at the same point of the screen.
 void sendMouse(QWidget& window, QEvent::Type type, const QPointF& local, Qt::MouseButton button,
@@ -392,7 +330,7 @@ void TestInputDialog::typing()
     QFETCH(QString, result);
     InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
     keypad.show();
-    type(keypad, keys);
+    Hands::type(keypad, keys);
     QCOMPARE(shown(keypad), result);
     QVERIFY(keypad.isVisible());
 }
@@ -441,25 +379,24 @@ void TestInputDialog::enter_outOfRange_asksAgain()
     QFETCH(int, min);
     QFETCH(int, max);
     QFETCH(QString, keys);
-    BoxWatch watch;
+    const Hands::Answers answers;
     InputDialog* keypad = InputDialog::Instance(0, min, max, 5, nullptr, nullptr);
     QString after;
     bool stillOpen = false;
     QTimer::singleShot(0, keypad, [&] {
-        type(*keypad, keys);
-        watch.closeNext();
-        type(*keypad, QStringLiteral("E")); // returns when the box is closed
+        Hands::type(*keypad, keys);
+        Hands::type(*keypad, QStringLiteral("E")); // returns when the box is closed
         after = shown(*keypad);
         stillOpen = keypad->isVisible();
-        type(*keypad, QStringLiteral("C7E"));
+        Hands::type(*keypad, QStringLiteral("C7E"));
     });
     QCOMPARE(keypad->exec(), 8);
-    QCOMPARE(watch.boxes, 1);
-    QCOMPARE(watch.title, QStringLiteral("Tips"));
-    QCOMPARE(watch.text, QStringLiteral("Input number is out of range!"));
-    QCOMPARE(int(watch.buttons), int(QMessageBox::Yes));
-    QVERIFY(watch.yesIsDefault);
-    QVERIFY(!watch.hasParent);
+    QCOMPARE(answers.boxes().size(), 1);
+    QCOMPARE(answers.only().title, QStringLiteral("Tips"));
+    QCOMPARE(answers.only().text, QStringLiteral("Input number is out of range!"));
+    QCOMPARE(int(answers.only().buttons), int(QMessageBox::Yes));
+    QVERIFY(answers.only().isFirstDefault);
+    QVERIFY(!answers.only().hasParent);
     QVERIFY(stillOpen);
     QCOMPARE(after, keys);
 }
@@ -487,7 +424,7 @@ void TestInputDialog::closeByTheWindow_isNoChange()
 {
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 25, nullptr, nullptr);
     QTimer::singleShot(0, keypad, [keypad] {
-        type(*keypad, QStringLiteral("7"));
+        Hands::type(*keypad, QStringLiteral("7"));
         keypad->close();
     });
     QCOMPARE(keypad->exec(), 0);
@@ -529,11 +466,11 @@ void TestInputDialog::beep_readsTheSwitchAtEveryPress()
     const auto settings = settingsWith("off");
     InputDialog keypad(0, 1, 32, 17, settings.get(), nullptr);
     keypad.show();
-    type(keypad, QStringLiteral("1"));
+    Hands::type(keypad, QStringLiteral("1"));
     settings->setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
-    type(keypad, QStringLiteral("2"));
+    Hands::type(keypad, QStringLiteral("2"));
     settings->setValue(QStringLiteral("General/buzzer"), QStringLiteral("off"));
-    type(keypad, QStringLiteral("3"));
+    Hands::type(keypad, QStringLiteral("3"));
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -543,7 +480,7 @@ void TestInputDialog::idleKeys_beepAndChangeNothing()
     InputDialog keypad(0, 1, 32, 17, settings.get(), nullptr);
     keypad.show();
     QSignalSpy sign(key(&keypad, QStringLiteral("Negative")), &QPushButton::clicked);
-    type(keypad, QStringLiteral("-."));
+    Hands::type(keypad, QStringLiteral("-."));
     QCOMPARE(sign.count(), 1);
     QCOMPARE(shown(keypad), QStringLiteral("17"));
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep, longBeep}));
@@ -566,13 +503,13 @@ void TestInputDialog::filter_passesEventsOn()
 void TestInputDialog::instance_isOneAndIsSetUpAgain()
 {
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
-    type(*keypad, QStringLiteral("12"));
+    Hands::type(*keypad, QStringLiteral("12"));
     QCOMPARE(InputDialog::Instance(-1, 0, 65535, 3, nullptr, nullptr), keypad);
     QCOMPARE(labelText(*keypad, "minText"), QStringLiteral("Min:0"));
     QCOMPARE(labelText(*keypad, "maxText"), QStringLiteral("Max:65535"));
     QCOMPARE(shown(*keypad), QStringLiteral("3"));
     QCOMPARE(keypad->font().family(), QGuiApplication::font().family());
-    type(*keypad, QStringLiteral("4"));
+    Hands::type(*keypad, QStringLiteral("4"));
     QCOMPARE(shown(*keypad), QStringLiteral("4"));
 }
 
@@ -596,7 +533,7 @@ void TestInputDialog::instance_keepsTheFirstSettings()
     InputDialog::Instance(0, 1, 32, 17, first.get(), nullptr);
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, &second, nullptr);
     keypad->show();
-    type(*keypad, QStringLiteral("1"));
+    Hands::type(*keypad, QStringLiteral("1"));
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -606,11 +543,11 @@ void TestInputDialog::instance_takesTheNextSettingsOnceTheFirstAreGone()
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, first.get(), nullptr);
     keypad->show();
     first.reset();
-    type(*keypad, QStringLiteral("1")); // nobody's settings: silent
+    Hands::type(*keypad, QStringLiteral("1")); // nobody's settings: silent
     QCOMPARE(PanelWorld::commands(), QStringList());
     const auto second = settingsWith("on");
     InputDialog::Instance(0, 1, 32, 17, second.get(), nullptr);
-    type(*keypad, QStringLiteral("1"));
+    Hands::type(*keypad, QStringLiteral("1"));
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -747,17 +684,16 @@ void TestInputDialog::texts_followTheTranslator()
     QTranslator chinese;
     QVERIFY(chinese.load(QStringLiteral(":/Languages/Translate_CN.qm")));
     QCoreApplication::installTranslator(&chinese);
-    BoxWatch watch;
+    const Hands::Answers answers;
     InputDialog* keypad = InputDialog::Instance(0, 1, 12, 5, nullptr, nullptr);
     QTimer::singleShot(0, keypad, [&] {
-        type(*keypad, QStringLiteral("99"));
-        watch.closeNext();
-        type(*keypad, QStringLiteral("E"));
+        Hands::type(*keypad, QStringLiteral("99"));
+        Hands::type(*keypad, QStringLiteral("E"));
         keypad->close();
     });
     keypad->exec();
-    QCOMPARE(watch.title, QString::fromUtf8("提示信息"));
-    QCOMPARE(watch.text, QString::fromUtf8("输入数字超出范围！"));
+    QCOMPARE(answers.only().title, QString::fromUtf8("提示信息"));
+    QCOMPARE(answers.only().text, QString::fromUtf8("输入数字超出范围！"));
     // These have no translation and show their source.
     QCOMPARE(labelText(*keypad, "minText"), QStringLiteral("Min:1"));
     QCOMPARE(key(keypad, QStringLiteral("Enter"))->text(), QStringLiteral("ENTER"));
@@ -789,7 +725,7 @@ void TestInputDialog::caller_goneMeanwhile_closesTheKeypad()
         InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, settings.get(), nullptr);
         bool wasOpen = false;
         QTimer::singleShot(0, keypad, [&] {
-            type(*keypad, QStringLiteral("7"));
+            Hands::type(*keypad, QStringLiteral("7"));
             wasOpen = keypad->isVisible();
             settings.reset();
         });
@@ -808,7 +744,7 @@ void TestInputDialog::earlierCaller_goneMeanwhile_changesNothing()
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, &settings, nullptr);
     QTimer::singleShot(0, keypad, [&] {
         earlier.reset();
-        type(*keypad, QStringLiteral("7E"));
+        Hands::type(*keypad, QStringLiteral("7E"));
     });
     QCOMPARE(keypad->exec(), 8);
 }

@@ -1,8 +1,10 @@
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
+#include "tests/support/Hands.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QFontDatabase>
@@ -75,23 +77,6 @@ public:
 
     void keyClick(const char* value) { settings.setValue(buzzerKey, QString::fromLatin1(value)); }
 
-    /// Keys pressed on the keypad as soon as it is open; an empty text closes it.
-    static void typeOnKeypad(const QString& keys)
-    {
-        QTimer::singleShot(0, qApp, [keys] {
-            auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-            QVERIFY(keypad);
-            if (keys.isEmpty()) {
-                keypad->findChild<QPushButton*>(QStringLiteral("closePushButton"))->click();
-                return;
-            }
-            for (const QChar key : keys) {
-                keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + key)->click();
-            }
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
-        });
-    }
-
     QSettings settings;
     EEInfoDetail::Flash_WR_1 record{};
     EEInfoDetail::Flash_WR_1 lastRecord{};
@@ -126,13 +111,6 @@ QList<QTimer*> runningCountdowns(const GeneralSettings& page)
 void setBacklight(int raw)
 {
     PanelWorld::setState(QStringLiteral("backlight"), QByteArray::number(raw) + '\n');
-}
-
-/// Stores a screen width in the read-only record the way the device packs it.
-void setScreenWidth(int width)
-{
-    const char bytes[] = {char(width & 0xFF), char((width >> 8) << 4)};
-    PanelWorld::patchImage(256 + 14, QByteArray(bytes, 2));
 }
 
 } // namespace
@@ -219,7 +197,7 @@ void TestGeneral::initTestCase()
 void TestGeneral::init()
 {
     PanelWorld::restoreTools();
-    setScreenWidth(1024);
+    PanelWorld::setScreenWidth(1024);
     setBacklight(140); // level 17
     PanelWorld::setAreaBit(buzzerArea, buzzerBit, false);
     PanelWorld::setAreaBit(buzzerArea, buzzerBit + 1, false);
@@ -338,7 +316,7 @@ void TestGeneral::sizes_followTheDeviceRecord()
     QFETCH(int, screenWidth);
     QFETCH(int, sliderWidth);
     QFETCH(int, buttonWidth);
-    setScreenWidth(screenWidth);
+    PanelWorld::setScreenWidth(screenWidth);
     const Page panel;
     QCOMPARE(panel.slider()->minimumSize(), QSize(sliderWidth, 32));
     QCOMPARE(panel.clock()->size(), QSize(buttonWidth, 40));
@@ -584,14 +562,9 @@ void TestGeneral::keypad_opensWithALevelOutsideItsRange()
         setBacklight(row.first);
         Page panel;
         panel.keyClick("off");
-        QString shown;
-        QTimer::singleShot(0, qApp, [&shown] {
-            auto* keypad = QApplication::activeModalWidget();
-            shown = keypad->findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
-            keypad->close();
-        });
-        panel.page.doModal(panel.level());
-        QCOMPARE(shown, row.second);
+        const QStringList shown =
+            Hands::onKeypad(QString(), [&panel] { panel.page.doModal(panel.level()); });
+        QCOMPARE(shown.value(0), row.second);
     }
 }
 
@@ -733,8 +706,7 @@ void TestGeneral::keypad_setsTheLevel()
 {
     Page panel;
     panel.keyClick("off");
-    Page::typeOnKeypad(QStringLiteral("5"));
-    QTest::mousePress(panel.level(), Qt::LeftButton);
+    QVERIFY(!Hands::enter(*panel.level(), "5"_s).isEmpty());
     QCOMPARE(panel.level()->text(), QStringLiteral("05"));
     QCOMPARE(panel.slider()->value(), 5);
     QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("92"));
@@ -747,8 +719,7 @@ void TestGeneral::keypad_cancelled_changesNothing()
 {
     Page panel;
     panel.keyClick("off");
-    Page::typeOnKeypad(QString());
-    QTest::mousePress(panel.level(), Qt::LeftButton);
+    QVERIFY(!Hands::enter(*panel.level(), QString()).isEmpty());
     QCOMPARE(panel.level()->text(), QStringLiteral("17"));
     QCOMPARE(panel.slider()->value(), 17);
     QVERIFY(panel.emitted.isEmpty());
@@ -759,8 +730,7 @@ void TestGeneral::keypad_sameLevel_isAppliedAgain()
 {
     Page panel;
     panel.keyClick("off");
-    Page::typeOnKeypad(QStringLiteral("17"));
-    QTest::mousePress(panel.level(), Qt::LeftButton);
+    QVERIFY(!Hands::enter(*panel.level(), "17"_s).isEmpty());
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(140)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{140, 1}}));
 }
@@ -780,8 +750,9 @@ void TestGeneral::keypad_pressBeepsByTheSwitch()
     QFETCH(int, beeps);
     Page panel;
     panel.settings.setValue(buzzerKey, keyClick);
-    Page::typeOnKeypad(QString());
-    panel.page.doModal(panel.level());
+    const QStringList shown =
+        Hands::onKeypad(QString(), [&panel] { panel.page.doModal(panel.level()); });
+    QVERIFY(!shown.isEmpty());
     QCOMPARE(PanelWorld::commands().count(longBeep), beeps);
 }
 
@@ -793,7 +764,7 @@ void TestGeneral::keypad_disabledField_staysClosed()
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
                       Qt::NoModifier);
     panel.page.eventFilter(panel.level(), &press);
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
@@ -801,19 +772,9 @@ void TestGeneral::keypad_rangeIsOneToThirtyTwo()
 {
     Page panel;
     panel.keyClick("off");
-    QString shown;
-    QTimer::singleShot(0, qApp, [&shown] {
-        auto* keypad = QApplication::activeModalWidget();
-        for (const char* name : {"numLineEdit", "minText", "maxText"}) {
-            shown += keypad->findChild<QWidget*>(QString::fromLatin1(name))
-                         ->property("text")
-                         .toString() +
-                     QLatin1Char('|');
-        }
-        keypad->close();
-    });
-    panel.page.doModal(panel.level());
-    QCOMPARE(shown, QStringLiteral("17|Min:1|Max:32|"));
+    const QStringList shown =
+        Hands::onKeypad(QString(), [&panel] { panel.page.doModal(panel.level()); });
+    QCOMPARE(shown, QStringList({"17"_s, "Min:1"_s, "Max:32"_s}));
 }
 
 void TestGeneral::keypad_unknownField_beepsOnly()
@@ -835,13 +796,13 @@ void TestGeneral::keypad_pageDeletedMeanwhile_closesWithIt()
     auto* panel = new Page;
     panel->keyClick("off");
     bool wasOpen = false;
-    QTimer::singleShot(0, qApp, [&] {
-        wasOpen = QApplication::activeModalWidget() != nullptr;
+    const Hands::WhenOpen<InputDialog> deleting([&](InputDialog& /*keypad*/) {
+        wasOpen = true;
         delete panel;
     });
     QTest::mousePress(panel->level(), Qt::LeftButton);
     QVERIFY(wasOpen);
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
@@ -864,18 +825,18 @@ void TestGeneral::backlightOff_byMinutes_startsItsTimer()
     panel.keyClick("off");
     QLineEdit minutes;
     minutes.setObjectName(QStringLiteral("backlightOff"));
+    const auto enterMinutes = [&](const QString& keys) {
+        return !Hands::onKeypad(keys, [&] { panel.page.doModal(&minutes); }).isEmpty();
+    };
     // No minutes: dark at the next turn of the event loop.
-    Page::typeOnKeypad(QStringLiteral("0"));
-    panel.page.doModal(&minutes);
+    QVERIFY(enterMinutes("0"_s));
     QCOMPARE(minutes.text(), QStringLiteral("0"));
     QVERIFY(panel.emitted.isEmpty());
     QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
 
     // The longest delay does not overflow into an immediate one.
-    Page::typeOnKeypad(QStringLiteral("65535"));
-    panel.page.doModal(&minutes);
-    Page::typeOnKeypad(QStringLiteral("1"));
-    panel.page.doModal(&minutes);
+    QVERIFY(enterMinutes("65535"_s));
+    QVERIFY(enterMinutes("1"_s));
     QList<int> delays;
     for (const auto* timer : runningCountdowns(panel.page)) {
         delays << timer->interval();
@@ -891,8 +852,10 @@ void TestGeneral::backlightOff_longerThanATimer_isWaitedForInPieces()
     panel.keyClick("off");
     QLineEdit minutes;
     minutes.setObjectName(QStringLiteral("backlightOff"));
-    Page::typeOnKeypad(QStringLiteral("65535"));
-    panel.page.doModal(&minutes);
+    const auto enterMinutes = [&](const QString& keys) {
+        return !Hands::onKeypad(keys, [&] { panel.page.doModal(&minutes); }).isEmpty();
+    };
+    QVERIFY(enterMinutes("65535"_s));
     const auto running = [&panel] { return runningCountdowns(panel.page); };
     QCOMPARE(running().size(), 1);
     QCOMPARE(running().at(0)->interval(), 35791 * 60000);
@@ -965,7 +928,7 @@ void TestGeneral::fieldsWithoutAPlace_beepAndOpenNoKeypad()
         }
         ++fields;
         QTest::mousePress(edit, Qt::LeftButton); // the page watches it all the same
-        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!Hands::modal());
     }
     QCOMPARE(fields, 2); // the minutes and the initial window
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep, longBeep}));
@@ -1131,11 +1094,9 @@ void TestGeneral::clock_settingButtonOpensTheDialog()
     Page panel;
     panel.keyClick("off");
     QString year;
-    QTimer::singleShot(0, qApp, [&year] {
-        auto* dialog = qobject_cast<DateTimeDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        year = dialog->findChild<QLineEdit*>(QStringLiteral("yearLineEdit"))->text();
-        dialog->close();
+    const Hands::WhenOpen<DateTimeDialog> closing([&year](DateTimeDialog& dialog) {
+        year = dialog.findChild<QLineEdit*>("yearLineEdit"_s)->text();
+        dialog.close();
     });
     QTest::mouseClick(panel.clock(), Qt::LeftButton);
     QCOMPARE(year, QString::number(QDate::currentDate().year()));

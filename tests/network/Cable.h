@@ -9,35 +9,26 @@
 class Cable
 {
 public:
-    explicit Cable(int adapter, const QString& address = QStringLiteral("10.1.2.77/16"))
-        : m_name(QStringLiteral("eth%1").arg(adapter))
+    explicit Cable(int adapter, const QString& address = "10.1.2.77/16"_s)
+        : m_name("eth%1"_s.arg(adapter))
     {
-        ip(QStringLiteral("link add %1 type veth peer name far").arg(m_name));
+        ip("link add %1 type veth peer name far"_s.arg(m_name));
         setFarEnd(true);
         addAddress(address);
-        ip(QStringLiteral("link set %1 up").arg(m_name));
+        ip("link set %1 up"_s.arg(m_name));
     }
-    ~Cable() { ip(QStringLiteral("link del %1").arg(m_name)); }
+    ~Cable() { ip("link del %1"_s.arg(m_name)); }
     Cable(const Cable&) = delete;
     Cable& operator=(const Cable&) = delete;
 
-    void addAddress(const QString& address)
-    {
-        ip(QStringLiteral("addr add %1 dev %2").arg(address, m_name));
-    }
-    void setFarEnd(bool up)
-    {
-        ip(QStringLiteral("link set far %1").arg(up ? line("up") : line("down")));
-    }
-    void setUp(bool up)
-    {
-        ip(QStringLiteral("link set %1 %2").arg(m_name, up ? line("up") : line("down")));
-    }
+    void addAddress(const QString& address) { ip("addr add %1 dev %2"_s.arg(address, m_name)); }
+    void setFarEnd(bool up) { ip("link set far %1"_s.arg(up ? "up"_s : "down"_s)); }
+    void setUp(bool up) { ip("link set %1 %2"_s.arg(m_name, up ? "up"_s : "down"_s)); }
 
 private:
     static void ip(const QString& arguments)
     {
-        if (QProcess::execute(line("ip"), arguments.split(QLatin1Char(' '))) != 0) {
+        if (QProcess::execute("ip"_s, arguments.split(QLatin1Char(' '))) != 0) {
             qFatal("ip %s failed", qPrintable(arguments));
         }
     }

@@ -3,13 +3,14 @@
 #include "dialogs/InputDialog.h"
 #include "network/AdapterPane.h"
 #include "network/NetworkSettings.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QFontDatabase>
 #include <QGroupBox>
 #include <QLabel>
-#include <QMouseEvent>
 #include <QPointer>
 #include <QTabBar>
 #include <QTest>
@@ -17,7 +18,7 @@
 
 #include <memory>
 
-inline const QString settingsPath = QStringLiteral("/hmi/Config/system_settings.ini");
+inline const QString settingsPath = "/hmi/Config/system_settings.ini"_s;
 
 /// The page as the window sets it up, alone on the screen, with what a press needs at hand.
 class NetworkPage
@@ -49,13 +50,13 @@ public:
 
     void init()
     {
-        const int fontId = QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf"));
+        const int fontId = QFontDatabase::addApplicationFont("/hmi/default.ttf"_s);
         QObject::connect(
             &page(), &NetworkSettings::updateEEData, &page(),
             [this](EEInfoDetail::Flash_WR_1& changed, auto type) {
                 told << Told{int(type), PanelWorld::commands(),
                              QByteArray(reinterpret_cast<const char*>(&changed), sizeof changed),
-                             PanelWorld::fileContent(QStringLiteral("/tmp/smw.dat"))};
+                             PanelWorld::fileContent("/tmp/smw.dat"_s)};
             });
         page().init(fontId, record, hardware, &settings);
         page().resize(924, 382);
@@ -97,32 +98,10 @@ public:
     }
     QString text(int adapter, AdapterPane::Value value) { return pane(adapter).row(value).text(); }
 
-    static void press(QWidget* widget)
-    {
-        QMouseEvent event(QEvent::MouseButtonPress, widget->rect().center(), Qt::LeftButton,
-                          Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(widget, &event);
-    }
-
-    /// Presses a field and types keys on its keypad; an empty text closes it. False when none
-    /// opened.
+    /// Enters a value in a field; an empty text closes its keypad. False when none opened.
     static bool enter(QLineEdit* edit, const QString& keys)
     {
-        bool opened = false;
-        QObject context;
-        QTimer::singleShot(0, &context, [&opened, keys] {
-            auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-            opened = keypad != nullptr;
-            if (!keypad) {
-                return;
-            }
-            for (const QChar key : keys) {
-                keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + key)->click();
-            }
-            const char* last = keys.isEmpty() ? "closePushButton" : "pushButtonEnter";
-            keypad->findChild<QPushButton*>(QString::fromLatin1(last))->click();
-        });
-        press(edit);
+        const bool opened = !Hands::enter(*edit, keys).isEmpty();
         QCoreApplication::processEvents();
         return opened;
     }

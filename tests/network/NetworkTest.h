@@ -7,17 +7,16 @@
 #include <QRegularExpression>
 
 #include <algorithm>
-#include <functional>
 
 // What the tests of the Network page share: the panel's files, commands and boxes.
 
-inline const QString beep = QStringLiteral("/root/plat-intf/setbeep long");
-inline const QString resolver = QStringLiteral("/etc/resolv.conf");
-inline const QString backup = QStringLiteral("/etc/resolvbak.conf");
-inline const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
-inline const QString wordArea = QStringLiteral("/tmp/smw.dat");
-inline const QString bitArea = QStringLiteral("/hmi_data/sfb.dat");
-inline const QString byteArea = QStringLiteral("/hmi_data/sfw.dat");
+inline const QString beep = "/root/plat-intf/setbeep long"_s;
+inline const QString resolver = "/etc/resolv.conf"_s;
+inline const QString backup = "/etc/resolvbak.conf"_s;
+inline const QString noticePipe = "/tmp/fifo_sysreg"_s;
+inline const QString wordArea = "/tmp/smw.dat"_s;
+inline const QString bitArea = "/hmi_data/sfb.dat"_s;
+inline const QString byteArea = "/hmi_data/sfw.dat"_s;
 inline constexpr int preferenceByte = 180;
 inline constexpr int dhcpBit[2] = {20, 21};
 inline constexpr int disabledBit[2] = {13, 14};
@@ -27,20 +26,14 @@ using Index = NetworkSettings::networkIndexType;
 inline QStringList routes(const QString& gateway0, int metric0, const QString& gateway1,
                           int metric1)
 {
-    return {
-        QStringLiteral("route del default"), QStringLiteral("route del default"),
-        QStringLiteral("route add default gw %1 dev eth0 metric %2").arg(gateway0).arg(metric0),
-        QStringLiteral("route add default gw %1 dev eth1 metric %2").arg(gateway1).arg(metric1)};
+    return {"route del default"_s, "route del default"_s,
+            "route add default gw %1 dev eth0 metric %2"_s.arg(gateway0).arg(metric0),
+            "route add default gw %1 dev eth1 metric %2"_s.arg(gateway1).arg(metric1)};
 }
 
 inline QStringList usualRoutes()
 {
-    return routes(QStringLiteral("192.168.1.1"), 1, QStringLiteral("10.0.0.1"), 1);
-}
-
-inline QString line(const char* text)
-{
-    return QString::fromLatin1(text);
+    return routes("192.168.1.1"_s, 1, "10.0.0.1"_s, 1);
 }
 
 inline char storedPreference()
@@ -53,7 +46,7 @@ class BusyTool
 {
 public:
     BusyTool(const char* tool, const QByteArray& script)
-        : m_path(QStringLiteral("/panel/bin/") + line(tool)),
+        : m_path("/panel/bin/"_s + QString::fromLatin1(tool)),
           m_usual(PanelWorld::fileContent(m_path))
     {
         PanelWorld::writeFile(m_path, "#!/bin/sh\n" + script + '\n' + m_usual);
@@ -87,7 +80,7 @@ public:
     }
 
 private:
-    const QString file = QStringLiteral("/tmp/looks");
+    const QString file = "/tmp/looks"_s;
     BusyTool m_tool;
 };
 
@@ -124,22 +117,14 @@ inline QList<int> hiddenChoices(QComboBox& box)
 /// What the settings file itself says of an adapter's switch; empty when nothing.
 inline QString switchInFile(int adapter)
 {
-    const QRegularExpression entry(QStringLiteral("\\[Network%1\\]\\s+enable=(\\w+)").arg(adapter));
+    const QRegularExpression entry(R"(\[Network%1\]\s+enable=(\w+))"_s.arg(adapter));
     return entry.match(QString::fromUtf8(PanelWorld::fileContent(settingsPath))).captured(1);
 }
 
-/// Answers the message box that opens next, after a look around while it is open.
-inline void answerNextBox(
-    QStringList* seen, const std::function<void()>& look = [] {})
+/// What tests compare of a message box: title, text, icon, number of buttons.
+inline QStringList summaryOf(const Hands::Box& box)
 {
-    QTimer::singleShot(0, qApp, [seen, look] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        look();
-        *seen << box->windowTitle() << box->text() << QString::number(box->icon())
-              << QString::number(box->buttons().size());
-        box->close();
-    });
+    return {box.title, box.text, QString::number(box.icon), QString::number(box.buttonCount)};
 }
 
 /// The panel as every test of the page finds it.
@@ -150,7 +135,7 @@ inline void resetPanel()
     for (const QString& file : {resolver, backup}) {
         PanelWorld::writeFile(file, QByteArray());
     }
-    for (const QString& pid : {line("/var/run/udhcpc0.pid"), line("/var/run/udhcpc1.pid")}) {
+    for (const QString& pid : {"/var/run/udhcpc0.pid"_s, "/var/run/udhcpc1.pid"_s}) {
         QFile::remove(pid);
     }
     PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\0'));

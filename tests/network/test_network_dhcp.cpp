@@ -32,8 +32,10 @@ void TestNetworkDhcp::dhcp_dynamicAndBack_data()
     QTest::addColumn<quint32>("notice");
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("gateway");
-    QTest::newRow("eth0") << 0 << 67U << line("192.168.0.5") << line("192.168.1.1");
-    QTest::newRow("eth1") << 1 << 76U << line("10.0.0.6") << line("10.0.0.1");
+    QTest::newRow("eth0") << 0 << 67U << "192.168.0.5"_s
+                          << "192.168.1.1"_s;
+    QTest::newRow("eth1") << 1 << 76U << "10.0.0.6"_s
+                          << "10.0.0.1"_s;
 }
 
 void TestNetworkDhcp::dhcp_dynamicAndBack()
@@ -45,35 +47,34 @@ void TestNetworkDhcp::dhcp_dynamicAndBack()
     NetworkPage world;
     world.started();
     NoticeListener runtime(noticePipe);
-    world.settings.setValue(line("General/buzzer"), line("on"));
+    world.settings.setValue("General/buzzer"_s, "on"_s);
     const QString number = QString::number(adapter);
     PanelWorld::writeFile(resolver, "nameserver 8.8.8.8 # eth" + number.toLatin1());
     AdapterPane& pane = world.pane(adapter);
     pane.modeBox().setCurrentIndex(1);
-    QTRY_COMPARE(PanelWorld::commands(),
-                 QStringList({beep, QStringLiteral(
-                                        "udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
-                                        .arg(number)}));
+    QTRY_COMPARE(
+        PanelWorld::commands(),
+        QStringList(
+            {beep, "udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid"_s.arg(number)}));
     QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
     QVERIFY(!PanelWorld::areaBit(bitArea, dhcpBit[1 - adapter]));
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice}));
     for (const QLineEdit* field : pane.fields()) {
-        QCOMPARE(field->text(), line("0"));
+        QCOMPARE(field->text(), "0"_s);
         QVERIFY(!field->isEnabled());
     }
     QVERIFY(!world.macField(adapter).isEnabled());
     QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
 
-    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(number), "321\n");
+    PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(number), "321\n");
     PanelWorld::clearCommands();
     pane.modeBox().setCurrentIndex(0);
     QCOMPARE(PanelWorld::commands(),
-             QStringList({beep, line("kill 321"),
-                          QStringLiteral("ifconfig eth%1 %2 up").arg(number, address)}));
-    QVERIFY(QFile::exists(QStringLiteral("/var/run/udhcpc%1.pid").arg(number)));
+             QStringList({beep, "kill 321"_s, "ifconfig eth%1 %2 up"_s.arg(number, address)}));
+    QVERIFY(QFile::exists("/var/run/udhcpc%1.pid"_s.arg(number)));
     QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
     QCOMPARE(world.text(adapter, AdapterPane::Gateway), gateway);
-    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("8.8.8.8"));
+    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), "8.8.8.8"_s);
     for (const QLineEdit* field : pane.fields()) {
         QVERIFY(field->isEnabled());
     }
@@ -92,8 +93,8 @@ void TestNetworkDhcp::dhcp_switchedOff_asksOnlyForEth1()
         PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true); // by the runtime
         world.page().refresh();
         QCOMPARE(world.pane(adapter).modeBox().currentIndex(), 1);
-        QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc -i eth1")).size(), adapter);
-        QCOMPARE(PanelWorld::commands().filter(line("udhcpc -i eth0")).size(), 0);
+        QTRY_COMPARE(PanelWorld::commands().filter("udhcpc -i eth1"_s).size(), adapter);
+        QCOMPARE(PanelWorld::commands().filter("udhcpc -i eth0"_s).size(), 0);
         QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
         const Cable cable(adapter);
         QTest::qWait(severalPolls);
@@ -113,10 +114,9 @@ void TestNetworkDhcp::dhcp_withoutABox_isOfTheAdapterGiven()
         QVERIFY(PanelWorld::areaBit(bitArea, dhcpBit[adapter]));
         QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
         QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
-        QTRY_COMPARE(
-            PanelWorld::commands(),
-            QStringList(QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
-                            .arg(adapter)));
+        QTRY_COMPARE(PanelWorld::commands(),
+                     QStringList("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid"_s.arg(
+                         adapter)));
         resetPanel();
     }
 }
@@ -136,23 +136,23 @@ void TestNetworkDhcp::dhcp_box_saysWhichAdapter()
                 });
         NoticeListener runtime(noticePipe);
         // Synchronous signs of a client's start and of static mode.
-        PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "321\n");
-        PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n");
-        const QString kill = adapter ? line("kill 322") : line("kill 321");
+        PanelWorld::writeFile("/var/run/udhcpc0.pid"_s, "321\n");
+        PanelWorld::writeFile("/var/run/udhcpc1.pid"_s, "322\n");
+        const QString kill = adapter ? "kill 322"_s : "kill 321"_s;
         box.setCurrentIndex(1);
-        QCOMPARE(PanelWorld::commands().filter(line("kill")), QStringList(kill));
+        QCOMPARE(PanelWorld::commands().filter("kill"_s), QStringList(kill));
         QCOMPARE(runtime.takeNumbers(), QList<quint32>({adapter ? 76U : 67U}));
         QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
         QVERIFY(world.field(1 - adapter, AdapterPane::Ip, 0)->isEnabled());
         box.setCurrentIndex(0);
-        QCOMPARE(PanelWorld::commands().filter(line("kill")), QStringList({kill, kill}));
+        QCOMPARE(PanelWorld::commands().filter("kill"_s), QStringList({kill, kill}));
         QVERIFY(world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
         // Of the number given, it asks only whether that adapter is switched off.
         world.pane(1 - adapter).disableSwitch().click();
         PanelWorld::clearCommands();
         runtime.takeNumbers();
         box.setCurrentIndex(1);
-        QCOMPARE(PanelWorld::commands().filter(line("kill")),
+        QCOMPARE(PanelWorld::commands().filter("kill"_s),
                  adapter ? QStringList(kill) : QStringList());
         QCOMPARE(runtime.takeNumbers(), QList<quint32>({adapter ? 76U : 67U}));
         resetPanel();
@@ -164,13 +164,13 @@ void TestNetworkDhcp::dhcp_twice_killsTheFirstClient()
     NetworkPage world;
     world.started();
     world.page().udhcpc(NetworkSettings::Eth0);
-    PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "99\n");
+    PanelWorld::writeFile("/var/run/udhcpc0.pid"_s, "99\n");
     world.page().udhcpc(NetworkSettings::Eth0);
-    const QString client = line("udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid");
+    const QString client = "udhcpc -i eth0 -t 100 -T 1 -A 1 -p /var/run/udhcpc0.pid"_s;
     // Started in the background: the first may be written down after the kill.
     QTRY_COMPARE(PanelWorld::commands().size(), 3);
     QCOMPARE(PanelWorld::commands().count(client), 2);
-    QVERIFY(PanelWorld::commands().contains(line("kill 99")));
+    QVERIFY(PanelWorld::commands().contains("kill 99"_s));
     QCOMPARE(PanelWorld::commands().constLast(), client);
 }
 
@@ -191,8 +191,8 @@ void TestNetworkDhcp::dhcp_noLease_keepsPolling()
     QTRY_VERIFY(timers.fired.size() >= 10); // the adapter does not exist in this panel
     QCOMPARE(timers.fired.count(pollInterval), timers.fired.size());
     QCOMPARE(world.told.size(), 0);
-    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("0.0.0.0"));
-    QCOMPARE(world.page().getipAddress(QStringLiteral("eth%1").arg(adapter)), QStringList());
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), "0.0.0.0"_s);
+    QCOMPARE(world.page().getipAddress("eth%1"_s.arg(adapter)), QStringList());
 }
 
 void TestNetworkDhcp::lease_isStoredAsIfTyped_data()
@@ -203,9 +203,9 @@ void TestNetworkDhcp::lease_isStoredAsIfTyped_data()
     QTest::addColumn<quint32>("notice");
     QTest::addColumn<QStringList>("routes");
     QTest::newRow("eth0") << 0 << QList<int>{41, 49, 45} << QList<int>{751, 771, 779} << 67U
-                          << routes(line("10.1.2.1"), 1, line("10.0.0.1"), 1);
+                          << routes("10.1.2.1"_s, 1, "10.0.0.1"_s, 1);
     QTest::newRow("eth1") << 1 << QList<int>{174, 182, 178} << QList<int>{803, 823, 831} << 76U
-                          << routes(line("192.168.1.1"), 1, line("10.1.2.1"), 1);
+                          << routes("192.168.1.1"_s, 1, "10.1.2.1"_s, 1);
 }
 
 void TestNetworkDhcp::lease_isStoredAsIfTyped()
@@ -226,10 +226,10 @@ void TestNetworkDhcp::lease_isStoredAsIfTyped()
     QCOMPARE(world.told.size(), 0);
     QCOMPARE(PanelWorld::commands().size(), 1); // the client
     PanelWorld::clearCommands();
-    const QString server = QStringLiteral("nameserver %1 # eth%2\n");
-    PanelWorld::writeFile(resolver, (server.arg(line("8.8.8.8")).arg(adapter) +
-                                     server.arg(line("9.9.9.9")).arg(adapter))
-                                        .toLatin1());
+    const QString server = "nameserver %1 # eth%2\n"_s;
+    PanelWorld::writeFile(
+        resolver,
+        (server.arg("8.8.8.8"_s).arg(adapter) + server.arg("9.9.9.9"_s).arg(adapter)).toLatin1());
 
     QByteArray area = PanelWorld::fileContent(wordArea);
     QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
@@ -246,17 +246,17 @@ void TestNetworkDhcp::lease_isStoredAsIfTyped()
     QCOMPARE(PanelWorld::fileContent(wordArea), area);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice})); // of the mode only
     QCOMPARE(PanelWorld::commands(), routes);
-    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
-    QCOMPARE(world.text(adapter, AdapterPane::Mask), line("255.255.0.0"));
-    QCOMPARE(world.text(adapter, AdapterPane::Gateway), line("10.1.2.1"));
-    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("8.8.8.8"));
-    QCOMPARE(world.text(adapter, AdapterPane::BackupDns), line("9.9.9.9"));
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), "10.1.2.77"_s);
+    QCOMPARE(world.text(adapter, AdapterPane::Mask), "255.255.0.0"_s);
+    QCOMPARE(world.text(adapter, AdapterPane::Gateway), "10.1.2.1"_s);
+    QCOMPARE(world.text(adapter, AdapterPane::FirstDns), "8.8.8.8"_s);
+    QCOMPARE(world.text(adapter, AdapterPane::BackupDns), "9.9.9.9"_s);
     QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
     QTest::qWait(severalPolls);
     QCOMPARE(world.told.size(), 3); // nobody looks any more
 
     world.pane(adapter).modeBox().setCurrentIndex(0);
-    QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
+    QCOMPARE(world.text(adapter, AdapterPane::Ip), "10.1.2.77"_s);
 }
 
 void TestNetworkDhcp::lease_afterStart_isTaken()
@@ -270,8 +270,8 @@ void TestNetworkDhcp::lease_afterStart_isTaken()
         QCOMPARE(timers.fired.count(pollInterval), timers.fired.size());
         const Cable cable(adapter);
         QTRY_COMPARE(world.told.size(), 3);
-        QCOMPARE(world.text(adapter, AdapterPane::Ip), line("10.1.2.77"));
-        QCOMPARE(world.text(1 - adapter, AdapterPane::Ip).contains(line("10.1.2.77")), false);
+        QCOMPARE(world.text(adapter, AdapterPane::Ip), "10.1.2.77"_s);
+        QCOMPARE(world.text(1 - adapter, AdapterPane::Ip).contains("10.1.2.77"_s), false);
         resetPanel();
     }
 }
@@ -282,15 +282,13 @@ void TestNetworkDhcp::poll_endsWithDynamicMode_data()
     QTest::addColumn<bool>("switchedOff"); // or else static
     QTest::addColumn<QStringList>("commands");
     for (const int adapter : {0, 1}) {
-        const QString name = QStringLiteral("eth%1").arg(adapter);
-        QTest::newRow(qPrintable(name + line(" off")))
-            << adapter << true
-            << QStringList{QStringLiteral("ifconfig %1 down").arg(name), line("sync")};
-        QTest::newRow(qPrintable(name + line(" static")))
+        const QString name = "eth%1"_s.arg(adapter);
+        QTest::newRow(qPrintable(name + " off"_s))
+            << adapter << true << QStringList{"ifconfig %1 down"_s.arg(name), "sync"_s};
+        QTest::newRow(qPrintable(name + " static"_s))
             << adapter << false
-            << QStringList{line("kill 321"),
-                           QStringLiteral("ifconfig %1 %2 up")
-                               .arg(name, adapter ? line("10.0.0.6") : line("192.168.0.5"))};
+            << QStringList{"kill 321"_s, "ifconfig %1 %2 up"_s.arg(
+                                             name, adapter ? "10.0.0.6"_s : "192.168.0.5"_s)};
     }
 }
 
@@ -304,7 +302,7 @@ void TestNetworkDhcp::poll_endsWithDynamicMode()
     world.pane(adapter).modeBox().setCurrentIndex(1);
     QTRY_COMPARE(PanelWorld::commands().size(), 1);
     PanelWorld::clearCommands();
-    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(adapter), "321\n");
+    PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(adapter), "321\n");
     if (switchedOff) {
         world.pane(adapter).disableSwitch().click();
     } else {
@@ -320,15 +318,15 @@ void TestNetworkDhcp::poll_endsWithDynamicMode()
 void TestNetworkDhcp::liveAddress_isTheFirstOfAReadyAdapter()
 {
     const NetworkSettings page;
-    const QString eth0 = line("eth0");
+    const QString eth0 = "eth0"_s;
     QCOMPARE(page.getipAddress(eth0), QStringList());
-    Cable cable(0, line("fd00::1/64"));
+    Cable cable(0, "fd00::1/64"_s);
     QCOMPARE(page.getipAddress(eth0), QStringList());
-    cable.addAddress(line("10.1.2.77/16"));
-    cable.addAddress(line("10.9.9.9/8"));
-    const QStringList first{line("10.1.2.77"), line("255.255.0.0")};
+    cable.addAddress("10.1.2.77/16"_s);
+    cable.addAddress("10.9.9.9/8"_s);
+    const QStringList first{"10.1.2.77"_s, "255.255.0.0"_s};
     QTRY_COMPARE(page.getipAddress(eth0), first); // the kernel takes its time with links
-    QCOMPARE(page.getipAddress(line("eth1")), QStringList());
+    QCOMPARE(page.getipAddress("eth1"_s), QStringList());
     cable.setFarEnd(false); // up, and no link
     QTRY_COMPARE(page.getipAddress(eth0), QStringList());
     cable.setFarEnd(true);

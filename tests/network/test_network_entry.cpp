@@ -37,26 +37,15 @@ void TestNetworkEntry::keypad_opensForEachField()
     world.started();
     QStringList shown; // the keypad's number and range
     const auto look = [&shown](QWidget* pressed) {
-        QObject context;
-        shown.clear();
-        QTimer::singleShot(0, &context, [&shown] {
-            auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-            if (keypad) {
-                shown << keypad->findChild<QLineEdit*>(line("numLineEdit"))->text()
-                      << keypad->findChild<QLabel*>(line("minText"))->text()
-                      << keypad->findChild<QLabel*>(line("maxText"))->text();
-                keypad->close();
-            }
-        });
-        NetworkPage::press(pressed);
+        shown = Hands::enter(*pressed, QString());
         QCoreApplication::processEvents();
     };
     world.field(0, AdapterPane::FirstDns, 1)->setText(QString());
     for (const int adapter : {0, 1}) {
         for (QLineEdit* field : world.pane(adapter).fields()) {
             look(field);
-            QCOMPARE(shown, QStringList({QString::number(field->text().toInt()), line("Min:0"),
-                                         line("Max:255")}));
+            QCOMPARE(shown,
+                     QStringList({QString::number(field->text().toInt()), "Min:0"_s, "Max:255"_s}));
         }
         look(&world.macField(adapter));
         QCOMPARE(shown, QStringList());
@@ -67,7 +56,7 @@ void TestNetworkEntry::press_reachesTheWidgetToo()
 {
     NetworkPage world;
     world.started();
-    const QString gateways[] = {line("Gateway:192.168.1.1"), line("Gateway:10.0.0.1")};
+    const QString gateways[] = {"Gateway:192.168.1.1"_s, "Gateway:10.0.0.1"_s};
     for (const int adapter : {0, 1}) {
         world.tabs().setCurrentIndex(adapter);
         AdapterPane& pane = world.pane(adapter);
@@ -79,7 +68,7 @@ void TestNetworkEntry::press_reachesTheWidgetToo()
         QCOMPARE(world.gatewayLabel(adapter).text(), gateways[adapter]);
         PanelWorld::clearCommands();
         QTest::mouseClick(&pane.testButton(), Qt::LeftButton);
-        QVERIFY(PanelWorld::commands().contains(line("killall ping")));
+        QVERIFY(PanelWorld::commands().contains("killall ping"_s));
         // A field gives up its selection when it is pressed, after the keypad.
         QLineEdit* field = world.field(adapter, AdapterPane::Mask, 2);
         field->selectAll();
@@ -103,8 +92,7 @@ void TestNetworkEntry::record_isThePagesOwn()
     QVERIFY(!records.contains(&world.record));
     QCOMPARE(std::memcmp(&before, &world.record, sizeof before), 0);
     world.record.eth0_ip = 9; // later changes are not seen
-    QCOMPARE(world.page().getIPFromEE(NetworkSettings::Eth0).join(QLatin1Char('.')),
-             line("1.0.0.0"));
+    QCOMPARE(world.page().getIPFromEE(NetworkSettings::Eth0).join(QLatin1Char('.')), "1.0.0.0"_s);
     QCOMPARE(reinterpret_cast<const char*>(*records.begin())[182], '\2');
 }
 
@@ -113,8 +101,8 @@ void TestNetworkEntry::entry_ip_appliesInOrder()
     NetworkPage world;
     world.started();
     NoticeListener runtime(noticePipe);
-    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
-    const QStringList before = {line("ifconfig eth0 192.10.0.5"), line("sync")};
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), "10"_s));
+    const QStringList before = {"ifconfig eth0 192.10.0.5"_s, "sync"_s};
     QCOMPARE(PanelWorld::commands(), before + usualRoutes());
     QCOMPARE(world.told.size(), 1);
     QCOMPARE(world.told.first().type, 2);
@@ -138,23 +126,23 @@ void TestNetworkEntry::entry_appliesEachValue_data()
     const auto ip = int(AdapterPane::Ip);
     const auto mask = int(AdapterPane::Mask);
     const auto gateway = int(AdapterPane::Gateway);
-    const QString sync = line("sync");
-    const QStringList routes0 = routes(line("192.168.1.77"), 1, line("10.0.0.1"), 1);
-    const QStringList routes1 = routes(line("192.168.1.1"), 1, line("10.0.0.77"), 1);
-    QTest::newRow("eth0 ip") << 0 << ip << QStringList{line("ifconfig eth0 192.168.0.77"), sync}
+    const QString sync = "sync"_s;
+    const QStringList routes0 = routes("192.168.1.77"_s, 1, "10.0.0.1"_s, 1);
+    const QStringList routes1 = routes("192.168.1.1"_s, 1, "10.0.0.77"_s, 1);
+    QTest::newRow("eth0 ip") << 0 << ip << QStringList{"ifconfig eth0 192.168.0.77"_s, sync}
                              << usualRoutes() << 2 << 41 << 751
                              << QByteArray("\xC0\xA8\x00\x4D", 4);
     QTest::newRow("eth0 mask") << 0 << mask
-                               << QStringList{line("ifconfig eth0 netmask 255.255.255.77"), sync}
+                               << QStringList{"ifconfig eth0 netmask 255.255.255.77"_s, sync}
                                << usualRoutes() << 3 << 49 << 771
                                << QByteArray("\xFF\xFF\xFF\x4D", 4);
     QTest::newRow("eth0 gateway") << 0 << gateway << routes0 << routes0 << 4 << 45 << 779
                                   << QByteArray("\xC0\xA8\x01\x4D", 4);
-    QTest::newRow("eth1 ip") << 1 << ip << QStringList{line("ifconfig eth1 10.0.0.77"), sync}
+    QTest::newRow("eth1 ip") << 1 << ip << QStringList{"ifconfig eth1 10.0.0.77"_s, sync}
                              << usualRoutes() << 2 << 174 << 803
                              << QByteArray("\x0A\x00\x00\x4D", 4);
     QTest::newRow("eth1 mask") << 1 << mask
-                               << QStringList{line("ifconfig eth1 netmask 255.0.0.77"), sync}
+                               << QStringList{"ifconfig eth1 netmask 255.0.0.77"_s, sync}
                                << usualRoutes() << 3 << 182 << 823
                                << QByteArray("\xFF\x00\x00\x4D", 4);
     QTest::newRow("eth1 gateway") << 1 << gateway << routes1 << routes1 << 4 << 178 << 831
@@ -177,10 +165,10 @@ void TestNetworkEntry::entry_appliesEachValue()
     const QByteArray area = PanelWorld::fileContent(wordArea);
     NoticeListener runtime(noticePipe);
     Looks looks("route", "od -An -tx1 -N4 -j" + QByteArray::number(areaByte) + " /tmp/smw.dat");
-    QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), line("77")));
+    QVERIFY(world.enter(world.field(adapter, AdapterPane::Value(value), 3), "77"_s));
     QCOMPARE(PanelWorld::commands(), before + after);
     // A gateway sets the routes before it is stored as well.
-    const QStringList early = repeated(before.filter(line("route")).size(), line("ee ee ee ee"));
+    const QStringList early = repeated(before.filter("route"_s).size(), "ee ee ee ee"_s);
     QCOMPARE(looks.take(), early + repeated(4, QString::fromLatin1(bytes.toHex(' '))));
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
     QCOMPARE(world.told.size(), 1);
@@ -209,15 +197,15 @@ void TestNetworkEntry::entry_usesTheTextsAsShown()
                 {AdapterPane::Gateway, "route add default gw 192.010.x.77 dev eth0 metric 1", 45}};
     for (const auto& row : rows) {
         PanelWorld::clearCommands();
-        world.field(0, row.value, 1)->setText(line("010"));
-        world.field(0, row.value, 2)->setText(line("x"));
-        QVERIFY(world.enter(world.field(0, row.value, 3), line("77")));
-        QVERIFY2(PanelWorld::commands().contains(line(row.run)), row.run);
+        world.field(0, row.value, 1)->setText("010"_s);
+        world.field(0, row.value, 2)->setText("x"_s);
+        QVERIFY(world.enter(world.field(0, row.value, 3), "77"_s));
+        QVERIFY2(PanelWorld::commands().contains(QString::fromLatin1(row.run)), row.run);
         const QByteArray stored = world.told.last().record.mid(row.recordByte, 4);
         QCOMPARE(stored.mid(1), QByteArray("\x0A\0\x4D", 3)); // decimal, and 0 for no number
     }
-    world.field(0, AdapterPane::FirstDns, 1)->setText(line("010"));
-    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 3), line("9")));
+    world.field(0, AdapterPane::FirstDns, 1)->setText("010"_s);
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 3), "9"_s));
     QCOMPARE(PanelWorld::fileContent(resolver), QByteArray("nameserver 0.010.0.9 # eth0"));
 }
 
@@ -238,10 +226,10 @@ void TestNetworkEntry::entry_dns_writesTheResolverFileOnly()
     PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\n\nnameserver 2.2.2.2 # eth0\n");
     NetworkPage world;
     world.started();
-    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("1.1.1.1"));
-    QCOMPARE(world.text(0, AdapterPane::BackupDns), line("2.2.2.2"));
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), "1.1.1.1"_s);
+    QCOMPARE(world.text(0, AdapterPane::BackupDns), "2.2.2.2"_s);
     const QByteArray area = PanelWorld::fileContent(wordArea);
-    QVERIFY(world.enter(world.field(0, AdapterPane::Value(value), 3), line("9")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Value(value), 3), "9"_s));
     QCOMPARE(PanelWorld::commands(), usualRoutes());
     QCOMPARE(PanelWorld::fileContent(resolver), file);
     QCOMPARE(world.told.size(), 0);
@@ -258,7 +246,7 @@ void TestNetworkEntry::entry_ofTheOtherTab_onlyRebuildsRoutes()
     QCOMPARE(world.told.size(), 0);
     QCOMPARE(PanelWorld::fileContent(wordArea), area);
     PanelWorld::clearCommands();
-    QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), line("11"))); // while eth0 is shown
+    QVERIFY(world.enter(world.field(1, AdapterPane::Ip, 0), "11"_s)); // while eth0 is shown
     QCOMPARE(PanelWorld::commands(), usualRoutes());
 }
 
@@ -267,7 +255,7 @@ void TestNetworkEntry::entry_cancelled_changesNothing()
     NetworkPage world;
     world.started();
     QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 1), QString()));
-    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.5"));
+    QCOMPARE(world.text(0, AdapterPane::Ip), "192.168.0.5"_s);
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
@@ -275,19 +263,11 @@ void TestNetworkEntry::entry_aboveTheRange_isRefused()
 {
     NetworkPage world;
     world.started();
-    QStringList seen;
-    QTimer::singleShot(0, qApp, [&seen] {
-        auto* keypad = qobject_cast<InputDialog*>(QApplication::activeModalWidget());
-        QVERIFY(keypad);
-        for (const char* key : {"pushButton2", "pushButton5", "pushButton6"}) {
-            keypad->findChild<QPushButton*>(line(key))->click();
-        }
-        answerNextBox(&seen);
-        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
-        keypad->close();
-    });
-    NetworkPage::press(world.field(0, AdapterPane::Ip, 1));
-    QCOMPARE(seen.value(1), line("Input number is out of range!"));
+    const Hands::Answers answers;
+    const Hands::WhenOpen<InputDialog> typing(
+        [](InputDialog& keypad) { Hands::type(keypad, "256EX"_s); });
+    Hands::press(*world.field(0, AdapterPane::Ip, 1));
+    QCOMPARE(answers.only().text, "Input number is out of range!"_s);
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
@@ -297,7 +277,7 @@ void TestNetworkEntry::entry_disabledField_opensNoKeypad()
     world.started();
     world.pane(0).disableSwitch().click();
     PanelWorld::clearCommands();
-    QVERIFY(!world.enter(world.field(0, AdapterPane::Ip, 1), line("10")));
+    QVERIFY(!world.enter(world.field(0, AdapterPane::Ip, 1), "10"_s));
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
@@ -306,12 +286,10 @@ void TestNetworkEntry::entry_pageDeletedUnderTheKeypad_isSafe()
     NetworkPage world;
     world.started();
     bool opened = false;
-    QTimer::singleShot(0, qApp, [&] {
-        QWidget* keypad = QApplication::activeModalWidget();
-        opened = keypad != nullptr;
+    const Hands::WhenOpen<InputDialog> deleting([&](InputDialog& keypad) {
+        opened = true;
         world.deletePage();
-        keypad->findChild<QPushButton*>(line("pushButton5"))->click();
-        keypad->findChild<QPushButton*>(line("pushButtonEnter"))->click();
+        Hands::type(keypad, "5E"_s);
     });
     world.page().doModal(world.field(0, AdapterPane::Ip, 1));
     QVERIFY(opened);
@@ -357,11 +335,9 @@ void TestNetworkEntry::conflict_isTold_data()
     QTest::addColumn<QStringList>("seen");
     const QString icon = QString::number(QMessageBox::Information);
     QTest::newRow("eth0") << 0 << 3 << 6
-                          << QStringList{line("Tips"), line("IP is conflict with eth1!"), icon,
-                                         line("1")};
+                          << QStringList{"Tips"_s, "IP is conflict with eth1!"_s, icon, "1"_s};
     QTest::newRow("eth1") << 1 << 3 << 5
-                          << QStringList{line("Tips"), line("IP is conflict with eth0!"), icon,
-                                         line("1")};
+                          << QStringList{"Tips"_s, "IP is conflict with eth0!"_s, icon, "1"_s};
     QTest::newRow("none") << 0 << 3 << 7 << QStringList();
 }
 
@@ -374,21 +350,22 @@ void TestNetworkEntry::conflict_isTold()
     NetworkPage world;
     world.record.eth1_ip = 0x0600A8C0;
     world.started();
-    QStringList told;
-    if (!seen.isEmpty()) {
-        answerNextBox(&told);
-    }
+    const Hands::Answers answers;
     world.page().checkConflictIp(world.field(adapter, AdapterPane::Ip, octet), value);
+    QStringList told;
+    for (const Hands::Box& box : answers.boxes()) {
+        told << summaryOf(box);
+    }
     QCOMPARE(told, seen);
     // An entry never asks: equal addresses are accepted.
-    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("6")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), "6"_s));
     QCOMPARE(world.text(0, AdapterPane::Ip), world.text(1, AdapterPane::Ip));
 }
 
 void TestNetworkEntry::conflict_needsAllFourOctets()
 {
     const NetworkSettings page;
-    const QStringList octets{line("10"), line("1"), line("2"), line("77")};
+    const QStringList octets{"10"_s, "1"_s, "2"_s, "77"_s};
     const auto conflict = [&page, &octets](const QStringList& other) {
         return page.isConflictIp(octets[0], octets[1], octets[2], octets[3], other[0], other[1],
                                  other[2], other[3]);
@@ -396,10 +373,10 @@ void TestNetworkEntry::conflict_needsAllFourOctets()
     QVERIFY(conflict(octets));
     for (int at = 0; at < octets.size(); ++at) {
         QStringList other = octets;
-        other[at] = line("9");
+        other[at] = "9"_s;
         QVERIFY2(!conflict(other), qPrintable(QString::number(at)));
     }
-    QVERIFY(!conflict({line("10"), line("01"), line("2"), line("77")})); // texts, not numbers
+    QVERIFY(!conflict({"10"_s, "01"_s, "2"_s, "77"_s})); // texts, not numbers
 }
 
 QTEST_MAIN(TestNetworkEntry)

@@ -96,13 +96,12 @@ void TestNetworkPage::methods_areInTheirOrder()
         methods << QString::fromLatin1(page.method(at).methodSignature());
     }
     QCOMPARE(methods,
-             QStringList({line("updateEEData(EEInfoDetail::Flash_WR_1&,"
-                               "Settings::FlashWR1DataType)"),
-                          line("onChangeLanguage(Settings::Language)"),
-                          line("onDisableNetworkSwitched()"), line("onSetDefaultGateway()"),
-                          line("onSetTest()"), line("onSetCombobox(int)"),
-                          line("onSetAdapterCombobox(int)"), line("onTabBarSwitched(int)"),
-                          line("slotdhcp()"), line("slotdhcp1()"), line("ping_test()")}));
+             QStringList({"updateEEData(EEInfoDetail::Flash_WR_1&,"
+                          "Settings::FlashWR1DataType)"_s,
+                          "onChangeLanguage(Settings::Language)"_s, "onDisableNetworkSwitched()"_s,
+                          "onSetDefaultGateway()"_s, "onSetTest()"_s, "onSetCombobox(int)"_s,
+                          "onSetAdapterCombobox(int)"_s, "onTabBarSwitched(int)"_s, "slotdhcp()"_s,
+                          "slotdhcp1()"_s, "ping_test()"_s}));
     QCOMPARE(page.method(page.methodOffset()).methodType(), QMetaMethod::Signal);
     QCOMPARE(page.method(page.methodOffset() + 1).methodType(), QMetaMethod::Slot);
     QCOMPARE(page.superClass()->className(), "QTableView");
@@ -141,23 +140,22 @@ void TestNetworkPage::captions_inTheirOrder()
     world.started();
     for (const int adapter : {0, 1}) {
         AdapterPane& pane = world.pane(adapter);
-        const QStringList left{line("Disable Network"), line("Network:"), line("Gateway:0.0.0.0"),
-                               line("Setting:"), line("OuterNet State:")};
-        const QStringList right{line("IP Address:"),        line("Subnet Mask:"),
-                                line("Gateway:"),           line("First DNS Server:"),
-                                line("Backup DNS Server:"), line("MAC Address:")};
+        const QStringList left{"Disable Network"_s, "Network:"_s, "Gateway:0.0.0.0"_s, "Setting:"_s,
+                               "OuterNet State:"_s};
+        const QStringList right{"IP Address:"_s,       "Subnet Mask:"_s,       "Gateway:"_s,
+                                "First DNS Server:"_s, "Backup DNS Server:"_s, "MAC Address:"_s};
         QCOMPARE(captionsOf(pane), left + right);
-        QCOMPARE(pane.findChild<QGroupBox*>()->title(), line("Default gateway info"));
+        QCOMPARE(pane.findChild<QGroupBox*>()->title(), "Default gateway info"_s);
         world.tabs().setCurrentIndex(adapter);
         QVERIFY(world.networkLabel(adapter).geometry().right() <
                 world.gatewayLabel(adapter).geometry().left());
-        QCOMPARE(pane.defaultButton().text(), line("Set as default gateway"));
-        QCOMPARE(pane.testButton().text(), line("test"));
+        QCOMPARE(pane.defaultButton().text(), "Set as default gateway"_s);
+        QCOMPARE(pane.testButton().text(), "test"_s);
         for (const auto value : {AdapterPane::Ip, AdapterPane::Mask, AdapterPane::Gateway,
                                  AdapterPane::FirstDns, AdapterPane::BackupDns}) {
             int dots = 0;
             for (const QLabel* label : pane.row(value).findChildren<QLabel*>()) {
-                dots += label->text() == line(".") ? 1 : 0;
+                dots += label->text() == "."_s ? 1 : 0;
             }
             QCOMPARE(dots, 3);
         }
@@ -168,26 +166,25 @@ void TestNetworkPage::look_isThePanels()
 {
     NetworkPage world;
     world.started();
-    const QString family =
-        QFontDatabase::applicationFontFamilies(
-            QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf")))
-            .value(0);
+    const QString family = QFontDatabase::applicationFontFamilies(
+                               QFontDatabase::addApplicationFont("/hmi/default.ttf"_s))
+                               .value(0);
     QVERIFY(!family.isEmpty());
     QCOMPARE(world.tabs().tabBar()->font().family(), family);
     for (const char* part :
          {"width:173px", "background:rgb(210, 210, 210)", "border-top-left-radius:8px",
           "border-top-right-radius:8px", "QTabBar::tab:selected{background:rgb(246, 246, 246);}",
           "QTabWidget::pane{background:rgb(246, 246, 246);border:0px;}"}) {
-        QVERIFY2(world.tabs().styleSheet().contains(line(part)), part);
+        QVERIFY2(world.tabs().styleSheet().contains(QString::fromLatin1(part)), part);
     }
     for (const int adapter : {0, 1}) {
         AdapterPane& pane = world.pane(adapter);
-        QCOMPARE(pane.defaultButton().objectName(), line("BlueButton"));
-        QCOMPARE(pane.testButton().objectName(), line("TestButton"));
+        QCOMPARE(pane.defaultButton().objectName(), "BlueButton"_s);
+        QCOMPARE(pane.testButton().objectName(), "TestButton"_s);
         QCOMPARE(pane.modeBox().font().family(), family);
         QVERIFY(world.macField(adapter).isReadOnly());
         for (const QLineEdit* field : pane.fields()) {
-            QCOMPARE(field->styleSheet(), line("QLineEdit{border-width:0;border-style:outset}"));
+            QCOMPARE(field->styleSheet(), "QLineEdit{border-width:0;border-style:outset}"_s);
             QCOMPARE(field->alignment(), Qt::Alignment(Qt::AlignCenter));
             QCOMPARE(field->font().family(), family);
         }
@@ -209,13 +206,12 @@ void TestNetworkPage::tabs_oneForEachAdapter()
     QCOMPARE(world.page().supportEth2(), adapters - 1);
     QCOMPARE(world.tabs().count(), adapters);
     for (int at = 0; at < adapters; ++at) {
-        QCOMPARE(world.tabs().tabText(at), QStringLiteral("wired network%1").arg(at));
+        QCOMPARE(world.tabs().tabText(at), "wired network%1"_s.arg(at));
     }
-    const QStringList choices{line("Auto"), line("wired network0"), line("wired network1")};
+    const QStringList choices{"Auto"_s, "wired network0"_s, "wired network1"_s};
     for (int at = 0; at < 2; ++at) {
         QCOMPARE(choicesOf(world.pane(at).defaultBox()), choices.mid(0, adapters + 1));
-        QCOMPARE(choicesOf(world.pane(at).modeBox()),
-                 QStringList({line("Static IP"), line("Dynamic IP")}));
+        QCOMPARE(choicesOf(world.pane(at).modeBox()), QStringList({"Static IP"_s, "Dynamic IP"_s}));
     }
     QVERIFY(world.pane(0).isVisible());
     QVERIFY(!world.pane(1).isVisible());
@@ -225,7 +221,7 @@ void TestNetworkPage::tabs_clickSwitchesAndBeepsOnce()
 {
     NetworkPage world;
     world.started();
-    world.settings.setValue(line("General/buzzer"), line("on"));
+    world.settings.setValue("General/buzzer"_s, "on"_s);
     QTabBar* bar = world.tabs().tabBar();
     QTest::mouseClick(bar, Qt::LeftButton, Qt::NoModifier, bar->tabRect(1).center());
     QCOMPARE(world.tabs().currentIndex(), 1);
@@ -253,8 +249,7 @@ void TestNetworkPage::sizes_followTheScreenWidth()
 {
     QFETCH(int, width);
     QFETCH(QList<int>, sizes);
-    const char packed[] = {char(width & 0xFF), char((width >> 8) << 4)};
-    PanelWorld::patchImage(256 + 14, QByteArray(packed, 2));
+    PanelWorld::setScreenWidth(width);
     NetworkPage world;
     world.started();
     for (int at = 0; at < 2; ++at) {
@@ -287,47 +282,48 @@ void TestNetworkPage::mac_canBeReadInEveryState()
 void TestNetworkPage::start_static_runsInOrder()
 {
     PanelWorld::writeFile(settingsPath, QByteArray());
-    PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "321\n");
-    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n");
+    PanelWorld::writeFile("/var/run/udhcpc0.pid"_s, "321\n");
+    PanelWorld::writeFile("/var/run/udhcpc1.pid"_s, "322\n");
     Looks looks("ifconfig", "cat /hmi/Config/system_settings.ini");
     NetworkPage world;
     world.init();
     // Each adapter's switch is in the file before the next adapter's turn.
-    QCOMPARE(looks.take(), QStringList({QString(), line("[Network0] enable=true")}));
-    QStringList expected = {line("/root/plat-intf/readee")};
-    expected << line("kill 321") << line("ifconfig eth0 192.168.0.5 up")
-             << routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
-    expected << line("kill 322") << line("ifconfig eth1 10.0.0.6 up") << usualRoutes();
+    QCOMPARE(looks.take(), QStringList({QString(), "[Network0] enable=true"_s}));
+    QStringList expected = {"/root/plat-intf/readee"_s};
+    expected << "kill 321"_s
+             << "ifconfig eth0 192.168.0.5 up"_s << routes("192.168.1.1"_s, 1, "0.0.0.0"_s, 1);
+    expected << "kill 322"_s
+             << "ifconfig eth1 10.0.0.6 up"_s << usualRoutes();
     QStringList commands = PanelWorld::commands();
     QCOMPARE(commands, expected);
-    QCOMPARE(world.settings.value(line("Network0/enable")).toBool(), true);
-    QCOMPARE(world.settings.value(line("Network1/enable")).toBool(), true);
+    QCOMPARE(world.settings.value("Network0/enable"_s).toBool(), true);
+    QCOMPARE(world.settings.value("Network1/enable"_s).toBool(), true);
 }
 
 void TestNetworkPage::start_oneAdapter_touchesNoEth1()
 {
     NetworkPage world(1);
     world.init();
-    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains(line("ifconfig eth1")));
-    QVERIFY(!world.settings.contains(line("Network1/enable")));
+    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains("ifconfig eth1"_s));
+    QVERIFY(!world.settings.contains("Network1/enable"_s));
     PanelWorld::clearCommands();
-    QVERIFY(world.enter(world.field(0, AdapterPane::Mask, 3), line("0")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Mask, 3), "0"_s));
     QCOMPARE(PanelWorld::commands().mid(2), usualRoutes()); // both, all the same
 }
 
 void TestNetworkPage::start_storedOff_changesNoInterface()
 {
-    QSettings(settingsPath, QSettings::IniFormat).setValue(line("Network1/enable"), false);
+    QSettings(settingsPath, QSettings::IniFormat).setValue("Network1/enable"_s, false);
     NetworkPage world;
     world.init();
-    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains(line("ifconfig eth1")));
+    QVERIFY(!PanelWorld::commands().join(QLatin1Char('\n')).contains("ifconfig eth1"_s));
     QVERIFY(!world.field(1, AdapterPane::Ip, 0)->isEnabled());
     QVERIFY(!world.macField(1).isEnabled());
     QVERIFY(!world.pane(1).modeBox().isEnabled());
     QCOMPARE(world.pane(1).disableSwitch().styleSheet(),
-             line("border-image:url(:/Resources/switch_on.png);"));
+             "border-image:url(:/Resources/switch_on.png);"_s);
     QCOMPARE(world.pane(0).disableSwitch().styleSheet(),
-             line("border-image:url(:/Resources/switch_off.png);"));
+             "border-image:url(:/Resources/switch_off.png);"_s);
     QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[1]));
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[0]));
     for (const int shown : {0, 1}) {
@@ -335,26 +331,25 @@ void TestNetworkPage::start_storedOff_changesNoInterface()
         QVERIFY(list->isRowHidden(2));
         QVERIFY(!list->isRowHidden(1));
     }
-    QCOMPARE(QSettings(settingsPath, QSettings::IniFormat).value(line("Network1/enable")).toBool(),
+    QCOMPARE(QSettings(settingsPath, QSettings::IniFormat).value("Network1/enable"_s).toBool(),
              false);
     // What is stored can be read, all the same.
-    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
-    QCOMPARE(world.text(1, AdapterPane::Mask), line("255.0.0.0"));
-    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
+    QCOMPARE(world.text(1, AdapterPane::Ip), "10.0.0.6"_s);
+    QCOMPARE(world.text(1, AdapterPane::Mask), "255.0.0.0"_s);
+    QCOMPARE(world.text(1, AdapterPane::Gateway), "10.0.0.1"_s);
 }
 
 void TestNetworkPage::start_storedOn_isAsAbsent()
 {
     for (const int adapter : {0, 1}) {
         QSettings(settingsPath, QSettings::IniFormat)
-            .setValue(QStringLiteral("Network%1/enable").arg(adapter), true);
+            .setValue("Network%1/enable"_s.arg(adapter), true);
         PanelWorld::setAreaBit(bitArea, disabledBit[adapter], true);
     }
     NetworkPage world;
     world.init();
-    QCOMPARE(
-        PanelWorld::commands().filter(line("ifconfig")),
-        QStringList({line("ifconfig eth0 192.168.0.5 up"), line("ifconfig eth1 10.0.0.6 up")}));
+    QCOMPARE(PanelWorld::commands().filter("ifconfig"_s),
+             QStringList({"ifconfig eth0 192.168.0.5 up"_s, "ifconfig eth1 10.0.0.6 up"_s}));
     for (const int adapter : {0, 1}) {
         QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[adapter]));
         QVERIFY(world.pane(adapter).modeBox().isEnabled());
@@ -364,11 +359,11 @@ void TestNetworkPage::start_storedOn_isAsAbsent()
 void TestNetworkPage::start_dynamic_startsTheClient()
 {
     PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1\n");
-    const QString addresses[] = {line("192.168.0.5"), line("10.0.0.6")};
-    const QString gateways[] = {line("192.168.1.1"), line("10.0.0.1")};
+    const QString addresses[] = {"192.168.0.5"_s, "10.0.0.6"_s};
+    const QString gateways[] = {"192.168.1.1"_s, "10.0.0.1"_s};
     for (const int adapter : {0, 1}) {
         PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], true);
-        QSettings(settingsPath, QSettings::IniFormat).setValue(line("General/buzzer"), line("on"));
+        QSettings(settingsPath, QSettings::IniFormat).setValue("General/buzzer"_s, "on"_s);
         NoticeListener runtime(noticePipe);
         NetworkPage world;
         world.init();
@@ -376,19 +371,18 @@ void TestNetworkPage::start_dynamic_startsTheClient()
         QCOMPARE(runtime.takeNumbers(), QList<quint32>());
         QVERIFY(!PanelWorld::commands().contains(beep));
         const QString client =
-            QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid")
-                .arg(adapter);
-        QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc")), QStringList(client));
-        QCOMPARE(PanelWorld::commands().filter(line("ifconfig")),
-                 QStringList(QStringLiteral("ifconfig eth%1 %2 up")
-                                 .arg(QString::number(1 - adapter), addresses[1 - adapter])));
+            "udhcpc -i eth%1 -t 100 -T 1 -A 1 -p /var/run/udhcpc%1.pid"_s.arg(adapter);
+        QTRY_COMPARE(PanelWorld::commands().filter("udhcpc"_s), QStringList(client));
+        QCOMPARE(PanelWorld::commands().filter("ifconfig"_s),
+                 QStringList("ifconfig eth%1 %2 up"_s.arg(QString::number(1 - adapter),
+                                                          addresses[1 - adapter])));
         QCOMPARE(world.pane(adapter).modeBox().currentIndex(), 1);
         QVERIFY(world.pane(adapter).modeBox().isEnabled());
         // Locked, with what is stored until the lease arrives; servers are stored nowhere.
         QVERIFY(!world.field(adapter, AdapterPane::Ip, 0)->isEnabled());
         QCOMPARE(world.text(adapter, AdapterPane::Ip), addresses[adapter]);
         QCOMPARE(world.text(adapter, AdapterPane::Gateway), gateways[adapter]);
-        QCOMPARE(world.text(adapter, AdapterPane::FirstDns), line("0.0.0.0"));
+        QCOMPARE(world.text(adapter, AdapterPane::FirstDns), "0.0.0.0"_s);
         resetPanel();
         PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth0\nnameserver 2.2.2.2 # eth1\n");
     }
@@ -398,16 +392,16 @@ void TestNetworkPage::start_fillsTheFields()
 {
     NetworkPage world;
     world.started();
-    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.5"));
-    QCOMPARE(world.text(0, AdapterPane::Mask), line("255.255.255.0"));
-    QCOMPARE(world.text(0, AdapterPane::Gateway), line("192.168.1.1"));
-    QCOMPARE(world.text(1, AdapterPane::Ip), line("10.0.0.6"));
-    QCOMPARE(world.text(1, AdapterPane::Mask), line("255.0.0.0"));
-    QCOMPARE(world.text(1, AdapterPane::Gateway), line("10.0.0.1"));
-    QCOMPARE(world.macField(0).text(), line("02:0a:ff:00:10:bc"));
-    QCOMPARE(world.macField(1).text(), line("02:01:02:03:04:05"));
-    QCOMPARE(world.networkLabel(0).text(), line("Network:"));
-    QCOMPARE(world.gatewayLabel(1).text(), line("Gateway:0.0.0.0"));
+    QCOMPARE(world.text(0, AdapterPane::Ip), "192.168.0.5"_s);
+    QCOMPARE(world.text(0, AdapterPane::Mask), "255.255.255.0"_s);
+    QCOMPARE(world.text(0, AdapterPane::Gateway), "192.168.1.1"_s);
+    QCOMPARE(world.text(1, AdapterPane::Ip), "10.0.0.6"_s);
+    QCOMPARE(world.text(1, AdapterPane::Mask), "255.0.0.0"_s);
+    QCOMPARE(world.text(1, AdapterPane::Gateway), "10.0.0.1"_s);
+    QCOMPARE(world.macField(0).text(), "02:0a:ff:00:10:bc"_s);
+    QCOMPARE(world.macField(1).text(), "02:01:02:03:04:05"_s);
+    QCOMPARE(world.networkLabel(0).text(), "Network:"_s);
+    QCOMPARE(world.gatewayLabel(1).text(), "Gateway:0.0.0.0"_s);
 }
 
 void TestNetworkPage::start_writesNoRecord()
@@ -428,8 +422,8 @@ void TestNetworkPage::refresh_followsTheRegisters()
     QCOMPARE(world.pane(1).modeBox().currentIndex(), 1);
     QCOMPARE(world.pane(0).defaultBox().currentIndex(), 1);
     QCOMPARE(world.pane(1).defaultBox().currentIndex(), 1);
-    QCOMPARE(PanelWorld::commands().filter(line("route add")).size(), 4);
-    QTRY_COMPARE(PanelWorld::commands().filter(line("udhcpc -i eth1")).size(), 1);
+    QCOMPARE(PanelWorld::commands().filter("route add"_s).size(), 4);
+    QTRY_COMPARE(PanelWorld::commands().filter("udhcpc -i eth1"_s).size(), 1);
 }
 
 void TestNetworkPage::refresh_withoutChange_runsNothing()
@@ -448,14 +442,14 @@ void TestNetworkPage::refresh_keepsTheChosenGateway()
     world.started();
     world.pane(1).defaultButton().click();
     world.page().onChangeLanguage(Settings::Chinese);
-    QCOMPARE(world.gatewayLabel(0).text(), QStringLiteral("    网关：10.0.0.1"));
-    QCOMPARE(world.tabs().tabText(1), QStringLiteral("有线网络1"));
-    QCOMPARE(world.pane(0).modeBox().itemText(1), QStringLiteral("动态IP"));
-    QCOMPARE(world.pane(1).defaultBox().itemText(0), QStringLiteral("自动"));
-    QCOMPARE(world.page().findChild<QGroupBox*>()->title(), QStringLiteral("默认上网卡信息："));
+    QCOMPARE(world.gatewayLabel(0).text(), "    网关：10.0.0.1"_s);
+    QCOMPARE(world.tabs().tabText(1), "有线网络1"_s);
+    QCOMPARE(world.pane(0).modeBox().itemText(1), "动态IP"_s);
+    QCOMPARE(world.pane(1).defaultBox().itemText(0), "自动"_s);
+    QCOMPARE(world.page().findChild<QGroupBox*>()->title(), "默认上网卡信息："_s);
     world.page().onChangeLanguage(Settings::English);
-    QCOMPARE(world.tabs().tabText(0), line("network0"));
-    QCOMPARE(world.gatewayLabel(0).text(), line("Gateway:10.0.0.1"));
+    QCOMPARE(world.tabs().tabText(0), "network0"_s);
+    QCOMPARE(world.gatewayLabel(0).text(), "Gateway:10.0.0.1"_s);
 }
 
 void TestNetworkPage::refresh_oneAdapter_leavesTheOtherAlone()
@@ -464,7 +458,7 @@ void TestNetworkPage::refresh_oneAdapter_leavesTheOtherAlone()
     NetworkPage world(1);
     world.started();
     NoticeListener runtime(noticePipe);
-    PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), "322\n"); // a client's start ends this one
+    PanelWorld::writeFile("/var/run/udhcpc1.pid"_s, "322\n"); // a client's start ends this one
     world.page().refresh();
     QCOMPARE(world.pane(1).modeBox().currentIndex(), 0);
     QCOMPARE(PanelWorld::commands(), QStringList());
@@ -479,32 +473,27 @@ void TestNetworkPage::language_changesEveryText_data()
     QTest::addColumn<QStringList>("modes");
     QTest::addColumn<QStringList>("adapters");
     QTest::newRow("Chinese") << int(Settings::Chinese)
-                             << QStringLiteral("禁用网络：|网络：|    网关：0.0.0.0|设置：|"
-                                               "外网Ping测试：|IP地址：|子网掩码：|    网关：|"
-                                               "DNS1：|DNS2：|MAC地址：")
-                                    .split(QLatin1Char('|'))
-                             << QStringList{QStringLiteral("默认上网卡信息："),
-                                            QStringLiteral("设为默认上网卡"),
-                                            QStringLiteral("测试")}
-                             << QStringList{QStringLiteral("静态IP"), QStringLiteral("动态IP")}
-                             << QStringList{QStringLiteral("自动"), QStringLiteral("有线网络0"),
-                                            QStringLiteral("有线网络1")};
-    QTest::newRow("English") << int(Settings::English)
-                             << QStringList{line("Disable Network:"),
-                                            line("Network:"),
-                                            line("Gateway:0.0.0.0"),
-                                            line("Setting:"),
-                                            line("OuterNet Ping Test:"),
-                                            line("IP Address:"),
-                                            line("Subnet Mask:"),
-                                            line("Gateway:"),
-                                            line("DNS1:"),
-                                            line("DNS2:"),
-                                            line("MAC Address:")}
-                             << QStringList{line("Default Network Adapter Info:"),
-                                            line("Set Default Network Adapter"), line("test")}
-                             << QStringList{line("Static IP"), line("Dynamic IP")}
-                             << QStringList{line("Auto"), line("network0"), line("network1")};
+                             << "禁用网络：|网络：|    网关：0.0.0.0|设置：|"
+                                "外网Ping测试：|IP地址：|子网掩码：|    网关：|"
+                                "DNS1：|DNS2：|MAC地址："_s.split(QLatin1Char('|'))
+                             << QStringList{"默认上网卡信息："_s, "设为默认上网卡"_s, "测试"_s}
+                             << QStringList{"静态IP"_s, "动态IP"_s}
+                             << QStringList{"自动"_s, "有线网络0"_s, "有线网络1"_s};
+    QTest::newRow("English") << int(Settings::English) << QStringList{"Disable Network:"_s,
+                                                                      "Network:"_s,
+                                                                      "Gateway:0.0.0.0"_s,
+                                                                      "Setting:"_s,
+                                                                      "OuterNet Ping Test:"_s,
+                                                                      "IP Address:"_s,
+                                                                      "Subnet Mask:"_s,
+                                                                      "Gateway:"_s,
+                                                                      "DNS1:"_s,
+                                                                      "DNS2:"_s,
+                                                                      "MAC Address:"_s}
+                             << QStringList{"Default Network Adapter Info:"_s,
+                                            "Set Default Network Adapter"_s, "test"_s}
+                             << QStringList{"Static IP"_s, "Dynamic IP"_s}
+                             << QStringList{"Auto"_s, "network0"_s, "network1"_s};
 }
 
 void TestNetworkPage::language_changesEveryText()
@@ -536,8 +525,8 @@ void TestNetworkPage::beeps_data()
 {
     QTest::addColumn<QString>("keyClick");
     QTest::addColumn<int>("count");
-    QTest::newRow("on") << line("on") << 1;
-    QTest::newRow("off") << line("off") << 0;
+    QTest::newRow("on") << "on"_s << 1;
+    QTest::newRow("off") << "off"_s << 0;
     QTest::newRow("absent") << QString() << 0;
 }
 
@@ -548,29 +537,29 @@ void TestNetworkPage::beeps()
     NetworkPage world;
     world.started();
     if (!keyClick.isNull()) {
-        world.settings.setValue(line("General/buzzer"), keyClick);
+        world.settings.setValue("General/buzzer"_s, keyClick);
     }
     const auto beepsOf = [](auto&& action) {
         PanelWorld::clearCommands();
         action();
         return PanelWorld::commands().count(beep);
     };
-    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(0).disableSwitch()); }), count);
-    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(1).defaultButton()); }), count);
-    QCOMPARE(beepsOf([&] { NetworkPage::press(&world.pane(0).testButton()); }), count);
+    QCOMPARE(beepsOf([&] { Hands::press(world.pane(0).disableSwitch()); }), count);
+    QCOMPARE(beepsOf([&] { Hands::press(world.pane(1).defaultButton()); }), count);
+    QCOMPARE(beepsOf([&] { Hands::press(world.pane(0).testButton()); }), count);
     QCOMPARE(beepsOf([&] { world.page().onTabBarSwitched(1); }), count);
     QCOMPARE(beepsOf([&] { world.page().onSetTest(); }), count);
     QCOMPARE(beepsOf([&] { world.pane(0).modeBox().setCurrentIndex(1); }), count);
-    // The field's own: keys that are not pressed, only clicked by the program, do not beep.
     QLineEdit* field = world.field(1, AdapterPane::Ip, 0);
     bool opened = false;
-    QCOMPARE(beepsOf([&] { opened = NetworkPage::enter(field, line("1")); }), count);
+    // The field, and the two keys that are typed.
+    QCOMPARE(beepsOf([&] { opened = NetworkPage::enter(field, "1"_s); }), 3 * count);
     QVERIFY(opened);
 }
 
 void TestNetworkPage::manyPages_leaveNothing()
 {
-    const auto descriptors = [] { return QDir(line("/proc/self/fd")).count(); };
+    const auto descriptors = [] { return QDir("/proc/self/fd"_s).count(); };
     NetworkPage().started();
     const uint before = descriptors();
     const int widgets = QApplication::allWidgets().size();

@@ -6,7 +6,7 @@ namespace {
 
 QImage lampPicture(const char* name)
 {
-    const QPixmap picture(QStringLiteral(":/Resources/k.lamp0_0%1.png").arg(line(name)));
+    const QPixmap picture(":/Resources/k.lamp0_0%1.png"_s.arg(QString::fromLatin1(name)));
     return picture.scaled(30, 30).toImage();
 }
 
@@ -27,10 +27,11 @@ bool hasLook(const QPushButton& button, const char* background, const char* bord
              const char* pressed)
 {
     return button.styleSheet() ==
-           QStringLiteral("QPushButton#TestButton{border-radius:8px;margin:4px 2px;"
-                          "background-color:%1;color:black;border:2px solid %2;}"
-                          "QPushButton#TestButton:pressed{background-color:%3;color:white;}")
-               .arg(line(background), line(border), line(pressed));
+           "QPushButton#TestButton{border-radius:8px;margin:4px 2px;"
+           "background-color:%1;color:black;border:2px solid %2;}"
+           "QPushButton#TestButton:pressed{background-color:%3;color:white;}"_s.arg(
+               QString::fromLatin1(background), QString::fromLatin1(border),
+               QString::fromLatin1(pressed));
 }
 
 bool looksIdle(const QPushButton& button)
@@ -69,9 +70,9 @@ void TestNetworkPing::ping_runsInOrderAndShowsTheResult_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<int>("icon");
     QTest::addColumn<QImage>("lampAfter");
-    const QString failed = line("test failed");
+    const QString failed = "test failed"_s;
     const int critical = QMessageBox::Critical;
-    QTest::newRow("reply") << 1 << QByteArray("64 bytes from x: ttl=63") << line("test successful")
+    QTest::newRow("reply") << 1 << QByteArray("64 bytes from x: ttl=63") << "test successful"_s
                            << int(QMessageBox::Information) << lampPicture("1");
     QTest::newRow("none") << 0 << QByteArray("nothing") << failed << critical << lampPicture("0");
     QTest::newRow("missing") << 1 << QByteArray() << failed << critical << lampPicture("0");
@@ -91,29 +92,28 @@ void TestNetworkPing::ping_runsInOrderAndShowsTheResult()
         QCOMPARE(lamp(world.pane(shown)), lampPicture("0"));
         QVERIFY(looksIdle(world.pane(shown).testButton()));
     }
-    PanelWorld::writeFile(line("ping.txt"), "ttl of an earlier test");
+    PanelWorld::writeFile("ping.txt"_s, "ttl of an earlier test");
     world.pane(tab).testButton().click();
-    QTRY_COMPARE(PanelWorld::commands(), QStringList({line("rm ping.txt"), line("killall ping"),
-                                                      line("ping www.example.com -W 3 -c 1")}));
-    QTRY_COMPARE(PanelWorld::fileContent(line("ping.txt")), QByteArray());
+    QTRY_COMPARE(PanelWorld::commands(), QStringList({"rm ping.txt"_s, "killall ping"_s,
+                                                      "ping www.example.com -W 3 -c 1"_s}));
+    QTRY_COMPARE(PanelWorld::fileContent("ping.txt"_s), QByteArray());
     for (const int shown : {0, 1}) {
         QCOMPARE(lamp(world.pane(shown)), lampPicture("2"));
         QVERIFY(looksRunning(world.pane(shown).testButton()));
     }
-    QFile::remove(line("ping.txt"));
+    QFile::remove("ping.txt"_s);
     if (!output.isEmpty()) {
-        PanelWorld::writeFile(line("ping.txt"), output);
+        PanelWorld::writeFile("ping.txt"_s, output);
     }
-    QStringList seen;
     QList<QImage> lampsUnderTheBox;
-    answerNextBox(&seen, [&] {
+    const Hands::Answers answers([&] {
         lampsUnderTheBox << lamp(world.pane(0)) << lamp(world.pane(1));
         QVERIFY(looksRunning(world.pane(0).testButton()));
         QVERIFY(looksRunning(world.pane(1).testButton()));
     });
     world.page().ping_test();
-    QCOMPARE(seen,
-             QStringList({QStringLiteral("设备详细信息"), text, QString::number(icon), line("1")}));
+    QCOMPARE(summaryOf(answers.only()),
+             QStringList({"设备详细信息"_s, text, QString::number(icon), "1"_s}));
     QCOMPARE(lampsUnderTheBox, QList<QImage>({lampAfter, lampAfter}));
     for (const int shown : {0, 1}) {
         QCOMPARE(lamp(world.pane(shown)), lampAfter);
@@ -123,7 +123,7 @@ void TestNetworkPing::ping_runsInOrderAndShowsTheResult()
 
 void TestNetworkPing::ping_runsInTheBackground()
 {
-    const QString clicked = line("/tmp/clicked");
+    const QString clicked = "/tmp/clicked"_s;
     QFile::remove(clicked);
     // The tool tells whether the page works on while it runs; after a while it gives up waiting.
     const BusyTool ping("ping", "for wait in $(seq 50); do\n"
@@ -135,8 +135,8 @@ void TestNetworkPing::ping_runsInTheBackground()
     world.pane(0).testButton().click();
     PanelWorld::writeFile(clicked, QByteArray());
     world.deletePage(); // no result is to open
-    QTRY_COMPARE(PanelWorld::commands().filter(line("ping www.example.com")).size(), 1);
-    QCOMPARE(PanelWorld::fileContent(line("ping.txt")), QByteArray("beside the page\n"));
+    QTRY_COMPARE(PanelWorld::commands().filter("ping www.example.com"_s).size(), 1);
+    QCOMPARE(PanelWorld::fileContent("ping.txt"_s), QByteArray("beside the page\n"));
 }
 
 void TestNetworkPing::ping_result_isABoxOfItsOwn()
@@ -147,19 +147,18 @@ void TestNetworkPing::ping_result_isABoxOfItsOwn()
     QString style;
     bool isModal = false;
     const QObject* parent = &world.page();
-    QTimer::singleShot(0, qApp, [&] {
-        const QWidget* box = QApplication::activeModalWidget();
-        flags = box->windowFlags();
-        style = box->styleSheet();
-        isModal = box->isModal();
-        parent = box->parent();
-        QApplication::activeModalWidget()->close();
+    const Hands::WhenOpen<QMessageBox> looking([&](QMessageBox& box) {
+        flags = box.windowFlags();
+        style = box.styleSheet();
+        isModal = box.isModal();
+        parent = box.parent();
+        box.close();
     });
     world.page().ping_test();
     QVERIFY(flags.testFlag(Qt::Dialog));
     QVERIFY(flags.testFlag(Qt::MSWindowsFixedSizeDialogHint));
-    QCOMPARE(style, line("QMessageBox{background-color:rgb(255, 255, 255);"
-                         "border:2px solid #000000;border-radius:3px;}"));
+    QCOMPARE(style, "QMessageBox{background-color:rgb(255, 255, 255);"
+                    "border:2px solid #000000;border-radius:3px;}"_s);
     QVERIFY(isModal);
     QCOMPARE(parent, nullptr);
 }
@@ -175,13 +174,13 @@ void TestNetworkPing::ping_pressedAgain_waitsAnew()
     button.click();
     QElapsedTimer sinceSecond;
     sinceSecond.start();
-    QTRY_COMPARE(PanelWorld::commands().count(line("killall ping")), 2);
+    QTRY_COMPARE(PanelWorld::commands().count("killall ping"_s), 2);
     int boxes = 0;
     bool stillRunning = false;
     qint64 waited = 0;
     QTimer look;
     connect(&look, &QTimer::timeout, &look, [&] {
-        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+        if (auto* box = Hands::modal<QMessageBox>()) {
             waited = sinceSecond.elapsed();
             stillRunning = looksRunning(button); // until the box is closed
             ++boxes;
@@ -202,22 +201,21 @@ void TestNetworkPing::ping_underAnOpenBox_opensNoSecond()
     NetworkPage world;
     world.started();
     int boxes = 0;
-    QTimer::singleShot(0, qApp, [&] {
+    const Hands::WhenOpen<QMessageBox> testing([&](QMessageBox& box) {
         world.page().onSetTest(); // a newer test
         world.page().ping_test();
         for (QWidget* window : QApplication::topLevelWidgets()) {
             boxes += qobject_cast<QMessageBox*>(window) && window->isVisible() ? 1 : 0;
         }
-        QApplication::activeModalWidget()->close();
+        box.close();
     });
     world.page().ping_test();
     QCOMPARE(boxes, 1);
     // The newer test goes on and shows its own result.
     QVERIFY(looksRunning(world.pane(0).testButton()));
-    QStringList seen;
-    answerNextBox(&seen);
+    const Hands::Answers answers;
     world.page().ping_test();
-    QCOMPARE(seen.size(), 4);
+    QCOMPARE(answers.boxes().size(), 1);
     QVERIFY(looksIdle(world.pane(0).testButton()));
 }
 
@@ -226,11 +224,10 @@ void TestNetworkPing::ping_pageDeletedUnderTheBox_isSafe()
     NetworkPage world;
     world.started();
     bool opened = false;
-    QTimer::singleShot(0, qApp, [&] {
-        QWidget* box = QApplication::activeModalWidget();
-        opened = box != nullptr;
+    const Hands::WhenOpen<QMessageBox> deleting([&](QMessageBox& box) {
+        opened = true;
         world.deletePage();
-        box->close();
+        box.close();
     });
     world.page().ping_test();
     QVERIFY(opened);

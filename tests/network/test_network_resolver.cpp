@@ -27,9 +27,9 @@ void TestNetworkResolver::resolver_readsServers_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QStringList>("servers"); // eth0 first, backup, eth1 first, backup
-    const QString none = line("0.0.0.0");
+    const QString none = "0.0.0.0"_s;
     QTest::newRow("both") << QByteArray("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n")
-                          << QStringList{line("2.2.2.2"), none, line("1.1.1.1"), none};
+                          << QStringList{"2.2.2.2"_s, none, "1.1.1.1"_s, none};
     QTest::newRow("tag at the start")
         << QByteArray("eth0 nameserver 1.1.1.1\n") << QStringList{none, none, none, none};
     QTest::newRow("untagged") << QByteArray("nameserver 1.1.1.1\n")
@@ -39,9 +39,9 @@ void TestNetworkResolver::resolver_readsServers_data()
                                 << QStringList{none, none, none, none};
     QTest::newRow("third is ignored")
         << QByteArray("a 1.1.1.1 eth0\na 2.2.2.2 eth0\na 3.3.3.3 eth0")
-        << QStringList{line("1.1.1.1"), line("2.2.2.2"), none, none};
-    QTest::newRow("longer name counts") << QByteArray("nameserver 4.4.4.4 # eth10\n")
-                                        << QStringList{none, none, line("4.4.4.4"), none};
+        << QStringList{"1.1.1.1"_s, "2.2.2.2"_s, none, none};
+    QTest::newRow("longer name counts")
+        << QByteArray("nameserver 4.4.4.4 # eth10\n") << QStringList{none, none, "4.4.4.4"_s, none};
 }
 
 void TestNetworkResolver::resolver_readsServers()
@@ -67,12 +67,12 @@ void TestNetworkResolver::resolver_readsServers()
 
 void TestNetworkResolver::resolver_isReadAndRewrittenInAnyFile()
 {
-    const QString path = line("/tmp/servers");
+    const QString path = "/tmp/servers"_s;
     NetworkSettings page;
     const auto read = [&page, &path](const QByteArray& content, NetworkSettings::dnsType type) {
         PanelWorld::writeFile(path, content);
         QFile file(path);
-        QString address = line("untouched");
+        QString address = "untouched"_s;
         if (file.open(QIODevice::ReadOnly | QIODevice::Text)) {
             page.getDns(file, NetworkSettings::Eth0, type, address);
         }
@@ -80,17 +80,17 @@ void TestNetworkResolver::resolver_isReadAndRewrittenInAnyFile()
     };
     const auto first = NetworkSettings::FirstDns;
     const auto second = NetworkSettings::BackupDns;
-    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", first), line("1.1.1.1"));
-    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", second), line("0.0.0.0"));
-    QCOMPARE(read("nameserver 1.1.1.1 # eth1\n", first), line("0.0.0.0"));
-    QCOMPARE(read(QByteArray(), first), line("0.0.0.0"));
+    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", first), "1.1.1.1"_s);
+    QCOMPARE(read("nameserver 1.1.1.1 # eth0\n", second), "0.0.0.0"_s);
+    QCOMPARE(read("nameserver 1.1.1.1 # eth1\n", first), "0.0.0.0"_s);
+    QCOMPARE(read(QByteArray(), first), "0.0.0.0"_s);
     QCOMPARE(read("xeth0\n", first), QString());
     QCOMPARE(read("nameserver  1.1.1.1 # eth0\n", first), QString());
-    QCOMPARE(read("nameserver 1.1.1.\xC3\xA9 # eth0\n", first), QStringLiteral("1.1.1.é"));
+    QCOMPARE(read("nameserver 1.1.1.\xC3\xA9 # eth0\n", first), "1.1.1.é"_s);
     PanelWorld::writeFile(path, "a 1.1.1.1 eth0\n\nb\n");
     QFile file(path);
-    page.replaceDns(file, NetworkSettings::Eth0, first, line("9.9.9.9"));
-    page.replaceDns(file, NetworkSettings::Eth0, second, line("8.8.8.8"));
+    page.replaceDns(file, NetworkSettings::Eth0, first, "9.9.9.9"_s);
+    page.replaceDns(file, NetworkSettings::Eth0, second, "8.8.8.8"_s);
     QVERIFY(!file.isOpen());
     QCOMPARE(PanelWorld::fileContent(path),
              QByteArray("nameserver 9.9.9.9 # eth0\nb\nnameserver 8.8.8.8 # eth0"));
@@ -105,12 +105,12 @@ void TestNetworkResolver::resolver_missingFiles_areMade_data()
     QTest::addColumn<bool>("canCopy");
     QTest::addColumn<QStringList>("commands");
     QTest::addColumn<QString>("server");
-    const QString touch = line("touch /etc/resolvbak.conf");
-    const QString copy = line("cp /etc/resolvbak.conf /etc/resolv.conf");
-    const QString none = line("0.0.0.0");
-    QTest::newRow("none") << true << true << true << QStringList() << line("1.1.1.1");
-    QTest::newRow("backup") << true << false << true << QStringList{touch} << line("1.1.1.1");
-    QTest::newRow("resolver") << false << true << true << QStringList{copy} << line("2.2.2.2");
+    const QString touch = "touch /etc/resolvbak.conf"_s;
+    const QString copy = "cp /etc/resolvbak.conf /etc/resolv.conf"_s;
+    const QString none = "0.0.0.0"_s;
+    QTest::newRow("none") << true << true << true << QStringList() << "1.1.1.1"_s;
+    QTest::newRow("backup") << true << false << true << QStringList{touch} << "1.1.1.1"_s;
+    QTest::newRow("resolver") << false << true << true << QStringList{copy} << "2.2.2.2"_s;
     QTest::newRow("both") << false << false << true << QStringList{touch, copy} << none;
     QTest::newRow("resolver, no tool") << false << true << false << QStringList() << none;
 }
@@ -145,7 +145,7 @@ void TestNetworkResolver::resolver_otherLines_stayByteForByte()
                                     "nameserver 2.2.2.2 # eth0\n");
     NetworkPage world;
     world.started();
-    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::FirstDns, line("9.9.9.9"));
+    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::FirstDns, "9.9.9.9"_s);
     QCOMPARE(PanelWorld::fileContent(resolver),
              QByteArray("# caf\xE9\nnameserver 7.7.7.7\nnameserver 1.1.1.1 # eth1\n"
                         "nameserver 9.9.9.9 # eth0"));
@@ -156,16 +156,16 @@ void TestNetworkResolver::resolver_backupWithoutLine_isAppended()
     PanelWorld::writeFile(resolver, "nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n");
     NetworkPage world;
     world.started();
-    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::BackupDns, line("9.9.9.9"));
+    world.page().setDNSToSys(NetworkSettings::Eth0, NetworkSettings::BackupDns, "9.9.9.9"_s);
     QCOMPARE(PanelWorld::fileContent(resolver),
              QByteArray("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n"
                         "nameserver 9.9.9.9 # eth0"));
     PanelWorld::writeFile(resolver, "nameserver 2.2.2.2 # eth0\n");
-    world.page().setDNSToSys(NetworkSettings::Eth1, NetworkSettings::BackupDns, line("8.8.8.8"));
+    world.page().setDNSToSys(NetworkSettings::Eth1, NetworkSettings::BackupDns, "8.8.8.8"_s);
     QCOMPARE(world.page()
                  .getDNSFromSys(NetworkSettings::Eth1, NetworkSettings::FirstDns)
                  .join(QLatin1Char('.')),
-             line("8.8.8.8"));
+             "8.8.8.8"_s);
 }
 
 void TestNetworkResolver::resolver_unopenable_changesNothing()
@@ -174,11 +174,11 @@ void TestNetworkResolver::resolver_unopenable_changesNothing()
     world.started();
     QFile::remove(resolver);
     QVERIFY(QDir().mkdir(resolver)); // cannot be opened, whoever asks
-    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 0), line("9")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 0), "9"_s));
     QCOMPARE(world.page().getDNSFromSys(NetworkSettings::Eth0, NetworkSettings::FirstDns),
              QStringList());
     world.page().updateDNSData(NetworkSettings::Eth0, NetworkSettings::FirstDns);
-    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("0.0.0.0"));
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), "0.0.0.0"_s);
     QVERIFY(QDir().rmdir(resolver));
 }
 
@@ -191,13 +191,13 @@ void TestNetworkResolver::resolver_readOnly_isReadAndLeftAlone()
     const QFile::Permissions before = QFile::permissions(resolver);
     QVERIFY(QFile::setPermissions(resolver, QFile::ReadOwner));
     const NoOverride powers;
-    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 0), line("9")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::FirstDns, 0), "9"_s));
     QVERIFY(QFile::setPermissions(resolver, before));
     QCOMPARE(PanelWorld::fileContent(resolver), content);
     QCOMPARE(PanelWorld::commands(), usualRoutes());
-    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("9.1.1.1")); // as typed
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), "9.1.1.1"_s); // as typed
     world.page().updateDNSData(NetworkSettings::Eth0, NetworkSettings::FirstDns);
-    QCOMPARE(world.text(0, AdapterPane::FirstDns), line("1.1.1.1")); // as it is
+    QCOMPARE(world.text(0, AdapterPane::FirstDns), "1.1.1.1"_s); // as it is
 }
 
 QTEST_MAIN(TestNetworkResolver)

@@ -37,7 +37,7 @@ void TestNetworkRoutes::routes_followTheRegister()
     world.started();
     PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, char(preference)));
     world.page().updateDefaultGatewayFromReg();
-    const QStringList expected = routes(line("192.168.1.1"), metric0, line("10.0.0.1"), metric1);
+    const QStringList expected = routes("192.168.1.1"_s, metric0, "10.0.0.1"_s, metric1);
     QCOMPARE(PanelWorld::commands(), expected);
     PanelWorld::patchFile(byteArea, preferenceByte, QByteArray(1, '\0'));
     PanelWorld::clearCommands();
@@ -51,12 +51,12 @@ void TestNetworkRoutes::routes_choosing_runsTheSlotOncePerBox()
         NetworkPage world;
         world.started();
         NoticeListener runtime(noticePipe);
-        world.settings.setValue(line("General/buzzer"), line("on"));
+        world.settings.setValue("General/buzzer"_s, "on"_s);
         Looks looks("route", "od -An -tu1 -N1 -j180 /hmi_data/sfw.dat");
         world.pane(chosen).defaultBox().setCurrentIndex(1);
         // Each time the routes come first, then the register.
-        QCOMPARE(looks.take(), repeated(4, line("0")) + repeated(4, line("1")));
-        const QStringList rebuilt = routes(line("192.168.1.1"), 0, line("10.0.0.1"), 1);
+        QCOMPARE(looks.take(), repeated(4, "0"_s) + repeated(4, "1"_s));
+        const QStringList rebuilt = routes("192.168.1.1"_s, 0, "10.0.0.1"_s, 1);
         // The second box follows and runs the slot as well; only the first one beeps.
         QCOMPARE(PanelWorld::commands(), QStringList(beep) + rebuilt + rebuilt);
         QCOMPARE(world.pane(0).defaultBox().currentIndex(), 1);
@@ -73,8 +73,8 @@ void TestNetworkRoutes::routes_button_storesTheAdapterNumber_data()
     QTest::addColumn<int>("adapter");
     QTest::addColumn<QString>("gateway");
     QTest::addColumn<int>("metric0");
-    QTest::newRow("eth0") << 0 << line("192.168.1.1") << 1;
-    QTest::newRow("eth1") << 1 << line("10.0.0.1") << 0;
+    QTest::newRow("eth0") << 0 << "192.168.1.1"_s << 1;
+    QTest::newRow("eth1") << 1 << "10.0.0.1"_s << 0;
 }
 
 void TestNetworkRoutes::routes_button_storesTheAdapterNumber()
@@ -95,10 +95,10 @@ void TestNetworkRoutes::routes_button_storesTheAdapterNumber()
     expected[preferenceByte] = char(adapter);
     QCOMPARE(PanelWorld::fileContent(byteArea), expected); // one byte of the four passed
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({78}));
-    QCOMPARE(PanelWorld::commands(), routes(line("192.168.1.1"), metric0, line("10.0.0.1"), 1));
+    QCOMPARE(PanelWorld::commands(), routes("192.168.1.1"_s, metric0, "10.0.0.1"_s, 1));
     for (const int shown : {0, 1}) {
-        QCOMPARE(world.gatewayLabel(shown).text(), line("Gateway:") + gateway);
-        QCOMPARE(world.networkLabel(shown).text(), line("Network:"));
+        QCOMPARE(world.gatewayLabel(shown).text(), "Gateway:"_s + gateway);
+        QCOMPARE(world.networkLabel(shown).text(), "Network:"_s);
     }
 }
 

@@ -32,8 +32,8 @@ void TestNetworkSwitch::switch_offAndOn_static_data()
 {
     QTest::addColumn<int>("adapter");
     QTest::addColumn<QString>("address");
-    QTest::newRow("eth0") << 0 << line("192.168.0.5");
-    QTest::newRow("eth1") << 1 << line("10.0.0.6");
+    QTest::newRow("eth0") << 0 << "192.168.0.5"_s;
+    QTest::newRow("eth1") << 1 << "10.0.0.6"_s;
 }
 
 void TestNetworkSwitch::switch_offAndOn_static()
@@ -45,15 +45,13 @@ void TestNetworkSwitch::switch_offAndOn_static()
     NoticeListener runtime(noticePipe);
     AdapterPane& pane = world.pane(adapter);
     pane.disableSwitch().click();
-    QCOMPARE(switchInFile(adapter), line("false")); // at once: no event has been handled since
-    QCOMPARE(PanelWorld::commands(),
-             QStringList({QStringLiteral("ifconfig eth%1 down").arg(adapter), line("sync")}));
-    QCOMPARE(pane.disableSwitch().styleSheet(),
-             line("border-image:url(:/Resources/switch_on.png);"));
+    QCOMPARE(switchInFile(adapter), "false"_s); // at once: no event has been handled since
+    QCOMPARE(PanelWorld::commands(), QStringList({"ifconfig eth%1 down"_s.arg(adapter), "sync"_s}));
+    QCOMPARE(pane.disableSwitch().styleSheet(), "border-image:url(:/Resources/switch_on.png);"_s);
     QVERIFY(PanelWorld::areaBit(bitArea, disabledBit[adapter]));
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[1 - adapter]));
     for (const QLineEdit* field : pane.fields()) {
-        QCOMPARE(field->text(), line("0"));
+        QCOMPARE(field->text(), "0"_s);
         QVERIFY(!field->isEnabled());
     }
     QVERIFY(!world.macField(adapter).isEnabled());
@@ -63,19 +61,17 @@ void TestNetworkSwitch::switch_offAndOn_static()
         QCOMPARE(hiddenChoices(world.pane(shown).defaultBox()), QList<int>({adapter + 1}));
     }
     PanelWorld::clearCommands();
-    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(adapter), "321\n");
+    PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(adapter), "321\n");
     pane.disableSwitch().click();
-    QCOMPARE(switchInFile(adapter), line("true"));
+    QCOMPARE(switchInFile(adapter), "true"_s);
     QCOMPARE(PanelWorld::commands(),
              QStringList(
-                 {line("kill 321"),
-                  QStringLiteral("ifconfig eth%1 %2 up").arg(QString::number(adapter), address)}) +
+                 {"kill 321"_s, "ifconfig eth%1 %2 up"_s.arg(QString::number(adapter), address)}) +
                  usualRoutes());
     for (const int shown : {0, 1}) {
         QCOMPARE(hiddenChoices(world.pane(shown).defaultBox()), QList<int>());
     }
-    QCOMPARE(pane.disableSwitch().styleSheet(),
-             line("border-image:url(:/Resources/switch_off.png);"));
+    QCOMPARE(pane.disableSwitch().styleSheet(), "border-image:url(:/Resources/switch_off.png);"_s);
     QVERIFY(!PanelWorld::areaBit(bitArea, disabledBit[adapter]));
     QVERIFY(pane.modeBox().isEnabled());
     for (const QLineEdit* field : pane.fields()) {
@@ -98,16 +94,16 @@ void TestNetworkSwitch::switch_on_dynamic()
     const BusyTool touch("touch", ". /panel/lib/record\nrecord \"touch $*\"\nexit");
     world.pane(1).disableSwitch().click();
     QTRY_COMPARE(PanelWorld::commands(),
-                 repeated(2, line("touch /etc/resolvbak.conf")) +
-                     QStringList(line("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid")));
+                 repeated(2, "touch /etc/resolvbak.conf"_s) +
+                     QStringList("udhcpc -i eth1 -t 100 -T 1 -A 1 -p /var/run/udhcpc1.pid"_s));
     for (const QLineEdit* field : world.pane(1).fields()) {
-        QCOMPARE(field->text(), line("0"));
+        QCOMPARE(field->text(), "0"_s);
         QVERIFY(!field->isEnabled());
     }
     QCOMPARE(world.pane(1).modeBox().currentIndex(), 1);
     QVERIFY(world.pane(1).modeBox().isEnabled());
     const Cable cable(1);
-    QTRY_COMPARE(world.text(1, AdapterPane::Ip), line("10.1.2.77"));
+    QTRY_COMPARE(world.text(1, AdapterPane::Ip), "10.1.2.77"_s);
 }
 
 void TestNetworkSwitch::switch_on_takesTheModeAnew_data()
@@ -146,9 +142,9 @@ void TestNetworkSwitch::switch_off_leavesTheDefaultChoice()
     PanelWorld::clearCommands();
     world.pane(1).disableSwitch().click();
     // The gateway of the adapter is gone with its fields; once for each box.
-    const QStringList rebuilt = routes(line("192.168.1.1"), 1, line("0.0.0.0"), 1);
+    const QStringList rebuilt = routes("192.168.1.1"_s, 1, "0.0.0.0"_s, 1);
     QCOMPARE(PanelWorld::commands(),
-             rebuilt + rebuilt + QStringList({line("ifconfig eth1 down"), line("sync")}));
+             rebuilt + rebuilt + QStringList({"ifconfig eth1 down"_s, "sync"_s}));
     for (const int shown : {0, 1}) {
         QComboBox& box = world.pane(shown).defaultBox();
         QCOMPARE(box.currentIndex(), 0);
@@ -188,8 +184,8 @@ void TestNetworkSwitch::switch_off_keepsTheOtherAsDefault()
     }
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
     // Once, when it is switched on again: no box has run its slot.
-    QCOMPARE(PanelWorld::commands().filter(line("route")),
-             routes(line("192.168.1.1"), 1 - adapter, line("10.0.0.1"), adapter));
+    QCOMPARE(PanelWorld::commands().filter("route"_s),
+             routes("192.168.1.1"_s, 1 - adapter, "10.0.0.1"_s, adapter));
 }
 
 void TestNetworkSwitch::switch_settingsNotWritable_loseNothing_data()
@@ -205,7 +201,7 @@ void TestNetworkSwitch::switch_settingsNotWritable_loseNothing()
     const QFileInfo file(settingsPath);
     NetworkPage world;
     world.started();
-    world.settings.setValue(line("General/buzzer"), line("off"));
+    world.settings.setValue("General/buzzer"_s, "off"_s);
     world.settings.sync();
     const QByteArray stored = PanelWorld::fileContent(settingsPath);
     QVERIFY(stored.contains("buzzer=off"));
@@ -227,13 +223,13 @@ void TestNetworkSwitch::switch_settingsNotWritable_loseNothing()
     }
     QCOMPARE(PanelWorld::fileContent(settingsPath), stored);
     QCOMPARE(file.dir().entryList(QDir::Files), files);
-    QCOMPARE(PanelWorld::commands(), QStringList({line("ifconfig eth0 down"), line("sync")}));
+    QCOMPARE(PanelWorld::commands(), QStringList({"ifconfig eth0 down"_s, "sync"_s}));
     QVERIFY(full || PanelWorld::areaBit(bitArea, disabledBit[0]));
     QVERIFY(!world.field(0, AdapterPane::Ip, 0)->isEnabled());
     world.pane(1).disableSwitch().click();
     // What could not be stored is now, beside the new choice.
-    QCOMPARE(switchInFile(0), line("false"));
-    QCOMPARE(switchInFile(1), line("false"));
+    QCOMPARE(switchInFile(0), "false"_s);
+    QCOMPARE(switchInFile(1), "false"_s);
     world.pane(0).disableSwitch().click();
     world.pane(1).disableSwitch().click();
     QVERIFY(world.field(0, AdapterPane::Ip, 0)->isEnabled());

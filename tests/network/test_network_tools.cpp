@@ -40,9 +40,9 @@ void TestNetworkTools::toolMissing_othersStillRun_data()
     QTest::addColumn<QString>("tool");
     for (const char* tool :
          {"ifconfig", "route", "udhcpc", "kill", "killall", "ping", "rm", "cp", "touch", "sync"}) {
-        QTest::newRow(tool) << QStringLiteral("/panel/bin/") + line(tool);
+        QTest::newRow(tool) << "/panel/bin/"_s + QString::fromLatin1(tool);
     }
-    QTest::newRow("setbeep") << line("/root/plat-intf/setbeep");
+    QTest::newRow("setbeep") << "/root/plat-intf/setbeep"_s;
 }
 
 void TestNetworkTools::toolMissing_othersStillRun()
@@ -52,12 +52,12 @@ void TestNetworkTools::toolMissing_othersStillRun()
     // one of them would be found in place of the missing tool.
     const QTemporaryDir parts;
     for (const char* part : {"busybox", "flock", "cat"}) {
-        const QString name = line(part);
+        const QString name = QString::fromLatin1(part);
         QVERIFY(QFile::link(QStandardPaths::findExecutable(name), parts.filePath(name)));
     }
     const QByteArray path = qgetenv("PATH");
     const auto putBack = qScopeGuard([&tool, path] {
-        QFile::rename(tool + line(".away"), tool);
+        QFile::rename(tool + ".away"_s, tool);
         qputenv("PATH", path);
     });
     qputenv("PATH", "/panel/bin:" + parts.path().toLocal8Bit());
@@ -69,7 +69,7 @@ void TestNetworkTools::toolMissing_othersStillRun()
         } while (m_runWithEveryTool != linesRun());
         resetPanel();
     }
-    QVERIFY(QFile::rename(tool, tool + line(".away")));
+    QVERIFY(QFile::rename(tool, tool + ".away"_s));
     useEveryTool();
     const auto ofTool = [&tool](const QString& command) {
         const QString name = command.section(QLatin1Char(' '), 0, 0);
@@ -86,17 +86,17 @@ void TestNetworkTools::toolsMissing_pageStaysUsable()
     NetworkPage world;
     world.started();
     for (const char* tool : {"readee", "writeee", "setbeep"}) {
-        PanelWorld::replaceTool(line(tool), QByteArray());
+        PanelWorld::replaceTool(QString::fromLatin1(tool), QByteArray());
     }
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", "/nowhere"); // none of the shell's tools either
-    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), line("8")));
+    QVERIFY(world.enter(world.field(0, AdapterPane::Ip, 3), "8"_s));
     world.pane(0).modeBox().setCurrentIndex(1);
     world.pane(0).modeBox().setCurrentIndex(0);
     world.pane(0).disableSwitch().click();
     world.pane(0).disableSwitch().click();
     qputenv("PATH", path);
-    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.8"));
+    QCOMPARE(world.text(0, AdapterPane::Ip), "192.168.0.8"_s);
     QCOMPARE(world.told.first().record.mid(41, 4), QByteArray("\xC0\xA8\x00\x08", 4));
 }
 
@@ -104,10 +104,10 @@ void TestNetworkTools::useEveryTool()
 {
     NetworkPage world;
     world.started();
-    world.settings.setValue(line("General/buzzer"), line("on"));
-    PanelWorld::writeFile(line("/var/run/udhcpc0.pid"), "321\n");
-    QVERIFY(NetworkPage::enter(world.field(0, AdapterPane::Ip, 3), line("8")));
-    QVERIFY(NetworkPage::enter(world.field(0, AdapterPane::FirstDns, 3), line("9")));
+    world.settings.setValue("General/buzzer"_s, "on"_s);
+    PanelWorld::writeFile("/var/run/udhcpc0.pid"_s, "321\n");
+    QVERIFY(NetworkPage::enter(world.field(0, AdapterPane::Ip, 3), "8"_s));
+    QVERIFY(NetworkPage::enter(world.field(0, AdapterPane::FirstDns, 3), "9"_s));
     QFile::remove(resolver);
     QFile::remove(backup);
     world.pane(0).modeBox().setCurrentIndex(1);
@@ -115,8 +115,8 @@ void TestNetworkTools::useEveryTool()
     world.pane(0).disableSwitch().click();
     world.pane(0).disableSwitch().click();
     world.page().onSetTest();
-    QCOMPARE(world.text(0, AdapterPane::Ip), line("192.168.0.8"));
-    QCOMPARE(world.text(0, AdapterPane::Mask), line("255.255.255.0"));
+    QCOMPARE(world.text(0, AdapterPane::Ip), "192.168.0.8"_s);
+    QCOMPARE(world.text(0, AdapterPane::Mask), "255.255.255.0"_s);
     QVERIFY(world.field(0, AdapterPane::Ip, 3)->isEnabled());
     QCOMPARE(PanelWorld::fileContent(wordArea).mid(751, 4), QByteArray("\xC0\xA8\x00\x08", 4));
 }

@@ -1,4 +1,5 @@
 #include "tests/network/NetworkTest.h"
+#include "tests/support/Finger.h"
 
 #include <QGroupBox>
 #include <QHash>
@@ -54,15 +55,6 @@ int missingWidth(const QWidget& part)
     return missing;
 }
 
-/// Sends a mouse event as a finger on the glass makes it.
-void touch(QWidget& widget, QEvent::Type type, const QPoint& place)
-{
-    const bool released = type == QEvent::MouseButtonRelease;
-    QMouseEvent event(type, place, type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
-                      released ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&widget, &event);
-}
-
 /// The parts of a pane that nobody sees as a whole, wherever a finger drags its scroll bar.
 QList<QWidget*> hiddenParts(AdapterPane& pane)
 {
@@ -79,37 +71,17 @@ QList<QWidget*> hiddenParts(AdapterPane& pane)
     QScrollBar& bar = *pane.verticalScrollBar();
     constexpr int finger = 20; // pixels
     if (bar.isVisible() && bar.width() >= finger) {
-        touch(bar, QEvent::MouseButtonPress, {bar.width() / 2, finger});
+        Finger touch;
+        touch.press(bar, {bar.width() / 2, finger});
         constexpr int step = 4; // pixels; a part is seen for longer than that
         for (int y = finger; y < bar.height(); y += step) {
-            touch(bar, QEvent::MouseMove, {bar.width() / 2, y});
+            touch.moveBy({0, step});
             look();
         }
-        touch(bar, QEvent::MouseButtonRelease, {bar.width() / 2, bar.height()});
+        touch.lift();
     }
     return hidden;
 }
-
-/// Closes every message box as soon as it is open, for as long as the object lives. A result of the
-/// connectivity test opens one by itself, also while a slow machine is still busy with a test of
-/// something else.
-class BoxCloser
-{
-public:
-    BoxCloser()
-    {
-        QObject::connect(&m_look, &QTimer::timeout, &m_look, [] {
-            if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-                box->close();
-            }
-        });
-        m_look.start(lookInterval);
-    }
-
-private:
-    static constexpr int lookInterval = 20; // milliseconds
-    QTimer m_look;
-};
 
 /// Vertical middles of the six rows of a pane's right half, as they lie on the screen.
 QList<int> rowMiddles(AdapterPane& pane)
@@ -181,7 +153,7 @@ void TestNetworkWindow::window_everythingIsWithinReach_data()
                                 QSize(1280, 800), QSize(1920, 1080)}) {
         for (const char* language : {"", "Chinese", "English"}) {
             QTest::addRow("%dx%d %s", screen.width(), screen.height(), language)
-                << screen << line(language);
+                << screen << QString::fromLatin1(language);
         }
     }
 }
@@ -192,8 +164,7 @@ void TestNetworkWindow::window_everythingIsWithinReach()
     QFETCH(QString, language);
     const QByteArray before = PanelWorld::image();
     const auto putBack = qScopeGuard([&before] { PanelWorld::setImage(before); });
-    const char packed[] = {char(screen.width() & 0xFF), char((screen.width() >> 8) << 4)};
-    PanelWorld::patchImage(256 + 14, QByteArray(packed, 2));
+    PanelWorld::setScreenWidth(screen.width());
     PanelWorld::patchImage(256 + 6, QByteArray(1, '\1')); // two adapters
     for (const int adapter : {0, 133}) {
         PanelWorld::patchImage(33 + adapter, QByteArray(6, '\xDD'));  // MAC address
@@ -201,7 +172,9 @@ void TestNetworkWindow::window_everythingIsWithinReach()
     }
     PanelWorld::writeFile(resolver, "nameserver 255.255.255.255 # eth0 eth1\n"
                                     "nameserver 255.255.255.255 # eth0 eth1\n");
-    const BoxCloser closer;
+    // A result of the connectivity test opens a box by itself, also while a slow machine is still
+    // busy with a test of something else.
+    const Hands::Answers closing;
     Settings window(nullptr);
     window.init();
     window.resize(screen);
@@ -209,7 +182,7 @@ void TestNetworkWindow::window_everythingIsWithinReach()
     if (!language.isEmpty()) {
         window.findChild<QPushButton*>(language)->click();
     }
-    window.findChild<QPushButton*>(line("networkPushButton"))->click();
+    window.findChild<QPushButton*>("networkPushButton"_s)->click();
     auto& page = *window.findChild<NetworkSettings*>();
     auto& tabs = *page.findChild<QTabWidget*>();
     QCOMPARE(tabs.count(), 2);

@@ -1,4 +1,5 @@
 #include "plugin/SettingsInterface.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
 
 #include <QApplication>
@@ -54,25 +55,11 @@ namespace {
 const QString pluginFile = QStringLiteral(PLUGIN_FILE);
 const QByteArray identifier = QByteArrayLiteral("cn.zarvo.SettingsInterface");
 
-/// Types on the keypad that is about to open.
-void typeOnKeypad(const QString& digits)
-{
-    QTimer::singleShot(0, qApp, [digits] {
-        QWidget* keypad = QApplication::activeModalWidget();
-        QVERIFY(keypad);
-        for (const QChar digit : digits) {
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + digit)->click();
-        }
-        keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
-    });
-}
-
 /// Opens the brightness keypad of a dialog and enters a level.
 void enterBrightness(QDialog* dialog, const QString& digits)
 {
     auto* field = dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
-    typeOnKeypad(digits);
-    QTest::mousePress(field, Qt::LeftButton);
+    QVERIFY(!Hands::enter(*field, digits).isEmpty());
 }
 
 /// A loader whose unload() really takes the library out of the process; Qt's default keeps it.

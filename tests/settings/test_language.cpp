@@ -3,8 +3,10 @@
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
 #include "settings/Settings.h"
+#include "tests/support/Hands.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -137,24 +139,12 @@ void TestLanguage::messageBox_isTranslated()
     };
     for (const auto& row : rows) {
         dialog.updateLanguage(row.language);
-        QString title;
-        QString text;
         InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
-        QTimer::singleShot(0, keypad, [&] {
-            QTimer::singleShot(0, keypad, [&] {
-                auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-                QVERIFY(box);
-                title = box->windowTitle();
-                text = box->text();
-                box->close();
-            });
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButton0"))->click();
-            keypad->findChild<QPushButton*>(QStringLiteral("pushButtonEnter"))->click();
-            keypad->close();
-        });
+        const Hands::Answers answers;
+        QTimer::singleShot(0, keypad, [keypad] { Hands::type(*keypad, "0EX"_s); });
         keypad->exec();
-        QCOMPARE(title, QString::fromUtf8(row.title));
-        QCOMPARE(text, QString::fromUtf8(row.text));
+        QCOMPARE(answers.only().title, QString::fromUtf8(row.title));
+        QCOMPARE(answers.only().text, QString::fromUtf8(row.text));
     }
 }
 

@@ -3,6 +3,7 @@
 #include "network/NetworkSettings.h"
 #include "settings/Settings.h"
 #include "settings/TitleShadow.h"
+#include "tests/support/Hands.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
 
@@ -686,7 +687,7 @@ void TestSettings::restart_rebootsWithoutAsking()
     QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("restartPushButton")),
                       Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("reboot")}));
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
 }
 
 void TestSettings::connections_areTheDescribedOnes_data()

@@ -2,7 +2,9 @@
 #include "dialogs/InputDialog.h"
 #include "network/NetworkSettings.h"
 #include "settings/Settings.h"
+#include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -11,14 +13,12 @@
 #include <QTest>
 #include <QTimer>
 
-#include <functional>
 #include <memory>
 
 namespace {
 
 const QString settingsFile = QStringLiteral("/hmi/Config/system_settings.ini");
 const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
-constexpr int pollMs = 5;
 
 /// A window as the plugin hands it out, of a host that may delete it at any time.
 std::unique_ptr<Settings> makeWindow()
@@ -42,28 +42,6 @@ QPushButton* clockButton(const Settings& window)
 QLineEdit* field(const QWidget* window, const char* name)
 {
     return window->findChild<QLineEdit*>(QString::fromLatin1(name));
-}
-
-void press(const QWidget* keypad, const char* key)
-{
-    keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + QString::fromLatin1(key))
-        ->click();
-}
-
-/// Calls a function with the modal window as soon as it is one of that class: the window blocks
-/// whoever opened it.
-template <typename Window>
-void whenOpen(const std::function<void(Window*)>& function)
-{
-    auto* poll = new QTimer(qApp);
-    QObject::connect(poll, &QTimer::timeout, qApp, [poll, function] {
-        if (auto* window = qobject_cast<Window*>(QApplication::activeModalWidget())) {
-            poll->deleteLater();
-            poll->stop();
-            function(window);
-        }
-    });
-    poll->start(pollMs);
 }
 
 } // namespace
@@ -112,10 +90,10 @@ void TestTwoWindows::openDateDialog_staysWhenAnotherWindowComesAndGoes()
 {
     const auto window = makeWindow();
     bool stayed = false;
-    whenOpen<DateTimeDialog>([&](DateTimeDialog* dialog) {
+    const Hands::WhenOpen<DateTimeDialog> onDialog([&](DateTimeDialog& dialog) {
         makeWindow().reset();
-        stayed = dialog->isVisible();
-        dialog->close();
+        stayed = dialog.isVisible();
+        dialog.close();
     });
     clockButton(*window)->click();
     QVERIFY(stayed);
@@ -127,25 +105,25 @@ void TestTwoWindows::openDateDialog_endsWithItsWindowThoughAnotherWasMade()
     std::unique_ptr<Settings> other;
     bool wasOpen = false;
     bool ended = false;
-    whenOpen<DateTimeDialog>([&](DateTimeDialog* dialog) {
+    const Hands::WhenOpen<DateTimeDialog> onDialog([&](DateTimeDialog& dialog) {
         other = makeWindow();
-        wasOpen = dialog->isVisible();
+        wasOpen = dialog.isVisible();
         window.reset();
-        ended = !dialog->isVisible();
-        dialog->close();
+        ended = !dialog.isVisible();
+        dialog.close();
     });
     clockButton(*window)->click();
     QVERIFY(wasOpen);
     QVERIFY(ended);
-    QVERIFY(!QApplication::activeModalWidget());
+    QVERIFY(!Hands::modal());
 
     // The other window opens it again, for itself.
     bool openedAgain = false;
-    whenOpen<DateTimeDialog>([&](DateTimeDialog* dialog) {
+    const Hands::WhenOpen<DateTimeDialog> onOtherDialog([&](DateTimeDialog& dialog) {
         openedAgain = true;
         other.reset();
-        ended = !dialog->isVisible();
-        dialog->close();
+        ended = !dialog.isVisible();
+        dialog.close();
     });
     ended = false;
     clockButton(*other)->click();
@@ -162,17 +140,16 @@ void TestTwoWindows::keypadOfTheDateDialog_staysWhenTheFirstWindowGoes()
     QSettings(settingsFile, QSettings::IniFormat)
         .setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
     bool stayed = false;
-    whenOpen<DateTimeDialog>([&](DateTimeDialog* dialog) {
-        whenOpen<InputDialog>([&](InputDialog* keypad) {
+    const Hands::WhenOpen<DateTimeDialog> onDialog([&](DateTimeDialog& dialog) {
+        const Hands::WhenOpen<InputDialog> onKeypad([&](InputDialog& keypad) {
             first.reset();
-            stayed = keypad->isVisible() && dialog->isVisible();
+            stayed = keypad.isVisible() && dialog.isVisible();
             PanelWorld::clearCommands();
-            press(keypad, "7");
-            press(keypad, "Enter");
+            Hands::type(keypad, "7E"_s);
         });
-        QTest::mousePress(field(dialog, "hourLineEdit"), Qt::LeftButton);
+        QTest::mousePress(field(&dialog, "hourLineEdit"), Qt::LeftButton);
         // The dialog still clicks, by the settings of the window that opened it.
-        dialog->findChild<QPushButton*>(QStringLiteral("closePushButton"))->click();
+        dialog.findChild<QPushButton*>(QStringLiteral("closePushButton"))->click();
     });
     clockButton(*second)->click();
     QVERIFY(stayed);
@@ -186,12 +163,11 @@ void TestTwoWindows::keypad_staysWhenAnotherWindowComesAndGoes()
     const auto window = makeWindow();
     auto other = makeWindow();
     bool stayed = false;
-    whenOpen<InputDialog>([&](InputDialog* keypad) {
+    const Hands::WhenOpen<InputDialog> onKeypad([&](InputDialog& keypad) {
         other.reset();
         makeWindow().reset();
-        stayed = keypad->isVisible();
-        press(keypad, "9");
-        press(keypad, "Enter");
+        stayed = keypad.isVisible();
+        Hands::type(keypad, "9E"_s);
     });
     QTest::mousePress(field(window.get(), "brightnessLineEdit"), Qt::LeftButton);
     QVERIFY(stayed);
@@ -211,27 +187,24 @@ void TestTwoWindows::rangeBox_endsWithItsWindow()
     auto window = makeWindow();
     bool wasOpen = false;
     bool left = false;
-    whenOpen<QMessageBox>([&](QMessageBox* box) {
-        wasOpen = box->isVisible();
+    const Hands::WhenOpen<QMessageBox> onBox([&](QMessageBox& box) {
+        wasOpen = box.isVisible();
         window.reset();
-        left = QApplication::activeModalWidget() != nullptr;
-        while (QWidget* open = QApplication::activeModalWidget()) {
+        left = Hands::modal() != nullptr;
+        while (QWidget* open = Hands::modal()) {
             open->close();
         }
     });
-    whenOpen<InputDialog>([&](InputDialog* keypad) {
-        press(keypad, "0");
-        press(keypad, "Enter"); // days and levels start at 1
+    const Hands::WhenOpen<InputDialog> onKeypad([&](InputDialog& keypad) {
+        Hands::type(keypad, "0E"_s); // days and levels start at 1
     });
     if (inTheDateDialog) {
-        whenOpen<DateTimeDialog>([&](DateTimeDialog* dialog) {
-            QTest::mousePress(field(dialog, "dateLineEdit"), Qt::LeftButton);
+        const Hands::WhenOpen<DateTimeDialog> onDialog([&](DateTimeDialog& dialog) {
+            QTest::mousePress(field(&dialog, "dateLineEdit"), Qt::LeftButton);
         });
         clockButton(*window)->click();
     } else {
-        QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
-                          Qt::NoModifier);
-        QApplication::sendEvent(field(window.get(), "brightnessLineEdit"), &press);
+        Hands::press(*field(window.get(), "brightnessLineEdit"));
     }
     QVERIFY(wasOpen);
     QVERIFY(!window);
@@ -242,15 +215,13 @@ void TestTwoWindows::rangeBox_endsWithTheKeypad()
 {
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, nullptr, nullptr);
     bool ended = false;
-    whenOpen<QMessageBox>([&](QMessageBox* box) {
+    const Hands::WhenOpen<QMessageBox> onBox([&](QMessageBox& box) {
         keypad->close();
-        ended = !box->isVisible();
-        box->close();
+        ended = !box.isVisible();
+        box.close();
     });
-    whenOpen<InputDialog>([](InputDialog* open) {
-        press(open, "0");
-        press(open, "Enter");
-    });
+    const Hands::WhenOpen<InputDialog> onKeypad(
+        [](InputDialog& open) { Hands::type(open, "0E"_s); });
     QCOMPARE(keypad->exec(), 0);
     QVERIFY(ended);
 }
@@ -271,11 +242,11 @@ void TestTwoWindows::addressBox_endsWithItsWindow()
     QVERIFY(edit != fields.end());
     bool wasOpen = false;
     bool ended = false;
-    whenOpen<QMessageBox>([&](QMessageBox* box) {
+    const Hands::WhenOpen<QMessageBox> onBox([&](QMessageBox& box) {
         wasOpen = true;
         window.reset();
-        ended = !box->isVisible();
-        box->close();
+        ended = !box.isVisible();
+        box.close();
     });
     page->checkConflictIp(*edit, (*edit)->text().toInt());
     QVERIFY(wasOpen);
@@ -287,11 +258,11 @@ void TestTwoWindows::connectivityBox_endsWithItsWindow()
     auto window = makeWindow();
     bool wasOpen = false;
     bool ended = false;
-    whenOpen<QMessageBox>([&](QMessageBox* box) {
+    const Hands::WhenOpen<QMessageBox> onBox([&](QMessageBox& box) {
         wasOpen = true;
         window.reset();
-        ended = !box->isVisible();
-        box->close();
+        ended = !box.isVisible();
+        box.close();
     });
     window->findChild<NetworkSettings*>()->ping_test();
     QVERIFY(wasOpen);
@@ -303,10 +274,10 @@ void TestTwoWindows::connectivityBox_staysWhenAnotherWindowGoes()
     const auto window = makeWindow();
     auto other = makeWindow();
     bool stayed = false;
-    whenOpen<QMessageBox>([&](QMessageBox* box) {
+    const Hands::WhenOpen<QMessageBox> onBox([&](QMessageBox& box) {
         other.reset();
-        stayed = box->isVisible();
-        box->close();
+        stayed = box.isVisible();
+        box.close();
     });
     window->findChild<NetworkSettings*>()->ping_test();
     QVERIFY(stayed);

@@ -1,8 +1,8 @@
 #include "tests/soak/Operator.h"
 
 #include "tests/soak/SimulatedClock.h"
+#include "tests/support/Hands.h"
 
-#include <QApplication>
 #include <QLineEdit>
 #include <QSlider>
 #include <QTest>
@@ -38,16 +38,6 @@ constexpr Qt::Key keys[] = {Qt::Key_Escape, Qt::Key_Return, Qt::Key_Enter, Qt::K
                             Qt::Key_Space,  Qt::Key_5,      Qt::Key_Up,    Qt::Key_Down,
                             Qt::Key_Delete, Qt::Key_Home};
 
-/// The window that takes presses now: a pop-up, else the topmost modal one, else the operator's.
-QWidget* windowInFront(QDialog* window)
-{
-    if (QWidget* popup = QApplication::activePopupWidget()) {
-        return popup;
-    }
-    QWidget* modal = QApplication::activeModalWidget();
-    return modal ? modal : window;
-}
-
 } // namespace
 
 Operator::Operator(unsigned seed) : m_random(seed)
@@ -80,7 +70,10 @@ void Operator::tick()
 
 void Operator::step()
 {
-    QWidget* front = windowInFront(m_window);
+    QWidget* front = Hands::windowInFront();
+    if (!front) {
+        front = m_window;
+    }
     if (m_isPressing && front == m_pressed) {
         return; // in the middle of a press
     }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/soak/Controls.h"
-#include "tests/soak/Finger.h"
+#include "tests/support/Finger.h"
 
 #include <QDialog>
 #include <QEventLoop>

@@ -14,6 +14,8 @@ constexpr QLatin1String commandLog = "/panel/log/commands"_l1;
 constexpr QLatin1String callCount = "/panel/log/count"_l1;
 constexpr QLatin1String inputFolder = "/panel/log/input/"_l1;
 
+constexpr int screenWidthOffset = 256 + 14; // in the image: the read-only record, and there
+
 } // namespace
 
 namespace PanelWorld {
@@ -52,6 +54,12 @@ void setImage(const QByteArray& image)
 void patchImage(int offset, const QByteArray& bytes)
 {
     setImage(image().replace(offset, bytes.size(), bytes));
+}
+
+void setScreenWidth(int width)
+{
+    const char packed[] = {char(width & 0xFF), char((width >> 8) << 4)};
+    patchImage(screenWidthOffset, QByteArray(packed, sizeof packed));
 }
 
 QByteArray state(const QString& name)

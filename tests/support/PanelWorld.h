@@ -24,6 +24,8 @@ QByteArray image();
 void setImage(const QByteArray& image);
 /// Overwrites the bytes of the image from @p offset on.
 void patchImage(int offset, const QByteArray& bytes);
+/// Stores a width of the screen in pixels in the read-only record, as the device packs it.
+void setScreenWidth(int width);
 
 /// A file of the device's state: "backlight" (raw decimal), "usbslave", "serial", "mpi", "logo".
 QByteArray state(const QString& name);

@@ -1,4 +1,4 @@
-#include "tests/soak/Finger.h"
+#include "tests/support/Finger.h"
 
 #include <QTest>
 #include <QWidget>
