@@ -115,7 +115,49 @@ code = mmap.mmap(-1, 4096, prot=mmap.PROT_READ | mmap.PROT_WRITE | mmap.PROT_EXE
 code.write(bytes.fromhex("53 89 f8 89 f3 31 c9 31 d2 cd 80 5b c3"))
 call = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_int, ctypes.c_int)(
     ctypes.addressof(ctypes.c_char.from_buffer(code)))
-print(call(20, 0) > 0, call(286, 0), call(287, 0), call(288, 0), call(310, 0x10000000))
+print(call(20, 0) > 0, call(286, 0), call(287, 0), call(288, 0), call(310, 0x10000000),
+      call(437, 0), call(425, 0))
+"""
+
+# Every call that can give a file a mode, each with a set-ID bit for a file of its own.
+SET_ID = KERNEL + """
+import stat
+X86 = machine == "x86_64"
+HERE, MAKE = -100, os.O_CREAT | os.O_WRONLY
+folder = sys.argv[1]
+def name(call):
+    return os.path.join(folder, call).encode()
+def plain(call):
+    with open(name(call), "w") as file:
+        os.chmod(file.fileno(), 0o755)
+    return name(call)
+def old(call, number, *words):
+    return [(call, number, *words)] if X86 else []
+for bit in (stat.S_ISUID, stat.S_ISGID):
+    mode = bit | 0o755
+    how = (ctypes.c_uint64 * 3)(MAKE, mode, 0)
+    opened = os.open(plain("fchmod%d" % bit), os.O_RDONLY)
+    for call, number, *words in (
+            *old("chmod", 90, plain("chmod%d" % bit), mode),
+            ("fchmod", 91 if X86 else 52, opened, mode),
+            ("fchmodat", 268 if X86 else 53, HERE, plain("fchmodat%d" % bit), mode),
+            ("fchmodat2", 452, HERE, plain("fchmodat2%d" % bit), mode, 0),
+            *old("open", 2, name("open%d" % bit), MAKE, mode),
+            *old("creat", 85, name("creat%d" % bit), mode),
+            *old("mknod", 133, name("mknod%d" % bit), stat.S_IFREG | mode, 0),
+            ("openat", 257 if X86 else 56, HERE, name("openat%d" % bit), MAKE, mode),
+            ("unnamed", 257 if X86 else 56, HERE, folder.encode(), os.O_TMPFILE | os.O_WRONLY, mode),
+            ("openat2", 437, HERE, name("openat2%d" % bit), how, 24),
+            ("mknodat", 259 if X86 else 33, HERE, name("mknodat%d" % bit), stat.S_IFREG | mode, 0),
+            ("io_uring", 425, 1, ctypes.create_string_buffer(120))):
+        if kernel.syscall(number, *words) >= 0:
+            print(call)
+for path, _, files in os.walk(folder):
+    for file in files:
+        if os.lstat(os.path.join(path, file)).st_mode & 0o6000:
+            print(file, "is left")
+os.close(os.open(name("usual"), MAKE, 0o1755))
+print("tried")
 """
 
 
@@ -185,12 +227,29 @@ class Attacks:
             with self.subTest(mode=mode):
                 self.assertEqual(self.inside(MAKE_NAMESPACES, options=("--mode", mode)), ["tried"])
 
+    def test_no_program_of_its_starter_is_left(self):
+        volatile = self.home / "volatile"
+        for folder in ("/hmi_data", "/panel/state", "/panel", "/etc"):
+            with self.subTest(folder=folder):
+                self.assertEqual(self.inside(SET_ID, folder, options=(
+                    "--state", self.device, "--run", volatile)), ["tried"])
+        self.assertNotEqual(self.kept("cp /usr/bin/true /hmi_data/x; chmod 4755 /hmi_data/x")[0], 0)
+
+    def test_folders_of_a_panel_are_closed_to_everybody_else(self):
+        volatile = self.home / "volatile"
+        for folder in (self.device, volatile):
+            folder.mkdir(mode=0o755)
+        self.checkout.hand_over()
+        self.assertEqual(self.kept("chmod 0777 /hmi_data /panel/state", "--run", volatile)[0], 0)
+        for folder in (self.device, volatile):
+            self.assertEqual(folder.stat().st_mode & 0o7777, 0o700, folder)
+
     @unittest.skipUnless(os.uname().machine == "x86_64", "only x86-64 has a second set of calls")
     def test_older_calls_are_no_way_around(self):
         allowed, *answers = self.inside(OLD_CALLS)[0].split()
         if allowed != "True":
             self.skipTest("this kernel runs no programs of 32 bits")
-        self.assertEqual(answers, ["-38", "-38", "-38", "-1"])
+        self.assertEqual(answers, ["-38", "-38", "-38", "-1", "-38", "-38"])
 
     def test_open_folder_of_the_starter_is_not_handed_in(self):
         folder = os.open(self.home, os.O_RDONLY)
@@ -278,6 +337,22 @@ display.accept()[0].sendall(b"the panel")
     def test_folder_that_others_can_write_is_refused(self):
         own = SOMEBODY if may_be_anybody() and not self.as_root else None
         self.assert_refused(self.foreign_folder(own, 0o777))
+
+    def test_folder_that_a_group_can_write_is_refused(self):
+        if not may_be_anybody():
+            self.skipTest("only root can choose a group")
+        owner = os.geteuid() if self.as_root else SOMEBODY
+        folder = self.foreign_folder(owner, 0o775)
+        os.chown(folder, owner, SOMEBODY + 1)
+        folder.chmod(0o775)
+        self.assert_refused(folder)
+
+    def test_group_of_the_starter_s_own_is_nobody_else(self):
+        if not self.as_root:
+            self.skipTest("the other one has no account and no group")
+        self.device.mkdir()
+        self.device.chmod(0o775)
+        self.assertEqual(self.kept("true"), (0, ""))
 
     def test_folder_of_somebody_else_is_refused(self):
         if not may_be_anybody():
