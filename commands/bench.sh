@@ -2,7 +2,8 @@
 usage_bench() {
     cat <<'END'
 ./panel bench
-  measures what may not grow, as ratios within one run; fails when one is above its goal
+  measures what may not grow, as ratios within one run and in instructions; fails when one is
+  above its goal
 END
 }
 
