@@ -1,5 +1,7 @@
 #include "common/Translation.h"
 
+#include "device/LanguageTable.h"
+
 #include <QCoreApplication>
 #include <QTranslator>
 
@@ -13,8 +15,7 @@ void install(QTranslator& translator)
 
 bool load(QTranslator& translator, unsigned language)
 {
-    return translator.load(language == 0 ? QLatin1String(":/Languages/Translate_CN.qm")
-                                         : QLatin1String(":/Languages/Translate_EN.qm"));
+    return translator.load(QLatin1String(Languages::shown(language).file));
 }
 
 } // namespace Translation

@@ -10,9 +10,9 @@ namespace Translation {
 /// would keep one entry per installation and look every text up through all of them.
 void install(QTranslator& translator);
 
-/// Loads the file of the panel's bundle for a language value (0 Chinese, otherwise English) into
-/// @p translator. False when the file cannot be loaded; the translator is then empty and texts
-/// show their source.
+/// Loads the file of the panel's bundle for a value of the language register, see
+/// Languages::shown(), into @p translator. False when the file cannot be loaded; the translator is
+/// then empty and texts show their source.
 bool load(QTranslator& translator, unsigned language);
 
 } // namespace Translation

@@ -8,6 +8,7 @@
 #include "device/Brightness.h"
 #include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
+#include "device/LanguageTable.h"
 #include "device/ProcessTable.h"
 #include "dialogs/AskNumber.h"
 #include "dialogs/DateTimeDialog.h"
@@ -489,7 +490,7 @@ void GeneralSettings::onBacklightOff()
 
 void GeneralSettings::onChangeLanguage(Settings::Language language)
 {
-    if (language == Settings::Chinese || language == Settings::English) {
+    if (Languages::find(language)) {
         Translation::load(m_translator, language);
     }
     Translation::install(m_translator);

@@ -89,7 +89,8 @@ public slots:
     void onBacklightOn();
     /// Turns the backlight dark; the level is kept for onBacklightOn().
     void onBacklightOff();
-    /// Loads the page's translator for 0 (Chinese) and 1 (English) only, and refreshes.
+    /// Loads the page's translator for the languages of the table only; another value keeps the
+    /// one loaded. Then refreshes.
     void onChangeLanguage(Settings::Language language);
 
 private:

@@ -2,6 +2,7 @@
 
 #include "device/Brightness.h"
 #include "device/EEInfoDetail.h"
+#include "device/LanguageTable.h"
 #include "panelctl/Command.h"
 
 #include <algorithm>
@@ -27,8 +28,14 @@ struct Word
     unsigned number;
 };
 constexpr std::array switchWords{Word{"off", 0}, Word{"on", 1}};
-constexpr std::array languageWords{Word{"chinese", 0}, Word{"english", 1}};
 constexpr std::array adapterWords{Word{"auto", 0}, Word{"eth0", 1}, Word{"eth1", 2}};
+constexpr auto languageWords = [] {
+    std::array<Word, Languages::all.size()> words{};
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        words.at(index) = {Languages::all.at(index).word, Languages::all.at(index).value};
+    }
+    return words;
+}();
 
 [[noreturn]] void refuse(const std::string& text, const std::string& why)
 {
@@ -298,7 +305,7 @@ std::string show(Kind kind, const Bytes& bytes)
     case Kind::Mac:
         return showMac(bytes);
     case Kind::Language:
-        return showWord(languageWords, number(bytes) != 0 ? 1 : 0);
+        return Languages::shown(number(bytes)).word;
     case Kind::DefaultAdapter:
         return showWord(adapterWords, number(bytes));
     case Kind::AdapterCount:

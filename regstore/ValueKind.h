@@ -13,7 +13,7 @@ enum class Kind {
     Ipv4,           ///< a.b.c.d in the first four bytes, in this order.
     Netmask,        ///< The same, with all ones before all zeros.
     Mac,            ///< Six octets in display order, xx:xx:xx:xx:xx:xx.
-    Language,       ///< "chinese" (0) or "english" (1).
+    Language,       ///< Its word, "chinese" or "english"; see device/LanguageTable.h.
     DefaultAdapter, ///< The adapter of the default route: "auto" (0), "eth0" (1) or "eth1" (2).
     AdapterCount,   ///< How many adapters there are, 1 or 2: bit 0 says that there is a second.
     Width           ///< Pixels, 0 to 4095, packed into 12 of 16 bits.

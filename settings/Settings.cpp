@@ -30,11 +30,10 @@ constexpr int languagePointSize = 12;
 constexpr int captionPointSize = 9;
 constexpr int statusPointSize = 10;
 
+constexpr QSize languageButtonSize(80, 40);
+
 enum Page { GeneralPage = 0, NetworkPage = 1 };
 enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
-
-constexpr QLatin1String chineseName = "Chinese"_l1;
-constexpr QLatin1String englishName = "English"_l1;
 
 constexpr QLatin1String frameStyle = "QFrame#settingsFrame{background-color: rgb(163, 198, "
                                      "218);border: 0px solid rgb(163, 198, 218)}"_l1;
@@ -64,11 +63,10 @@ constexpr QLatin1String restartPicture = ":/Resources/restart.png"_l1;
 constexpr QLatin1String udiskPicture = ":/Resources/udisk.png"_l1;
 constexpr QLatin1String sdPicture = ":/Resources/sd.png"_l1;
 
-QString languageFace(const char* side, bool selected)
+QString languageFace(const Languages::Language& language, bool selected)
 {
     return QString::fromLatin1("QPushButton{border-image: url(:/Resources/%1_%2.png); color:white}")
-        .arg(QLatin1String(side),
-             selected ? QLatin1String("selected") : QLatin1String("unselected"));
+        .arg(QLatin1String(language.pictures), selected ? "selected"_l1 : "unselected"_l1);
 }
 
 /// Gives a widget its style sheet unless it has it: Qt would style it again all the same.
@@ -121,9 +119,10 @@ Settings::~Settings()
 
 void Settings::init()
 {
-    // Both, and the stored one below a third time: a host sees each of these language changes.
-    for (const Language language : {English, Chinese}) {
-        Translation::load(m_translator, language);
+    // Each of them, Chinese last, and the stored one below once more: a host sees all of these
+    // language changes.
+    for (auto language = Languages::all.rbegin(); language != Languages::all.rend(); ++language) {
+        Translation::load(m_translator, language->value);
         Translation::install(m_translator);
     }
 
@@ -181,10 +180,10 @@ bool Settings::eventFilter(QObject* watched, QEvent* event)
 void Settings::onUpdateLanguageClicked()
 {
     const QString name = sender() ? sender()->objectName() : QString();
-    if (name == chineseName) {
-        updateLanguage(Chinese);
-    } else if (name == englishName) {
-        updateLanguage(English);
+    for (const Languages::Language& language : Languages::all) {
+        if (name == QLatin1String(language.name)) {
+            updateLanguage(static_cast<Language>(language.value));
+        }
     }
 }
 
@@ -288,8 +287,7 @@ void Settings::setTitleBar()
 
 void Settings::setTitleBarButtons()
 {
-    setLanguageButton(m_chineseButton, 50, chineseName, tr("Chinese"));
-    setLanguageButton(m_englishButton, 130, englishName, tr("English"));
+    setLanguageButtons();
     setLanguageFaces();
 
     m_closeButton.setParent(ui->settingsFrame);
@@ -298,29 +296,34 @@ void Settings::setTitleBarButtons()
     m_closeButton.setFixedSize(40, 40);
     m_closeButton.setVisible(m_wr1.settings_close_hidden == 0);
 
-    for (QPushButton* button : {&m_chineseButton, &m_englishButton, &m_closeButton}) {
-        button->installEventFilter(this);
-    }
+    m_closeButton.installEventFilter(this);
 }
 
-void Settings::setLanguageButton(QPushButton& button, int x, const QString& name,
-                                 const QString& text)
+void Settings::setLanguageButtons()
 {
-    const QSize size(80, 40);
-    button.setParent(ui->settingsFrame);
-    button.move(x, 45);
-    button.setObjectName(name);
-    button.setText(text);
-    button.setFont(PanelFont::font(m_fontId, languagePointSize, QFont::Normal));
-    button.setFixedSize(size);
-    button.setIconSize(size);
+    QPoint place(50, 45);
+    for (std::size_t index = 0; index < m_languageButtons.size(); ++index) {
+        QPushButton& button = m_languageButtons.at(index);
+        const char* name = Languages::all.at(index).name;
+        button.setParent(ui->settingsFrame);
+        button.move(place);
+        button.setObjectName(QLatin1String(name));
+        button.setText(tr(name));
+        button.setFont(PanelFont::font(m_fontId, languagePointSize, QFont::Normal));
+        button.setFixedSize(languageButtonSize);
+        button.setIconSize(languageButtonSize);
+        button.installEventFilter(this);
+        place.rx() += languageButtonSize.width();
+    }
 }
 
 void Settings::setLanguageFaces()
 {
-    const bool chinese = m_language == Chinese;
-    showStyle(m_chineseButton, languageFace("left", chinese));
-    showStyle(m_englishButton, languageFace("right", !chinese));
+    const Languages::Language& shown = Languages::shown(m_language);
+    for (std::size_t index = 0; index < m_languageButtons.size(); ++index) {
+        const Languages::Language& language = Languages::all.at(index);
+        showStyle(m_languageButtons.at(index), languageFace(language, &language == &shown));
+    }
 }
 
 void Settings::setSettingsFrame()
@@ -424,8 +427,9 @@ void Settings::initSettingTab()
 
 void Settings::connectSlots()
 {
-    connect(&m_chineseButton, SIGNAL(clicked()), this, SLOT(onUpdateLanguageClicked()));
-    connect(&m_englishButton, SIGNAL(clicked()), this, SLOT(onUpdateLanguageClicked()));
+    for (const QPushButton& button : m_languageButtons) {
+        connect(&button, SIGNAL(clicked()), this, SLOT(onUpdateLanguageClicked()));
+    }
     connect(&m_closeButton, SIGNAL(clicked()), this, SLOT(onCloseClicked()));
     connect(ui->generalPushButton, SIGNAL(clicked()), this, SLOT(onGeneralSettingsClicked()));
     connect(ui->networkPushButton, SIGNAL(clicked()), this, SLOT(onNetworkSettingsClicked()));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/EEInfoDetail.h"
+#include "device/LanguageTable.h"
 
 #include <QDialog>
 #include <QLabel>
@@ -11,6 +12,8 @@
 #include <QTimer>
 #include <QTranslator>
 #include <QVBoxLayout>
+
+#include <array>
 
 class Ui_Settings;
 
@@ -26,8 +29,8 @@ class Settings : public QDialog
     Q_OBJECT
 
 public:
-    /// Value of system register 20. Any value but 0 is shown as English and kept as it is.
-    enum Language : quint32 { Chinese = 0, English = 1 };
+    /// Value of system register 20. A value that is neither is shown as English and kept as it is.
+    enum Language : quint32 { Chinese = Languages::Chinese, English = Languages::English };
 
     /// Which fields of a page's Flash_WR_1 onUpdateEEData takes over. Other values are ignored.
     enum FlashWR1DataType : quint32 {
@@ -83,7 +86,7 @@ private slots:
 private:
     void setTitleBar();
     void setTitleBarButtons();
-    void setLanguageButton(QPushButton& button, int x, const QString& name, const QString& text);
+    void setLanguageButtons();
     void setLanguageFaces();
     void setSettingsFrame();
     void setGeneralSettingsList();
@@ -112,8 +115,7 @@ private:
     QList<QPushButton*> m_buttons; ///< The page and restart buttons in bar order.
     QLabel m_iconLabels[3];
     QLabel m_captionLabels[3];
-    QPushButton m_chineseButton;
-    QPushButton m_englishButton;
+    std::array<QPushButton, Languages::all.size()> m_languageButtons; ///< As in the table.
     QPushButton m_closeButton;
     QVBoxLayout m_spareLayouts[3]; ///< Not used; nothing is known of their purpose.
     QSettings m_settings;

@@ -113,8 +113,8 @@ const Text neverShown[] = {
     {"GeneralSettings", "Min"}, {"NetworkSettings", "DNS Server Info"},
 };
 
-/// Rooms that show texts.
-const char* const rooms[] = {"settings", "general", "network", "dialogs"};
+/// Rooms with texts that are shown.
+const char* const rooms[] = {"settings", "general", "network", "dialogs", "device"};
 
 using Key = QPair<QString, QString>;
 
