@@ -158,9 +158,11 @@ def pixel_bytes(form):
 
 
 class Session:
-    """One viewer. receive() and send(bytes) are its side; server is a connected socket."""
+    """One viewer. receive() and send(bytes) are its side; server is a connected socket. A viewer
+    that is not greeted within the patience, in seconds, has gone."""
 
-    def __init__(self, receive, send, server):
+    def __init__(self, receive, send, server, patience=PATIENCE_S):
+        self._patience = patience
         self._viewer = Stream(receive)
         self._to_viewer = send
         self._server_socket = server
@@ -177,8 +179,12 @@ class Session:
     def run(self, close):
         """Serves the viewer until one side ends or is refused; close() then ends its side. Raises
         Refused when the viewer was."""
+        hurry = threading.Timer(self._patience, close)
+        hurry.daemon = True
+        hurry.start()
         try:
             self._greet()
+            hurry.cancel()
             self._server_socket.settimeout(None)
             back = threading.Thread(target=self._carry_back, args=(close,), daemon=True)
             back.start()
@@ -187,6 +193,7 @@ class Session:
         except (OSError, EOFError):
             pass
         finally:
+            hurry.cancel()
             with contextlib.suppress(OSError):
                 self._server_socket.shutdown(socket.SHUT_RDWR)
             close()

@@ -88,7 +88,7 @@ class Replacement(PanelTest):
                 if begun:
                     yield name, seen[name]
 
-    def test_killed_at_any_call_it_leaves_the_old_file_or_the_new_one_and_nothing_else(self):
+    def test_killed_at_any_call_it_leaves_the_old_file_or_the_new_one_and_the_next_removes_a_draft(self):
         left = set()
         for name, number in self.calls_of(self.trace()):
             self.keep_resolver()

@@ -388,10 +388,22 @@ class Inspector(unittest.TestCase):
         (checkout.home / "log" / "commands").write_text(SECRET + "\n")
         (checkout.home / "away").symlink_to(checkout.home / "log")
         (checkout.home / "log" / "times").symlink_to(checkout.home / "log" / "commands")
+        os.mkfifo(checkout.home / "log" / "notices")
+        writer = os.open(checkout.home / "log" / "notices", os.O_RDWR)
+        self.addCleanup(os.close, writer)
         look = inspector.look
         self.assertEqual(look(checkout.home, "log/commands")[0], SECRET.encode() + b"\n")
-        for name in ("away/commands", "log/times", "log/none", "log"):
+        for name in ("away/commands", "log/times", "log/none", "log", "log/notices"):
             self.assertIsNone(look(checkout.home, name), name)
+
+        def only_look(path, flags, *words, **settings):
+            if not flags & os.O_PATH and not os.path.isfile(path):
+                raise AssertionError(f"{path} is opened before it is known what it is")
+            return real_open(path, flags, *words, **settings)
+        real_open, os.open = os.open, only_look
+        self.addCleanup(setattr, os, "open", real_open)
+        self.assertIsNone(look(checkout.home, "log/notices"))
+        self.assertIsNotNone(look(checkout.home, "log/commands"))
 
 
 if __name__ == "__main__":

@@ -73,6 +73,10 @@ class Inspector(unittest.TestCase):
         return next(row for row in self.snapshot()["registers"] if row["id"] == number)
 
     def status(self, path, **headers):
+        """The status of a request below the address, which is sent as it is."""
+        return self.status_of(f"/{self.address.split('/')[3]}{path}", **headers)
+
+    def status_of(self, path, **headers):
         """The status of a request that is sent as it is."""
         host, port = self.address.split("/")[2].split(":")
         connection = http.client.HTTPConnection(host, int(port), timeout=30)
@@ -199,7 +203,7 @@ class Inspector(unittest.TestCase):
         waiting = [http.client.HTTPConnection(host, timeout=30) for _ in range(2)]
         for browser in waiting:
             self.addCleanup(browser.close)
-            browser.request("GET", f"/events.json?since={last}")
+            browser.request("GET", f"/{self.address.split('/')[3]}/events.json?since={last}")
         self.snapshot()  # answered while they wait, or they would have waited in vain
         operator.press_widget(name="generalPushButton")
         first = [json.load(browser.getresponse())["events"][0] for browser in waiting]
@@ -252,6 +256,35 @@ class Inspector(unittest.TestCase):
             with self.subTest(query=query):
                 self.assertEqual(self.status("/events.json" + query), 400)
 
+    def test_who_does_not_know_the_address_gets_nothing(self):
+        self.start()
+        secret = self.address.split("/")[3]
+        self.assertGreaterEqual(len(secret), 22)
+        for path in ("/", "/snapshot.json", "/events.json?since=0", f"/{secret[:-1]}/", f"/{secret}",
+                     f"/{secret[:-1]}/snapshot.json", "/x" + secret[1:] + "/", "*", "//"):
+            with self.subTest(path=path):
+                self.assertEqual(self.status_of(path), 403)
+        self.assertEqual(self.status("/snapshot.json"), 200)
+
+    def test_a_line_of_a_log_that_nobody_can_read_is_passed_over(self):
+        operator = self.start()
+        self.open_settings(operator)
+        log = self.panel.run_folder() / "log"
+        with open(log / "notices", "ab") as file:
+            file.write(b"\n1\nnonsense\n\xff\n1.0 fifo_sysreg\n1.0 fifo_sysreg x\n1.0 fifo_localreg 5\n"
+                       b"nan fifo_sysreg 1\n1.0 fifo_sysreg -9999\n1e999 fifo_sysreg 20\n")
+        with open(log / "times", "ab") as file:
+            file.write(b"soon\n")
+        with open(log / "commands", "ab") as file:
+            file.write(b"without a time\n")
+        operator.press_widget(name="English")
+        wait_for(lambda: self.register(20)["text"] == "English", "the language to change")
+        wait_for(lambda: len(self.events("notice")) > 1, "the notice of the language")
+        told = self.snapshot()["events"]
+        self.assertFalse([event for event in told if "without" in event["text"]])
+        times = [event["time"] for event in told]
+        self.assertEqual([time for time in times if not 0 < time < 1e12], [])
+
     def test_requests_from_elsewhere_are_refused(self):
         self.start()
         own = self.address.split("/")[2]
@@ -294,6 +327,8 @@ class Inspector(unittest.TestCase):
 
     def test_page_beside_a_browser_panel_shows_its_screen(self):
         self.start("--display", "browser")
+        for address in (self.address, self.panel.page()):
+            self.assertEqual(processes_mentioning(address.split("/")[3]), {}, "it is a secret")
         with urllib.request.urlopen(self.address, timeout=30) as answer:
             page = answer.read().decode()
         screen = page.split('<body data-screen="')[1].split('"')[0]

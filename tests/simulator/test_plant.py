@@ -396,6 +396,13 @@ class Remains(PlantTest):
                          (77, b"\0through\n", b"wrong\n"))
         self.assertEqual(self.live("kill -ABRT $$").returncode, 128 + signal.SIGABRT)
 
+    def test_status_is_the_panel_s_whatever_it_did_to_the_plant_s_door(self):
+        for change in ("rm /panel/run/plant", "rm /panel/run/plant; mkdir /panel/run/plant",
+                       "rm -r /panel/run"):
+            with self.subTest(change=change):
+                result = self.live(f"{change}; exit 7")
+                self.assertEqual((result.returncode, result.stderr), (7, b""))
+
     def test_panel_that_cannot_start_fails_as_a_recorded_one_does(self):
         results = []
         for mode in ("recorded", "live"):

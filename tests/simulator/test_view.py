@@ -21,6 +21,10 @@ from vnc_operator import Operator, wait_for
 
 BUILD = sys.argv.pop(1)
 SERVE = ROOT / "simulator" / "view" / "serve"
+sys.path.insert(0, str(SERVE.parent))
+
+import screen_filter  # noqa: E402  -- beside the program
+
 WIDTH, HEIGHT = 64, 48
 PIXELS = struct.pack(">BBBBHHHBBBxxx", 32, 24, 0, 1, 255, 255, 255, 16, 8, 0)
 KEY = base64.b64encode(bytes(16)).decode()
@@ -244,6 +248,23 @@ class Filter(View):
         wait_for(has_place, "the place of one who left")
 
 
+class Greeting(unittest.TestCase):
+    def test_a_viewer_that_never_says_its_greeting_has_gone(self):
+        for said in (b"", b"RFB 003", b"RFB 003.003\n"):
+            with self.subTest(said=said), contextlib.ExitStack() as open_ones:
+                viewer, here, server, beyond = (
+                    open_ones.enter_context(end) for pair in (socket.socketpair(), socket.socketpair())
+                    for end in pair)
+                viewer.sendall(said)
+                beyond.sendall(b"RFB 003.008\n" + struct.pack(">I", 1))
+                session = screen_filter.Session(lambda: here.recv(100), here.sendall, server, 0.1)
+                served = threading.Thread(
+                    target=session.run, args=(lambda: here.shutdown(socket.SHUT_RDWR),), daemon=True)
+                served.start()
+                served.join(20)
+                self.assertFalse(served.is_alive(), "it has a place for ever")
+
+
 class Page(View):
     def start(self, *options):
         self.address = self.serve(*options, "--address").read_text().strip()
@@ -321,7 +342,7 @@ class Page(View):
             policy = self.answer(self.path).headers["Content-Security-Policy"]
             return policy.split("frame-ancestors ")[1]
         self.assertEqual(frames(), "'none'")
-        inspector.write_text("http://127.0.0.1:6180/\n")
+        inspector.write_text("http://127.0.0.1:6180/a_Secret-0/\n")
         self.assertEqual(frames(), "http://127.0.0.1:6180 http://localhost:6180")
         inspector.write_text("http://www.example.com/\n")
         self.assertEqual(frames(), "'none'")
