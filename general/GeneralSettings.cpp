@@ -204,6 +204,7 @@ void GeneralSettings::setBuzzerRow(const QFont& font)
     setRowHead(4, m_buzzerIcon, ":/Resources/buzzer.png", m_buzzerCaption, font);
     // The runtime owns the register; the settings file follows it.
     Registers::buzzer.read(m_buzzerWord);
+    // Neighbours may come along: only bit 0 is shown, but a press turns off any word that is not 0.
     showBuzzer((m_buzzerWord & 1U) != 0);
     m_buzzerSwitch.setFixedSize(70, 30);
     m_grid.addWidget(&m_buzzerSwitch, 4, 5, Qt::AlignLeft);
@@ -388,7 +389,8 @@ void GeneralSettings::onDarkenClicked()
 void GeneralSettings::stepBrightness(int step)
 {
     m_brightness += step;
-    m_brightnessSlider.setValue(m_brightness); // applies and stores the level a first time
+    // Applies and stores the level a first time; the lines below do so again.
+    m_brightnessSlider.setValue(m_brightness);
     showBrightness();
     applyRawBrightness(convertBrightnessToOriginalValue(m_brightness));
     KeyBeep::soundIfOn(m_settings);
@@ -428,7 +430,7 @@ void GeneralSettings::onDateTimeSettingClicked()
 
 void GeneralSettings::onBuzzerSwitched()
 {
-    const bool on = m_buzzerWord == 0;
+    const bool on = m_buzzerWord == 0; // the whole word as it was read
     m_buzzerWord = on ? 1 : 0;
     showBuzzer(on);
     if (on) {

@@ -34,6 +34,9 @@ constexpr QSize languageButtonSize(80, 40);
 
 enum Page { GeneralPage = 0, NetworkPage = 1 };
 enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
+constexpr const char* barCaptions[] = {QT_TRANSLATE_NOOP("Settings", "General"),
+                                       QT_TRANSLATE_NOOP("Settings", "Network"),
+                                       QT_TRANSLATE_NOOP("Settings", "Restart")};
 
 constexpr QLatin1String frameStyle = "QFrame#settingsFrame{background-color: rgb(163, 198, "
                                      "218);border: 0px solid rgb(163, 198, 218)}"_l1;
@@ -97,6 +100,7 @@ Settings::Settings(QWidget* parent)
     ui->setupUi(this);
     readDataFromEE();
     m_screenWidth = primaryScreenWidth();
+    // setupUi() has set the form's texts; this sets them again, once the records are read.
     ui->retranslateUi(this);
     m_fontId = PanelFont::registerFile(m_fontPath);
 
@@ -106,6 +110,7 @@ Settings::Settings(QWidget* parent)
     setNetworkSettingsList();
     setButtonBar();
     setStatusBar();
+    showTexts();
     setAttribute(Qt::WA_AcceptTouchEvents);
     initSettingTab();
     connectSlots();
@@ -138,9 +143,18 @@ void Settings::init()
 void Settings::refresh()
 {
     setTitleBar();
-    m_captionLabels[GeneralButton].setText(tr("General"));
-    m_captionLabels[NetworkButton].setText(tr("Network"));
-    m_captionLabels[RestartButton].setText(tr("Restart"));
+    showTexts();
+}
+
+void Settings::showTexts()
+{
+    ui->titleText->setText(tr("System Settings"));
+    for (std::size_t index = 0; index < m_languageButtons.size(); ++index) {
+        m_languageButtons.at(index).setText(tr(Languages::all.at(index).name));
+    }
+    for (std::size_t index = 0; index < std::size(barCaptions); ++index) {
+        m_captionLabels[index].setText(tr(barCaptions[index]));
+    }
 }
 
 void Settings::updateLanguage(Settings::Language lang)
@@ -262,7 +276,6 @@ void Settings::onWriteEEData()
 
 void Settings::setTitleBar()
 {
-    ui->titleText->setText(tr("System Settings"));
     ui->titleText->setFont(PanelFont::font(m_fontId, titlePointSize, QFont::Normal));
     ui->titleText->setFixedHeight(80);
     ui->titleText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -304,11 +317,9 @@ void Settings::setLanguageButtons()
     QPoint place(50, 45);
     for (std::size_t index = 0; index < m_languageButtons.size(); ++index) {
         QPushButton& button = m_languageButtons.at(index);
-        const char* name = Languages::all.at(index).name;
         button.setParent(ui->settingsFrame);
         button.move(place);
-        button.setObjectName(QLatin1String(name));
-        button.setText(tr(name));
+        button.setObjectName(QLatin1String(Languages::all.at(index).name));
         button.setFont(PanelFont::font(m_fontId, languagePointSize, QFont::Normal));
         button.setFixedSize(languageButtonSize);
         button.setIconSize(languageButtonSize);
@@ -349,9 +360,10 @@ void Settings::setNetworkSettingsList()
 
 void Settings::setButtonBar()
 {
-    setButton(ui->generalPushButton, GeneralButton, settingBluePicture, tr("General"));
-    setButton(ui->networkPushButton, NetworkButton, networkPicture, tr("Network"));
-    setButton(ui->restartPushButton, RestartButton, restartPicture, tr("Restart"));
+    setButton(ui->generalPushButton, GeneralButton, settingBluePicture,
+              tr(barCaptions[GeneralButton]));
+    setButton(ui->networkPushButton, NetworkButton, networkPicture, tr(barCaptions[NetworkButton]));
+    setButton(ui->restartPushButton, RestartButton, restartPicture, tr(barCaptions[RestartButton]));
 
     setButtonClicked(ui->generalPushButton, true);
     setButtonClicked(ui->networkPushButton, false);

@@ -66,6 +66,7 @@ signals:
     void backLightOn();
 
 protected:
+    /// Only forwards: the window's list of virtual functions is an interface.
     bool event(QEvent* event) override;
     void timerEvent(QTimerEvent* e) override;
 
@@ -84,6 +85,8 @@ private slots:
     void onWriteEEData();
 
 private:
+    /// Sets every text in the current language.
+    void showTexts();
     void setTitleBar();
     void setTitleBarButtons();
     void setLanguageButtons();
