@@ -3,9 +3,11 @@ has a space and Chinese letters, with such a folder for temporary files or a lon
 locale."""
 
 import pathlib
+import re
 import subprocess
 import sys
 import unittest
+import urllib.request
 
 from checkout import ROOT, Checkout
 from vnc_operator import Operator, wait_for
@@ -21,6 +23,7 @@ PROGRAMS = (
     "tests/resources/libbundle_carrier.so",
 )
 SHORT, LONG = "临 时", ("a long folder " * 12).strip()  # a socket's path has 107 bytes
+STAND_INS = "替 身"
 TESTS = ("test_bundle_lifetime", "test_panelctl", "test_resources", "test_translations")
 
 
@@ -95,6 +98,35 @@ class Home(unittest.TestCase):
         self.assertIsNone(panel.poll(), "the panel ended")
         operator = Operator(door)
         operator.close()
+
+    def stand_in(self, name, text):
+        """A program that answers in another's place: what it does needs a network or an hour."""
+        program = self.checkout.home / STAND_INS / name
+        program.parent.mkdir(exist_ok=True)
+        program.write_text(f"#!/bin/sh\n{text}\n")
+        program.chmod(0o755)
+
+    def test_panel_run_shows_it(self):
+        self.stand_in("cmake", f"[ \"$PWD $1\" = '{PLACE} --build' ]")  # it is built already
+        self.stand_in("dpkg-query", "printf installed")
+        path = f"PATH={HOME / STAND_INS}:/usr/bin:/bin:/usr/sbin:/sbin"
+        output = self.checkout.home / "output"
+        with open(output, "wb") as file:
+            panel = subprocess.Popen(
+                self.command("env", path, "./panel", "run", "--inspect", temporary=SHORT),
+                stdin=subprocess.DEVNULL, stdout=file, stderr=subprocess.STDOUT)
+        self.addCleanup(panel.wait)
+        self.addCleanup(panel.terminate)
+
+        def addresses():
+            self.assertIsNone(panel.poll(), output.read_text())
+            return re.findall(r"^(?:The panel|Its inspector) is at (\S+)$", output.read_text(), re.M)
+        wait_for(lambda: len(addresses()) == 2, "the addresses of both pages")
+        for address, title in zip(addresses(), ("Simulated panel", "Inspector")):
+            with urllib.request.urlopen(address, timeout=30) as answer:
+                self.assertIn(title, answer.read().decode())
+        device = self.checkout.home / ".local" / "state" / "panel-settings"
+        self.assertEqual((device / "state" / "image").stat().st_size, 1024)
 
 
 if __name__ == "__main__":
