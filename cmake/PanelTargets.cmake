@@ -51,6 +51,9 @@ function(panel_room name)
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   # Headers are included from the repository root: #include "device/EEInfoHandle.h"
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  # A text becomes a QString where it is said how its bytes are meant, and nowhere by chance.
+  target_compile_definitions(${name} PRIVATE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_STRICT_ITERATORS)
   target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags)
 endfunction()
 

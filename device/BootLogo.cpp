@@ -77,7 +77,7 @@ void copy(ToolPipe& tool, const LogoFile& file)
     if (lengthOf(tool.descriptor()) <= 0) {
         return;
     }
-    std::array<char, chunkBytes> chunk;
+    std::array<char, chunkBytes> chunk{};
     std::size_t count = 0;
     while ((count = tool.read(chunk.data(), chunk.size())) > 0) {
         (void)Uninterrupted::write(file.descriptor(), chunk.data(), count);

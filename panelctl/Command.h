@@ -63,14 +63,15 @@ enum class WordKind {
 /// One command of the program. A group has commands with a verb, or one without.
 struct Command
 {
-    const char* group;
-    const char* verb;       ///< Empty for a group that is one command.
-    const char* parameters; ///< As the help shows them.
-    std::size_t leastWords;
-    std::size_t mostWords;
-    std::array<WordKind, 3> words; ///< Repeated, as far as they are not None, up to mostWords.
+    const char* group = "";
+    const char* verb = "";       ///< Empty for a group that is one command.
+    const char* parameters = ""; ///< As the help shows them.
+    std::size_t leastWords = 0;
+    std::size_t mostWords = 0;
+    std::array<WordKind, 3> words{}; ///< Repeated, as far as they are not None, up to mostWords.
     OptionSet options;
-    const char* help;
-    void (*run)(const Arguments&); ///< Prints to standard output; throws Failure or UsageError.
-    bool looksAtPanel = true;      ///< Otherwise it tells what is the same on every panel.
+    const char* help = "";
+    void (*run)(const Arguments&) = nullptr; ///< Prints to standard output; throws Failure or
+                                             ///< UsageError.
+    bool looksAtPanel = true; ///< Otherwise it tells what is the same on every panel.
 };

@@ -130,7 +130,7 @@ unsigned writeBits(unsigned area, const ByteRange& range, unsigned shift, unsign
     if (!isOpen(file)) {
         return areaFailed;
     }
-    std::array<unsigned char, scratchBytes> scratch;
+    std::array<unsigned char, scratchBytes> scratch{};
     const RangeLock lock(file, range);
     if (!lock.isInPlace() || file.read(scratch.data(), range.length) != range.length) {
         return areaFailed;
