@@ -24,6 +24,22 @@ constexpr int fieldHeight = 40;
 
 constexpr QLatin1String dialogStyle = "#DateTimeDialog{border:3px solid rgb(0, 0, 0);}"_l1;
 
+/// The sizes of the dialog on one screen, in pixels.
+struct DialogSizes
+{
+    int screenWidth;
+    int dialogWidth;
+    int yearWidth;
+    int fieldWidth;
+};
+// clang-format off
+constexpr DialogSizes screens[] = {
+    // screen, dialog, year, field
+    {   1920,    700,  100,    60},
+    {      0,    500,   80,    40}, // any other
+};
+// clang-format on
+
 /// One field: its widget, its digits and the range of its keypad.
 struct Field
 {
@@ -98,29 +114,22 @@ DateTimeDialog::~DateTimeDialog()
 
 void DateTimeDialog::init(int fontId)
 {
-    takeScreenSizes();
-    setFixedSize(m_dialogWidth, dialogHeight);
+    const DialogSizes& sizes = forScreen(screens, deviceScreenWidth());
+    setFixedSize(sizes.dialogWidth, dialogHeight);
     // A window also with a parent: it lies over it and is no part of it.
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
     setFont(PanelFont::font(fontId, pointSize, QFont::Bold));
 
     ui->titleBarFrame->setStyleSheet(DialogStyle::titleBar);
-    ui->titleBarFrame->setFixedSize(m_dialogWidth - 2 * outerMargin, titleBarHeight);
+    ui->titleBarFrame->setFixedSize(sizes.dialogWidth - 2 * outerMargin, titleBarHeight);
     ui->closePushButton->setFixedSize(45, 45);
     ui->closePushButton->setStyleSheet(DialogStyle::closeButton);
     for (const Field& field : fields) {
         QLineEdit* edit = ui->*field.edit;
-        edit->setFixedSize(edit == ui->yearLineEdit ? m_yearWidth : m_fieldWidth, fieldHeight);
+        edit->setFixedSize(edit == ui->yearLineEdit ? sizes.yearWidth : sizes.fieldWidth,
+                           fieldHeight);
     }
     connectSlots();
-}
-
-void DateTimeDialog::takeScreenSizes()
-{
-    const bool wide = deviceScreenWidth() == 1920;
-    m_yearWidth = wide ? 100 : 80;
-    m_dialogWidth = wide ? 700 : 500;
-    m_fieldWidth = wide ? 60 : 40;
 }
 
 void DateTimeDialog::connectSlots()

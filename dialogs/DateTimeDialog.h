@@ -52,7 +52,6 @@ public slots:
 
 private:
     DateTimeDialog(int fontId, QWidget* parent);
-    void takeScreenSizes();
     /// Index of a field in m_values, -1 for another object.
     int fieldOf(const QObject* object) const;
     void showField(int field);
@@ -64,9 +63,6 @@ private:
     std::array<int, 6> m_values = {}; ///< Year, month, day, hour, minute, second.
     TitleBarDrag m_drag;
     CallerSettings m_settings;
-    int m_dialogWidth = 0; ///< Pixels, as the next two.
-    int m_yearWidth = 0;
-    int m_fieldWidth = 0;
 
     static DateTimeDialog* m_instance;
 };

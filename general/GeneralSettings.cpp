@@ -45,15 +45,14 @@ constexpr QLatin1String sliderStyle =
     "QSlider::handle:horizontal{background:rgb(193,204,208);width:20px;margin:-8px 0px;"
     "border-radius:10px;}"_l1;
 
-/// Sizes of the page by the panel's screen width, in pixels.
-struct ScreenSizes
-{
-    int screenWidth;
-    int sliderMinimumWidth;
-    int clockButtonWidth;
+// clang-format off
+constexpr GeneralSizes screens[] = {
+    // screen, slider, clock button
+    {   1280,    350,          100},
+    {   1920,    600,          120},
+    {      0,    250,          100}, // any other
 };
-constexpr ScreenSizes knownScreens[] = {{1280, 350, 100}, {1920, 600, 120}};
-constexpr ScreenSizes otherScreen = {0, 250, 100};
+// clang-format on
 
 QString twoDigits(int number)
 {
@@ -62,11 +61,7 @@ QString twoDigits(int number)
 
 } // namespace
 
-GeneralSettings::GeneralSettings(QWidget* parent)
-    : QTableView(parent),
-      m_record{},
-      m_sliderMinimumWidth(otherScreen.sliderMinimumWidth),
-      m_clockButtonWidth(otherScreen.clockButtonWidth)
+GeneralSettings::GeneralSettings(QWidget* parent) : QTableView(parent), m_record{}
 {
     QObject* const watched[] = {&m_darkenButton,    &m_brightenButton,    &m_clockButton,
                                 &m_brightnessEdit,  &m_buzzerSwitch,      &m_backlightEdit,
@@ -81,7 +76,7 @@ GeneralSettings::GeneralSettings(QWidget* parent)
 
 void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettings* settings)
 {
-    takeScreenSizes();
+    m_sizes = forScreen(screens, deviceScreenWidth());
     m_fontId = fontId;
     m_record = record;
     m_settings = settings;
@@ -102,17 +97,6 @@ void GeneralSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettin
     m_grid.setContentsMargins(50, 0, 30, 0);
     setLayout(&m_grid);
     connectSlots();
-}
-
-void GeneralSettings::takeScreenSizes()
-{
-    const int width = deviceScreenWidth();
-    const auto* known =
-        std::find_if(std::begin(knownScreens), std::end(knownScreens),
-                     [width](const ScreenSizes& sizes) { return sizes.screenWidth == width; });
-    const ScreenSizes& sizes = known == std::end(knownScreens) ? otherScreen : *known;
-    m_sliderMinimumWidth = sizes.sliderMinimumWidth;
-    m_clockButtonWidth = sizes.clockButtonWidth;
 }
 
 void GeneralSettings::styleSeparators()
@@ -181,7 +165,7 @@ void GeneralSettings::setBrightnessSlider()
     // The value first: a level outside the range then ends at the nearer end of the slider.
     m_brightnessSlider.setValue(m_brightness);
     m_brightnessSlider.setRange(Brightness::lowestLevel, Brightness::highestLevel);
-    m_brightnessSlider.setMinimumSize(m_sliderMinimumWidth, 32);
+    m_brightnessSlider.setMinimumSize(m_sizes.sliderMinimumWidth, 32);
     m_brightnessSlider.setTracking(false);
     m_brightnessSlider.setPageStep(0);
     m_brightnessSlider.setStyleSheet(sliderStyle);
@@ -193,7 +177,7 @@ void GeneralSettings::setClockRow(const QFont& font)
     m_clockText.setFont(font);
     m_clockButton.setFont(font);
     m_clockButton.setStyleSheet(clockButtonStyle);
-    m_clockButton.setFixedSize(m_clockButtonWidth, 40);
+    m_clockButton.setFixedSize(m_sizes.clockButtonWidth, 40);
     m_grid.addWidget(&m_clockText, 2, 2, 1, 3, Qt::AlignHCenter);
     m_grid.addWidget(&m_clockButton, 2, 5, Qt::AlignLeft);
     m_grid.addWidget(&m_separators[1], 3, 0, 1, 7);

@@ -17,6 +17,14 @@
 #include <QTimer>
 #include <QTranslator>
 
+/// The sizes of the General page on one screen, in pixels.
+struct GeneralSizes
+{
+    int screenWidth = 0;
+    int sliderMinimumWidth = 0;
+    int clockButtonWidth = 0;
+};
+
 /// The General page of the settings window: brightness, clock and key click. The rows for automatic
 /// backlight-off and the initial window are built and translated, but have no place on the page.
 ///
@@ -94,7 +102,6 @@ public slots:
     void onChangeLanguage(Settings::Language language);
 
 private:
-    void takeScreenSizes();
     void styleSeparators();
     void setBrightnessRow(const QFont& font);
     void setBrightnessSlider();
@@ -153,6 +160,5 @@ private:
     QPointer<QSettings> m_settings;
     QTimer m_spareTimer; ///< Never started.
     EEInfoDetail::Flash_WR_1 m_record;
-    int m_sliderMinimumWidth; ///< Pixels.
-    int m_clockButtonWidth;   ///< Pixels.
+    GeneralSizes m_sizes;
 };

@@ -23,8 +23,6 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 
-#include <algorithm>
-
 namespace {
 
 constexpr int pointSize = 13;
@@ -38,21 +36,16 @@ constexpr QLatin1String tabStyle =
     "QTabBar::tab:selected{background:rgb(246, 246, 246);}"
     "QTabWidget::pane{background:rgb(246, 246, 246);border:0px;}"_l1;
 
-constexpr NetworkSizes knownScreens[] = {
-    {800, 40, 300, 25, 25, 26, 0},
-    {1024, 50, 400, 42, 45, 38, 2},
-    {1280, 50, 400, 42, 45, 38, 2},
-    {1920, 70, 500, 60, 45, 56, 2},
+// clang-format off
+constexpr NetworkSizes screens[] = {
+    // screen, button height, default button, combo box, tab, field, row gap
+    {    800,             40,            300,        25,  25,    26,       0},
+    {   1024,             50,            400,        42,  45,    38,       2},
+    {   1280,             50,            400,        42,  45,    38,       2},
+    {   1920,             70,            500,        60,  45,    56,       2},
+    {      0,             50,            300,        30,  45,    30,       2}, // any other
 };
-constexpr NetworkSizes otherScreen = {0, 50, 300, 30, 45, 30, 2};
-
-const NetworkSizes& sizesOfScreen(int width)
-{
-    const auto* known =
-        std::find_if(std::begin(knownScreens), std::end(knownScreens),
-                     [width](const NetworkSizes& sizes) { return sizes.screenWidth == width; });
-    return known == std::end(knownScreens) ? otherScreen : *known;
-}
+// clang-format on
 
 } // namespace
 
@@ -106,7 +99,7 @@ int NetworkSettings::supportEth2() const
 
 void NetworkSettings::buildTabs()
 {
-    const NetworkSizes& sizes = sizesOfScreen(deviceScreenWidth());
+    const NetworkSizes& sizes = forScreen(screens, deviceScreenWidth());
     const QFont font = PanelFont::font(m_fontId, pointSize, QFont::Normal);
     m_adapterCount = supportEth2() + 1;
     m_tabs.clear();

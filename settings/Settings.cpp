@@ -4,6 +4,7 @@
 #include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
+#include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
 #include "device/ProcessTable.h"
 #include "dialogs/DialogStyle.h"
@@ -31,6 +32,20 @@ constexpr int captionPointSize = 9;
 constexpr int statusPointSize = 10;
 
 constexpr QSize languageButtonSize(80, 40);
+
+/// The sizes of the window on one screen, in pixels.
+struct WindowSizes
+{
+    int screenWidth;
+    int barButtonHeight; ///< 0 leaves it to the layout.
+};
+// clang-format off
+constexpr WindowSizes screens[] = {
+    // screen, bar button height
+    {   1920,                90},
+    {      0,                 0}, // any other
+};
+// clang-format on
 
 enum Page { GeneralPage = 0, NetworkPage = 1 };
 enum BarButton { GeneralButton = 0, NetworkButton = 1, RestartButton = 2 };
@@ -404,8 +419,9 @@ void Settings::setButton(QPushButton* button, int index, QString imagePath, QStr
     column->addWidget(&caption, 1, Qt::AlignCenter);
     column->setContentsMargins(0, 10, 0, 10);
 
-    if (m_screenWidth == 1920) {
-        button->setFixedHeight(90);
+    const int height = forScreen(screens, m_screenWidth).barButtonHeight;
+    if (height > 0) {
+        button->setFixedHeight(height);
     }
     const QFont font = PanelFont::font(m_fontId, captionPointSize, QFont::Bold);
     button->setFont(font);
