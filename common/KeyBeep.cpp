@@ -1,5 +1,6 @@
 #include "common/KeyBeep.h"
 
+#include "common/Latin1.h"
 #include "device/EEInfoHandle.h"
 
 #include <QSettings>
@@ -18,19 +19,18 @@ namespace KeyBeep {
 
 bool isOn(const QSettings* settings)
 {
-    return buzzerText(settings) == QLatin1String("on");
+    return buzzerText(settings) == "on"_l1;
 }
 
 bool isOff(const QSettings* settings)
 {
-    return buzzerText(settings) == QLatin1String("off");
+    return buzzerText(settings) == "off"_l1;
 }
 
 void store(QSettings* settings, bool on)
 {
     if (settings) {
-        settings->setValue(QLatin1String(settingsKey),
-                           on ? QLatin1String("on") : QLatin1String("off"));
+        settings->setValue(QLatin1String(settingsKey), on ? "on"_l1 : "off"_l1);
     }
 }
 

@@ -125,9 +125,9 @@ void InputDialog::setKeys(const QFont& font)
         (ui->*digitKeys[size_t(digit)])->setText(QString::number(digit));
     }
     ui->pushButtonClear->setText(tr("CLR"));
-    ui->pushButtonBackspace->setText(QLatin1String("<-"));
-    ui->pushButtonNegative->setText(QLatin1String("-"));
-    ui->pushButtonDot->setText(QLatin1String("."));
+    ui->pushButtonBackspace->setText("<-"_l1);
+    ui->pushButtonNegative->setText("-"_l1);
+    ui->pushButtonDot->setText("."_l1);
     ui->pushButtonEnter->setText(tr("ENTER"));
     for (QPushButton* key : ui->numberFrame->findChildren<QPushButton*>()) {
         key->setFont(font);

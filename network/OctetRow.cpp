@@ -28,14 +28,14 @@ QLineEdit* makeField(QWidget* parent)
 
 OctetRow::OctetRow(QWidget* parent) : QFrame(parent)
 {
-    setObjectName(QLatin1String("octets"));
+    setObjectName("octets"_l1);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(2, 2, 2, 2);
     layout->setSpacing(0);
     for (QLineEdit*& field : m_fields) {
         if (layout->count() > 0) {
-            layout->addWidget(new QLabel(QLatin1String("."), this));
+            layout->addWidget(new QLabel("."_l1, this));
         }
         field = makeField(this);
         layout->addWidget(field, 1);

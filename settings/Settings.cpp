@@ -106,8 +106,8 @@ int primaryScreenWidth()
 Settings::Settings(QWidget* parent)
     : QDialog(parent),
       ui(new Ui_Settings),
-      m_fontPath(QLatin1String("/hmi/default.ttf")),
-      m_settings(QLatin1String("/hmi/Config/system_settings.ini"), QSettings::IniFormat),
+      m_fontPath("/hmi/default.ttf"_l1),
+      m_settings("/hmi/Config/system_settings.ini"_l1, QSettings::IniFormat),
       m_wr1{},
       m_wr2{},
       m_rOnly{}
@@ -294,7 +294,7 @@ void Settings::setTitleBar()
     ui->titleText->setFont(PanelFont::font(m_fontId, titlePointSize, QFont::Normal));
     ui->titleText->setFixedHeight(80);
     ui->titleText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    ui->titleText->setObjectName(QLatin1String("titleobject"));
+    ui->titleText->setObjectName("titleobject"_l1);
     setTitleBarButtons();
     ui->horizontalLayout->setAlignment(Qt::AlignCenter);
     ui->label->setPixmap(QPixmap(settingWhitePicture));
@@ -354,7 +354,7 @@ void Settings::setLanguageFaces()
 
 void Settings::setSettingsFrame()
 {
-    ui->settingsFrame->setObjectName(QLatin1String("settingsFrame"));
+    ui->settingsFrame->setObjectName("settingsFrame"_l1);
     // From the outside in, and before the pages fill: a sheet that is set later, and a page with a
     // sheet that moves, make Qt style everything below it again.
     ui->settingsFrame->setStyleSheet(frameStyle);
@@ -389,7 +389,7 @@ void Settings::setButtonBar()
     m_buttons.clear();
     m_buttons << ui->generalPushButton << ui->networkPushButton << ui->restartPushButton;
 
-    ui->buttonBarFrame->setObjectName(QLatin1String("buttonBarFrame"));
+    ui->buttonBarFrame->setObjectName("buttonBarFrame"_l1);
     ui->buttonBarFrame->setStyleSheet(buttonBarStyle);
 
     for (QPushButton* button :
@@ -438,7 +438,7 @@ void Settings::setStatusBar()
     ui->udisk1Image->setPixmap(QPixmap(udiskPicture));
     ui->udisk2Image->setPixmap(QPixmap(udiskPicture));
     ui->SDImage->setPixmap(QPixmap(sdPicture));
-    ui->statusBarFrame->setObjectName(QLatin1String("statusBarFrame"));
+    ui->statusBarFrame->setObjectName("statusBarFrame"_l1);
     ui->statusBarFrame->setStyleSheet(statusBarStyle);
 
     const QFont font = PanelFont::font(m_fontId, statusPointSize, QFont::Bold);
