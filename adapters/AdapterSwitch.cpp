@@ -1,6 +1,7 @@
 #include "adapters/AdapterSwitch.h"
 
 #include "adapters/AdapterTable.h"
+#include "fileio/StandardDescriptors.h"
 
 #include <QSettings>
 #include <QString>
@@ -28,6 +29,7 @@ void store(QSettings* settings, int adapter, bool on)
         return;
     }
     if (settings) {
+        const StandardDescriptors standard;
         settings->setValue(keyOf(adapter), on);
         settings->sync();
     }

@@ -2,6 +2,7 @@
 
 #include "adapters/AdapterTable.h"
 #include "device/ShellLine.h"
+#include "fileio/StandardDescriptors.h"
 
 #include <QFile>
 
@@ -35,6 +36,7 @@ void stop(int adapter)
     if (!isAdapter(adapter)) {
         return;
     }
+    const StandardDescriptors standard;
     QFile file(QString::fromLatin1(adapterTable.at(std::size_t(adapter)).pidFile));
     if (!file.exists() || !file.open(QIODevice::ReadOnly)) {
         return;

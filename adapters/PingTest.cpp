@@ -1,6 +1,7 @@
 #include "adapters/PingTest.h"
 
 #include "device/ShellLine.h"
+#include "fileio/StandardDescriptors.h"
 
 #include <QFile>
 
@@ -15,6 +16,7 @@ void start()
 
 bool replyArrived()
 {
+    const StandardDescriptors standard;
     QFile file(QLatin1String("ping.txt"));
     return file.open(QIODevice::ReadOnly) && hasReply(file.readAll());
 }

@@ -38,12 +38,29 @@ bool saysNotStarted(int status)
     return false;
 }
 
-/// Whether a command is a file that may be run. Only a path can be looked at.
-bool mayBeRun(const char* command)
+/// The command's first word.
+std::string toolOf(const char* command)
 {
-    std::string path(command);
-    path.resize(std::min(path.find(' '), path.size()));
-    return path.find('/') == 0 && access(path.c_str(), X_OK) == 0;
+    std::string tool(command);
+    tool.resize(std::min(tool.find(' '), tool.size()));
+    return tool;
+}
+
+/// Whether there is a file that may be run.
+bool mayBeRun(const std::string& path)
+{
+    // With a slash at its end a path names folders only, which are no tools.
+    return access(path.c_str(), X_OK) == 0 && access((path + '/').c_str(), F_OK) != 0;
+}
+
+/// Whether the tool could not be started, of which its shell ended with @p status, -1 when nobody
+/// saw it. A tool that is there has been started, and may end with the shell's numbers itself; but
+/// only a path can be looked at.
+bool wasNotStarted(const char* command, int status)
+{
+    const std::string tool = toolOf(command);
+    const bool isPath = tool.find('/') == 0;
+    return (saysNotStarted(status) || (status == -1 && isPath)) && !(isPath && mayBeRun(tool));
 }
 
 } // namespace
@@ -57,10 +74,7 @@ int PlateformInterface::readcmd(const char* command, char* buf, int n)
     }
     const std::size_t count = tool.read(buf, sizeOf(n));
     const int status = tool.close();
-    // Nothing came, and nobody knows how the tool ended: it may never have been there. An image
-    // that was not delivered must not be written back.
-    const bool isUnknown = status == -1;
-    return count == 0 && (isUnknown || saysNotStarted(status)) ? startFailed() : 0;
+    return count == 0 && wasNotStarted(command, status) ? startFailed() : 0;
 }
 
 int PlateformInterface::writecmd(const char* command, char* buf, int n)
@@ -70,6 +84,5 @@ int PlateformInterface::writecmd(const char* command, char* buf, int n)
         return startFailed();
     }
     tool.write(buf, sizeOf(n));
-    // A tool that is there has been started, and may end with the shell's numbers itself.
-    return saysNotStarted(tool.close()) && !mayBeRun(command) ? startFailed() : 0;
+    return wasNotStarted(command, tool.close()) ? startFailed() : 0;
 }

@@ -2,6 +2,7 @@
 
 #include "device/ResolverText.h"
 #include "device/ShellLine.h"
+#include "fileio/StandardDescriptors.h"
 
 #include <QFile>
 
@@ -30,6 +31,7 @@ void backUp()
 
 bool server(int adapter, int index, QString& address)
 {
+    const StandardDescriptors standard;
     QFile file(QString::fromLatin1(path));
     const bool exists = file.exists();
     if (exists && !file.open(QIODevice::ReadOnly | QIODevice::Text)) {
@@ -50,6 +52,7 @@ QString server(QFile& open, int adapter, int index)
 
 bool load(QFile& file, QByteArray& text)
 {
+    const StandardDescriptors standard;
     if (!file.open(QIODevice::ReadWrite | QIODevice::Text)) {
         return false;
     }
@@ -62,6 +65,7 @@ bool load(QFile& file, QByteArray& text)
 
 bool store(QFile& file, const QByteArray& text)
 {
+    const StandardDescriptors standard;
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
         return false;
     }

@@ -33,14 +33,14 @@ namespace ResolverText {
 
 bool hasServer(const QByteArray& text, int adapter, int index)
 {
-    return index < placesOf(text.split(lineEnd), adapter).size();
+    return index >= 0 && index < placesOf(text.split(lineEnd), adapter).size();
 }
 
 QString server(const QByteArray& text, int adapter, int index)
 {
     const QList<QByteArray> lines = text.split(lineEnd);
     const QList<int> places = placesOf(lines, adapter);
-    if (index >= places.size()) {
+    if (index < 0 || index >= places.size()) {
         return {};
     }
     const QByteArray word = lines.at(places.at(index)).split(' ').value(1);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -13,25 +14,36 @@ bool isClosed(int descriptor)
     return fcntl(descriptor, F_GETFD) == -1 && errno == EBADF;
 }
 
-/// Whether @p number leads to /dev/null now. Another thread may have been faster.
-bool lend(int number)
+} // namespace
+
+StandardDescriptors::Lent StandardDescriptors::lend(int number)
 {
     // Without O_CLOEXEC: the commands are to have it as well.
     const int opened = Uninterrupted::call([] { return ::open("/dev/null", O_RDWR); });
-    if (opened >= 0 && opened != number) {
+    struct stat info = {};
+    if (opened == number && fstat(opened, &info) == 0) {
+        return {true, info.st_dev, info.st_ino};
+    }
+    if (opened >= 0) { // another thread was faster
         ::close(opened);
     }
-    return opened == number;
+    return {};
 }
 
-} // namespace
+bool StandardDescriptors::stillLeadsTo(const Lent& lent, int number)
+{
+    struct stat info = {};
+    return fstat(number, &info) == 0 && info.st_dev == lent.device && info.st_ino == lent.inode;
+}
 
 StandardDescriptors::StandardDescriptors()
 {
     const int savedErrno = errno;
     for (std::size_t number = 0; number < m_lent.size(); ++number) {
         const int descriptor = static_cast<int>(number);
-        m_lent[number] = isClosed(descriptor) && lend(descriptor);
+        if (isClosed(descriptor)) {
+            m_lent[number] = lend(descriptor);
+        }
     }
     errno = savedErrno;
 }
@@ -40,8 +52,9 @@ StandardDescriptors::~StandardDescriptors()
 {
     const int savedErrno = errno;
     for (std::size_t number = 0; number < m_lent.size(); ++number) {
-        if (m_lent[number]) {
-            ::close(static_cast<int>(number));
+        const int descriptor = static_cast<int>(number);
+        if (m_lent[number].isLent && stillLeadsTo(m_lent[number], descriptor)) {
+            ::close(descriptor);
         }
     }
     errno = savedErrno;

@@ -107,7 +107,6 @@ Settings::Settings(QWidget* parent)
     : QDialog(parent),
       ui(new Ui_Settings),
       m_fontPath("/hmi/default.ttf"_l1),
-      m_settings("/hmi/Config/system_settings.ini"_l1, QSettings::IniFormat),
       m_wr1{},
       m_wr2{},
       m_rOnly{}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/SettingsFile.h"
 #include "device/EEInfoDetail.h"
 #include "device/LanguageTable.h"
 
@@ -7,7 +8,6 @@
 #include <QLabel>
 #include <QList>
 #include <QPushButton>
-#include <QSettings>
 #include <QString>
 #include <QTimer>
 #include <QTranslator>
@@ -121,7 +121,7 @@ private:
     std::array<QPushButton, Languages::all.size()> m_languageButtons; ///< As in the table.
     QPushButton m_closeButton;
     QVBoxLayout m_spareLayouts[3]; ///< Not used; nothing is known of their purpose.
-    QSettings m_settings;
+    SettingsFile m_settings;
     int m_pageIndex = 0;
     EEInfoDetail::Flash_WR_1 m_wr1;
     EEInfoDetail::Flash_WR_2 m_wr2;

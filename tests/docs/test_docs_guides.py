@@ -11,6 +11,8 @@ from documents import ROOT, anchors, links, pictures, prose
 GUIDES = {"en": ROOT / "docs" / "operator-guide.md", "zh": ROOT / "docs" / "operator-guide.zh.md"}
 TRANSLATIONS = {"en": "Translate_EN.ts", "zh": "Translate_CN.ts"}
 WINDOWS = ("settings", "general", "network", "dialogs")
+# The table of languages has the texts of their buttons.
+ROOMS = (*WINDOWS, "device")
 
 # Texts of widgets that are never shown, of errors that cannot happen, of titles of windows that
 # have no title bar; places that the code fills; what stands between two numbers.
@@ -28,13 +30,15 @@ def translations(language):
 
 
 def translatable():
-    """Every text that the windows have translated: tr() in the code, <string> in the forms."""
+    """Every text that the windows have translated: tr() in the code, QT_TRANSLATE_NOOP() in its
+    tables, <string> in the forms."""
     texts = set()
-    for window in WINDOWS:
-        for path in (ROOT / window).iterdir():
+    for room in ROOMS:
+        for path in (ROOT / room).iterdir():
             text = path.read_text(encoding="utf-8")
-            if path.suffix == ".cpp":
+            if path.suffix in (".cpp", ".h"):
                 texts |= set(re.findall(r'\btr\("([^"]*)"\)', text))
+                texts |= set(re.findall(r'\bQT_TRANSLATE_NOOP\("\w+", "([^"]*)"\)', text))
             elif path.suffix == ".ui":
                 texts |= {html.unescape(found) for found in re.findall(r"<string>([^<]+)<", text)}
     return texts
@@ -43,7 +47,7 @@ def translatable():
 def fixed_texts():
     """What is written on keys without translation: the keypad's signs and the keys of boxes."""
     keypad = (ROOT / "dialogs" / "InputDialog.cpp").read_text(encoding="utf-8")
-    texts = set(re.findall(r'->setText\(QLatin1String\("([^"]*)"\)\)', keypad))
+    texts = set(re.findall(r'->setText\("([^"]*)"_l1\)', keypad))
     for window in WINDOWS:
         for path in (ROOT / window).glob("*.cpp"):
             texts |= set(re.findall(r"QMessageBox::(Ok|Yes)\b", path.read_text(encoding="utf-8")))

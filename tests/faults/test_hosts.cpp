@@ -1,10 +1,18 @@
+#include "adapters/AdapterSwitch.h"
+#include "adapters/AdapterTable.h"
+#include "adapters/DhcpClient.h"
+#include "adapters/PingTest.h"
+#include "common/KeyBeep.h"
+#include "common/SettingsFile.h"
 #include "device/BootLogo.h"
 #include "device/EEInfoHandle.h"
 #include "device/PlateformInterface.h"
 #include "device/ProcessTable.h"
+#include "device/ResolverFile.h"
 #include "fileio/DFifo.h"
 #include "fileio/DFileStdio.h"
 #include "fileio/DFileSystem.h"
+#include "fileio/StandardDescriptors.h"
 #include "regstore/RegisterArea.h"
 #include "tests/faults/OperationRun.h"
 #include "tests/support/OtherProcess.h"
@@ -18,11 +26,13 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <unistd.h>
 #include <vector>
@@ -201,6 +211,15 @@ int resultIn(const Host& host, const Operation& operation)
                                                                        : last->result;
 }
 
+/// Whether an operation runs a tool, all of which take a while.
+bool isSlow(const Operation& operation)
+{
+    const QByteArray name(operation.name);
+    return name.startsWith("EEInfoHandle::read_flash") ||
+           name.startsWith("EEInfoHandle::write_flash") || name.startsWith("PlateformInterface") ||
+           name == "deviceScreenWidth" || name == "detectProcess";
+}
+
 Run runIn(const Host& host, const Operation& operation)
 {
     std::unique_ptr<Storm> storm;
@@ -285,6 +304,94 @@ bool anyStandardIsOpen(const QList<int>& numbers)
                        [](int number) { return fcntl(number, F_GETFD) != -1; });
 }
 
+// The look into the middle: what Qt opens comes by here.
+
+struct Opened
+{
+    QByteArray path;
+    int number;
+};
+
+bool watchesOpening = false;
+QList<Opened> opened;
+
+/// A use of a file that is opened by Qt.
+struct FileUse
+{
+    const char* name;
+    const char* file;
+    void (*use)(SettingsFile& settings);
+};
+
+constexpr const char* settingsPath = "/hmi/Config/system_settings.ini";
+
+void readServer(SettingsFile& /*settings*/)
+{
+    QString address;
+    ResolverFile::server(0, 0, address);
+}
+
+void loadServers(SettingsFile& /*settings*/)
+{
+    QFile file(QString::fromLatin1(ResolverFile::path));
+    QByteArray text;
+    ResolverFile::load(file, text);
+}
+
+void storeServers(SettingsFile& /*settings*/)
+{
+    QFile file(QString::fromLatin1(ResolverFile::path));
+    ResolverFile::store(file, "text");
+}
+
+void stopClient(SettingsFile& /*settings*/)
+{
+    DhcpClient::stop(0);
+}
+
+void lookForReply(SettingsFile& /*settings*/)
+{
+    PingTest::replyArrived();
+}
+
+void makeSettings(SettingsFile& /*settings*/)
+{
+    {
+        const StandardDescriptors standard; // Qt reads a file again only when it has changed
+        PanelWorld::writeFile(QLatin1String(settingsPath), "[General]\nbuzzer=off\n");
+    }
+    const SettingsFile another;
+}
+
+void changeSettings(SettingsFile& settings)
+{
+    KeyBeep::store(&settings, true);
+    QCoreApplication::sendPostedEvents();
+}
+
+void leaveSettingsChanged(SettingsFile& /*settings*/)
+{
+    SettingsFile another;
+    KeyBeep::store(&another, false);
+}
+
+void switchAdapter(SettingsFile& settings)
+{
+    AdapterSwitch::store(&settings, 0, false);
+}
+
+const std::array<FileUse, 9> fileUses = {{
+    {"a server is read", ResolverFile::path, readServer},
+    {"all servers are read", ResolverFile::path, loadServers},
+    {"servers are written", ResolverFile::path, storeServers},
+    {"a client is stopped", adapterTable[0].pidFile, stopClient},
+    {"a reply is looked for", "ping.txt", lookForReply},
+    {"settings are made", settingsPath, makeSettings},
+    {"a setting is changed", settingsPath, changeSettings},
+    {"settings go with a change", settingsPath, leaveSettingsChanged},
+    {"an adapter is switched", settingsPath, switchAdapter},
+}};
+
 const QByteArray& someImage()
 {
     static const QByteArray image = manyDifferentBytes(1024);
@@ -292,6 +399,19 @@ const QByteArray& someImage()
 }
 
 } // namespace
+
+extern "C" int open64(const char* path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
+    va_end(more);
+    const int number = int(syscall(SYS_openat, AT_FDCWD, path, flags | O_LARGEFILE, mode));
+    if (watchesOpening) {
+        opened.append({path, number});
+    }
+    return number;
+}
 
 /// The operations of the rooms in hosts that make it hard for them: signals at any time, children
 /// that are not left to those who started them, closed standard descriptors, locks of their own.
@@ -311,11 +431,16 @@ private slots:
     void pipes_slowOnes_loseNoByte();
     void missingTool_whoseEndNobodySaw_writesNothing_data();
     void missingTool_whoseEndNobodySaw_writesNothing();
+    void missingTool_whoseEndNobodySaw_takesNothing_data();
+    void missingTool_whoseEndNobodySaw_takesNothing();
     void ignoredChildren_otherOnes_areNotWaitedFor();
     void dispositions_stayTheHosts();
     void closedDescriptors_comeToTheSame_data();
     void closedDescriptors_comeToTheSame();
     void closedDescriptors_areNotTakenByFiles();
+    void closedDescriptors_areNotTakenByQt_data();
+    void closedDescriptors_areNotTakenByQt();
+    void closedDescriptors_thatTheHostOpens_stayOpen();
     void closedDescriptors_leadToolsNowhere();
     void locksOfTheHost_doNotKeepItOut_andAreLost();
 };
@@ -349,6 +474,7 @@ void TestHosts::operation_inAnyHost_comesToTheSame()
     QCOMPARE(undisturbed.result, disturbed.result);
     for (const Host& host : hosts) {
         const Run run = runIn(host, disturbed);
+        QVERIFY2(signalsSeen > 0 || !isSlow(disturbed) || !knowsItsChildren(host), host.name);
         QVERIFY2(run.result == resultIn(host, disturbed) || disturbed.look, host.name);
         QVERIFY2(!disturbed.look || run.result == undisturbed.result, host.name);
         QVERIFY2(run.ownAfter == undisturbed.ownAfter, host.name);
@@ -530,15 +656,18 @@ void TestHosts::pipes_slowOnes_loseNoByte()
     }
     QByteArray bytes = slow.weWrite ? expected : QByteArray(manyBytes, '?');
     int moved = 0;
+    int seen = 0;
     {
         const Storm storm(hosts.at(std::size_t(host)));
         moved = slow.transfer(bytes);
+        seen = signalsSeen;
     }
     char result = 1;
     (void)!::read(ends[0], &result, 1);
     waitpid(other, nullptr, 0);
     ::close(ends[0]);
     ::close(ends[1]);
+    QVERIFY(seen > 0 || !knowsItsChildren(hosts.at(std::size_t(host))));
     QCOMPARE(moved, manyBytes);
     QVERIFY(bytes == expected);
     QCOMPARE(int(result), 0);
@@ -567,6 +696,36 @@ void TestHosts::missingTool_whoseEndNobodySaw_writesNothing()
     PanelWorld::replaceTool(QStringLiteral("readee"), content);
     QCOMPARE(result, -1);
     QCOMPARE(PanelWorld::image(), someImage());
+}
+
+void TestHosts::missingTool_whoseEndNobodySaw_takesNothing_data()
+{
+    QTest::addColumn<int>("host");
+    QTest::addColumn<bool>("isThere");
+    for (const bool isThere : {false, true}) {
+        QTest::addRow("ignored, there: %d", int(isThere)) << 6 << isThere;
+        QTest::addRow("taken, there: %d", int(isThere)) << 5 << isThere;
+    }
+}
+
+void TestHosts::missingTool_whoseEndNobodySaw_takesNothing()
+{
+    QFETCH(int, host);
+    QFETCH(bool, isThere);
+    // It prints and takes nothing, and ends as the shell does when there is no such tool.
+    PanelWorld::replaceTool(QStringLiteral("newtool"),
+                            isThere ? QByteArray("exit 127") : QByteArray());
+    char byte = 'x';
+    int read = 1;
+    int written = 1;
+    {
+        const Storm storm(hosts.at(std::size_t(host)));
+        read = PlateformInterface().readcmd("/root/plat-intf/newtool", &byte, 1);
+        written = PlateformInterface().writecmd("/root/plat-intf/newtool count=16", &byte, 1);
+    }
+    PanelWorld::replaceTool(QStringLiteral("newtool"), QByteArray());
+    QCOMPARE(read, isThere ? 0 : -1);
+    QCOMPARE(written, isThere ? 0 : -1);
 }
 
 void TestHosts::ignoredChildren_otherOnes_areNotWaitedFor()
@@ -669,6 +828,54 @@ void TestHosts::closedDescriptors_areNotTakenByFiles()
         result = file.ioDev() && stream.ioDev() ? 1 : 0;
     }
     QVERIFY(!taken);
+    QCOMPARE(result, 1);
+}
+
+void TestHosts::closedDescriptors_areNotTakenByQt_data()
+{
+    QTest::addColumn<int>("use");
+    for (std::size_t at = 0; at < fileUses.size(); ++at) {
+        QTest::newRow(fileUses[at].name) << int(at);
+    }
+}
+
+void TestHosts::closedDescriptors_areNotTakenByQt()
+{
+    QFETCH(int, use);
+    const FileUse& tried = fileUses.at(std::size_t(use));
+    QDir::setCurrent(QStringLiteral("/tmp"));
+    PanelWorld::writeFile(QLatin1String(tried.file),
+                          "[General]\nnothing=" + QByteArray(tried.name));
+    SettingsFile settings; // for those who use it
+    opened.clear();
+    {
+        const ClosedDescriptors closed({0, 1, 2});
+        watchesOpening = true;
+        tried.use(settings);
+        watchesOpening = false;
+    }
+    int count = 0;
+    for (const Opened& one : qAsConst(opened)) {
+        count += one.path.startsWith(tried.file) ? 1 : 0;
+        const bool isStandard = one.number >= 0 && one.number <= STDERR_FILENO;
+        QVERIFY2(!isStandard || one.path == "/dev/null", one.path.constData());
+    }
+    QVERIFY(count > 0);
+}
+
+void TestHosts::closedDescriptors_thatTheHostOpens_stayOpen()
+{
+    PanelWorld::writeFile(QLatin1String(plainFile), "content");
+    const int result = inOtherProcess([] {
+        ::close(1);
+        {
+            const StandardDescriptors standard;
+            const int file = ::open(plainFile, O_RDONLY);
+            dup2(file, 1);
+        }
+        char byte = 0;
+        return ::read(1, &byte, 1) == 1 && byte == 'c' ? 1 : 0;
+    });
     QCOMPARE(result, 1);
 }
 
