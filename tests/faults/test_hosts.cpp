@@ -78,6 +78,28 @@ void runAProcess(int /*number*/)
     errno = savedErrno;
 }
 
+// A timer asks for its next signal when the handler is through with the last one: on a slow machine
+// a handler may take longer than the time between two, and nothing else would ever run.
+
+constexpr suseconds_t usBetweenSignals = 1000;
+
+void setTimer(suseconds_t microseconds)
+{
+    const itimerval timer = {{0, 0}, {0, microseconds}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+void (*handlerOfTheTimer)(int) = nullptr;
+volatile sig_atomic_t timerGoesOn = 0;
+
+void callAndGoOn(int number)
+{
+    handlerOfTheTimer(number);
+    if (timerGoesOn) {
+        setTimer(usBetweenSignals);
+    }
+}
+
 /// A host and what comes at its process while an operation runs.
 struct Host
 {
@@ -87,7 +109,7 @@ struct Host
     int flags;
 };
 
-// A timer of 1 kHz, or children that end all the time.
+// A timer that lets a millisecond pass, or children that end all the time.
 const std::array<Host, 7> hosts = {{
     {"a timer", countSignal, SIGALRM, 0},
     {"a timer, SA_RESTART", countSignal, SIGALRM, SA_RESTART},
@@ -121,17 +143,21 @@ public:
     {
         signalsSeen = 0;
         struct sigaction action = {};
-        action.sa_handler = host.handler;
+        const bool isTimer = host.signal == SIGALRM;
+        action.sa_handler = isTimer ? callAndGoOn : host.handler;
         action.sa_flags = host.flags;
+        handlerOfTheTimer = host.handler;
+        timerGoesOn = isTimer;
         sigaction(host.signal, &action, &m_previous);
-        if (host.signal == SIGALRM) {
-            setTimer(1000);
+        if (isTimer) {
+            setTimer(usBetweenSignals);
         } else {
             startChildren();
         }
     }
     ~Storm()
     {
+        timerGoesOn = 0;
         setTimer(0);
         endChildren();
         sigaction(m_host.signal, &m_previous, nullptr);
@@ -139,11 +165,6 @@ public:
     Q_DISABLE_COPY_MOVE(Storm)
 
 private:
-    static void setTimer(suseconds_t microseconds)
-    {
-        const itimerval timer = {{0, microseconds}, {0, microseconds}};
-        setitimer(ITIMER_REAL, &timer, nullptr);
-    }
     void startChildren()
     {
         constexpr int count = 20;
@@ -564,7 +585,7 @@ void TestHosts::tools_slowOnes_loseNoByte()
     const Host& disturbing = hosts.at(std::size_t(host));
     const Storm storm(disturbing);
     QVERIFY(slowTools.at(std::size_t(tool)).isWhole());
-    QVERIFY(signalsSeen > 1 || disturbing.handler == SIG_IGN);
+    QVERIFY(signalsSeen > 0 || disturbing.handler == SIG_IGN);
 }
 
 namespace {
