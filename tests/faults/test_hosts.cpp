@@ -585,7 +585,9 @@ void TestHosts::tools_slowOnes_loseNoByte()
     const Host& disturbing = hosts.at(std::size_t(host));
     const Storm storm(disturbing);
     QVERIFY(slowTools.at(std::size_t(tool)).isWhole());
-    QVERIFY(signalsSeen > 0 || disturbing.handler == SIG_IGN);
+    // A handler that runs processes may take as long as the tool does: one signal is certain.
+    const int fewest = disturbing.handler == runAProcess ? 1 : 2;
+    QVERIFY(signalsSeen >= fewest || disturbing.handler == SIG_IGN);
 }
 
 namespace {
