@@ -21,8 +21,16 @@ panel_clean() {
     [ -n "$state" ] || fail "--state needs a folder"
     [ "$device" = no ] || remove_device "$state"
     tell_packages
-    rm -rf "$root/build" "$root/shots" || fail "not everything could be removed; see above"
+    remove_built || fail "not everything could be removed; see above"
     say "removed what was built"
+}
+
+# remove_built: but for the list of packages, which the next call tells again.
+remove_built() {
+    rm -rf "$root/shots" || return 1
+    [ -d "$root/build" ] || return 0
+    find "$root/build" -mindepth 1 -maxdepth 1 ! -name "${installed_list##*/}" -exec rm -rf {} + || return 1
+    rmdir --ignore-fail-on-non-empty "$root/build"
 }
 
 # remove_device FOLDER: what a panel makes in it, and the folder when nothing else is there.
@@ -38,9 +46,13 @@ remove_device() {
     say "removed the device in $1"
 }
 
+# tell_packages: those that are still there; the list goes with the last of them.
 tell_packages() {
     [ -s "$installed_list" ] || return 0
-    local names
-    mapfile -t names < <(sort -u "$installed_list")
+    local name names=()
+    while read -r name; do
+        ! is_installed "$name" || names+=("$name")
+    done < <(sort -u "$installed_list")
+    [ ${#names[@]} -gt 0 ] || { rm -f "$installed_list"; return; }
     say "these packages were installed; to remove them, as root run: apt-get autoremove ${names[*]}"
 }
