@@ -74,10 +74,7 @@ int PlateformInterface::readcmd(const char* command, char* buf, int n)
     }
     const std::size_t count = tool.read(buf, sizeOf(n));
     const int status = tool.close();
-    // Nothing came, and the shell says that there is no tool, or nobody knows how it ended: it may
-    // never have been there. An image that was not delivered must not be written back.
-    const bool isUnknown = status == -1;
-    return count == 0 && (isUnknown || saysNotStarted(status)) ? startFailed() : 0;
+    return count == 0 && wasNotStarted(command, status) ? startFailed() : 0;
 }
 
 int PlateformInterface::writecmd(const char* command, char* buf, int n)

@@ -1,6 +1,7 @@
 #include "fuzz/FuzzSupport.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -10,6 +11,8 @@
 namespace {
 
 constexpr int bitsPerByte = 8;
+constexpr int shellNotFound = 127;
+constexpr const char* toolFolder = "/root/plat-intf/";
 
 struct StreamCloser
 {
@@ -118,6 +121,10 @@ void install(const Tool& tool)
     const int openPipes = state().openPipes;
     state() = State();
     state().tool = tool;
+    if (!tool.isThere) { // then the shell itself is what is met
+        state().tool.output.clear();
+        state().tool.exitCode = shellNotFound;
+    }
     state().openPipes = openPipes;
 }
 
@@ -160,9 +167,14 @@ int __wrap_pclose(std::FILE* pipe)
 {
     State& now = state();
     --now.openPipes;
-    now.input += fileno(pipe) == now.output ? std::string() : contentOf(fileno(pipe));
+    const bool takes = fileno(pipe) != now.output && now.tool.isThere;
+    now.input += takes ? contentOf(fileno(pipe)) : std::string();
     now.output = -1;
     std::fclose(pipe);
+    if (!now.tool.endIsSeen) {
+        errno = ECHILD;
+        return -1;
+    }
     return now.tool.exitCode << bitsPerByte; // as wait() tells it
 }
 
@@ -180,6 +192,18 @@ int __wrap_system(const char* command)
 {
     state().commands.emplace_back(command);
     return 0;
+}
+
+int __real_access(const char* path, int mode);
+
+/// A tool is a file, no folder, and may be run when it is there.
+int __wrap_access(const char* path, int mode)
+{
+    const std::string name(path);
+    if (name.find(toolFolder) != 0) {
+        return __real_access(path, mode);
+    }
+    return state().tool.isThere && name.back() != '/' ? 0 : -1;
 }
 
 /// The messages of calls that fail on purpose would hide the fuzzer's own.

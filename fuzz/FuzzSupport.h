@@ -37,8 +37,8 @@ void writeFile(const char* path, const std::string& content);
 /// The content of a file; empty when there is none.
 std::string readFile(const char* path);
 
-/// Stands in for every command of the product: in a fuzz target popen, pclose, read and system are
-/// the functions of this class, by the linker's --wrap, and start nothing.
+/// Stands in for every command of the product: in a fuzz target popen, pclose, read, system and
+/// access are its functions, by the linker's --wrap, and start nothing.
 namespace ToolStandIn {
 
 struct Tool
@@ -47,6 +47,8 @@ struct Tool
     std::size_t pieceBytes = 0; ///< How many bytes come at once; 0 for as many as are asked for.
     bool canBeRead = true;      ///< Whether popen for reading succeeds.
     bool canBeWritten = true;   ///< Whether popen for writing succeeds.
+    bool isThere = true;        ///< Whether its file is; a shell that finds none ends with 127.
+    bool endIsSeen = true;      ///< Whether anybody knows how it ended.
     int exitCode = 0;
 };
 

@@ -24,7 +24,15 @@ ToolStandIn::Tool toolFrom(const std::uint8_t* data, std::size_t size)
     tool.canBeRead = (behaviour & 1) == 0;
     tool.canBeWritten = (behaviour & 2) == 0;
     tool.exitCode = (behaviour & 4) == 0 ? 0 : shellNotFound;
+    tool.isThere = (behaviour & 8) == 0;
+    tool.endIsSeen = (behaviour & 16) == 0;
     return tool;
+}
+
+/// What the device gets to read of a tool.
+std::string replyOf(const ToolStandIn::Tool& tool)
+{
+    return tool.canBeRead && tool.isThere ? tool.output : std::string();
 }
 
 /// Lets the device read an image that is known to its last byte, and returns it.
@@ -46,11 +54,9 @@ std::string imageAfter(const ToolStandIn::Tool& tool)
 {
     std::string image = knownImage();
     image[0] = '\0';
-    if (tool.canBeRead) {
-        const std::size_t count = std::min(tool.output.size(), image.size());
-        image.replace(0, count, tool.output, 0, count);
-    }
-    return image;
+    const std::string reply = replyOf(tool);
+    const std::size_t count = std::min(reply.size(), image.size());
+    return image.replace(0, count, reply, 0, count);
 }
 
 template <typename Record>
@@ -80,14 +86,15 @@ void checkWrite(const ToolStandIn::Tool& tool, int (EEInfoHandle::*write)(Record
     Record record;
     std::memset(&record, 0x5A, sizeof record);
     const int result = (EEInfoHandle::instance()->*write)(&record);
-    const bool isMissing = tool.output.empty() && tool.exitCode == shellNotFound;
-    if (!tool.canBeRead || isMissing) {
+    if (!tool.canBeRead || !tool.isThere) {
         expect(result == -1 && ToolStandIn::commands().size() == 1,
-               "an image that cannot be read is not written");
+               "where the reading tool cannot be started nothing is written");
     } else if (!tool.canBeWritten) {
         expect(result == -1, "a tool that cannot be started is a failed write");
     } else {
+        // Whatever a tool that is there printed, and however it ended.
         image.replace(offset, sizeof record, bytesOf(record));
+        expect(result == 0, "a tool that was started is a write that was done");
         expect(ToolStandIn::input() == image, "all bytes but the record's go back as they came");
     }
 }
@@ -106,7 +113,7 @@ void checkHardware(const ToolStandIn::Tool& tool)
 /// The text in the reply's first 32 bytes.
 std::string textOf(const ToolStandIn::Tool& tool)
 {
-    const std::string reply = tool.canBeRead ? tool.output.substr(0, replyBytes) : std::string();
+    const std::string reply = replyOf(tool).substr(0, replyBytes);
     return reply.substr(0, reply.find('\0'));
 }
 
@@ -139,10 +146,11 @@ void checkIdentity(const ToolStandIn::Tool& tool, int (EEInfoHandle::*set)(const
 {
     ToolStandIn::install(tool);
     const int result = (EEInfoHandle::instance()->*set)(tool.output.c_str());
-    if (!tool.canBeWritten) {
+    if (!tool.canBeWritten || !tool.isThere) {
         expect(result == -1, "a tool that cannot be started is a failed write");
         return;
     }
+    expect(result == 0, "a tool that was started is a write that was done");
     std::string field = tool.output.substr(0, tool.output.find('\0'));
     field.resize(identityBytes);
     expect(ToolStandIn::input() == field, "an identity is 32 bytes, cut or filled with zeros");

@@ -1,6 +1,7 @@
 #include "panelctl/DeviceImage.h"
 
 #include "device/PlateformInterface.h"
+#include "device/ToolPipe.h"
 #include "panelctl/Command.h"
 #include "panelctl/ReplaceFile.h"
 
@@ -48,13 +49,12 @@ QByteArray readFile(const std::string& name)
 QByteArray readDevice()
 {
     needTool(readTool);
-    std::FILE* pipe = popen("exec /root/plat-intf/readee 2>/dev/null", "r");
-    if (!pipe) {
+    ToolPipe tool("exec /root/plat-intf/readee 2>/dev/null", ToolPipe::Direction::fromTool);
+    if (!tool.isOpen()) {
         throw Failure(std::string("cannot run ") + readTool);
     }
     QByteArray bytes(mostBytes, 0);
-    const std::size_t count = std::fread(bytes.data(), 1, mostBytes, pipe);
-    pclose(pipe);
+    const std::size_t count = tool.read(bytes.data(), std::size_t(mostBytes));
     bytes.truncate(static_cast<int>(count));
     return bytes;
 }

@@ -155,6 +155,8 @@ private slots:
     void readcmd_missingTool_clearsByteZeroOnly_data();
     void readcmd_missingTool_clearsByteZeroOnly();
     void readcmd_exitStatusIsNotLookedAt();
+    void readcmd_toolThatPrintsNothing_wasStarted_data();
+    void readcmd_toolThatPrintsNothing_wasStarted();
     void writecmd_sendsRawBytes();
     void writecmd_missingTool_fails();
     void writecmd_toolThatTakesNothing_wasStarted_data();
@@ -443,6 +445,24 @@ void TestDevice::readcmd_exitStatusIsNotLookedAt()
     QCOMPARE(PlateformInterface().readcmd("printf ab; exit 3", buffer.data(), 4), 0);
     QCOMPARE(buffer, QByteArray("ab??"));
     QCOMPARE(PlateformInterface().readcmd("kill -9 $$", buffer.data(), 4), 0);
+}
+
+void TestDevice::readcmd_toolThatPrintsNothing_wasStarted_data()
+{
+    QTest::addColumn<QByteArray>("tool");
+    QTest::newRow("as of a missing command") << QByteArray("exit 127");
+    QTest::newRow("as of a command nobody may run") << QByteArray("exit 126");
+}
+
+void TestDevice::readcmd_toolThatPrintsNothing_wasStarted()
+{
+    QFETCH(QByteArray, tool);
+    PanelWorld::replaceTool(QStringLiteral("readee"), tool);
+    QByteArray buffer(4, '?');
+    const Output errors(STDERR_FILENO);
+    QCOMPARE(PlateformInterface().readcmd("/root/plat-intf/readee", buffer.data(), 4), 0);
+    QCOMPARE(buffer, QByteArray("\0???", 4));
+    QVERIFY(!Output::text().contains("Fail to popen"));
 }
 
 void TestDevice::writecmd_sendsRawBytes()
