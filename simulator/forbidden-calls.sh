@@ -7,23 +7,26 @@
 #               more of the kernel to find holes in
 #   other's     a program with the set-user-ID bit in a folder of the panel is one of the person who
 #   programs    started it, for everybody out here who can reach it
+#
+# And one call that the kernel refuses is answered as done: a panel's root has no other groups than
+# the one it has, and programs that let somebody in as root want to set just that.
 
 # What the calls are called where their numbers differ; `-` is a call that does not exist there.
-readonly call_names=(clone unshare keys open creat chmod fchmod mknod openat mknodat fchmodat)
+readonly call_names=(clone unshare keys open creat chmod fchmod mknod openat mknodat fchmodat setgroups)
 # architecture: its number in the kernel's audit, then those of the calls in that order. Of the
 # three for keys, which follow each other everywhere, the first.
 readonly call_numbers=(
-    "0xc000003e 56 272 248 2 85 90 91 133 257 259 268" # x86-64
-    "0x40000003 120 310 286 5 8 15 94 14 295 297 306"  # i386, which an x86-64 kernel runs as well
-    "0xc00000b7 220 97 217 - - - 52 - 56 33 53"        # arm64
-    "0x40000028 120 337 309 5 8 15 94 14 322 324 333"  # arm
+    "0xc000003e 56 272 248 2 85 90 91 133 257 259 268 116" # x86-64
+    "0x40000003 120 310 286 5 8 15 94 14 295 297 306 206"  # i386, which an x86-64 kernel runs as well
+    "0xc00000b7 220 97 217 - - - 52 - 56 33 53 159"        # arm64
+    "0x40000028 120 337 309 5 8 15 94 14 322 324 333 206"  # arm
 )
 # The same everywhere. What the first three are to do lies in memory, where no filter sees it.
 readonly clone3=435 openat2=437 io_uring_setup=425 fchmodat2=452
 readonly new_user_namespace=0x10000000 x32=0x40000000
 readonly set_id_bits=0x0c00    # S_ISUID | S_ISGID
 readonly makes_file=0x00400040 # O_CREAT, and what O_TMPFILE adds; without them there is no mode
-readonly allow=0x7fff0000 no_permission=0x00050001 no_such_call=0x00050026 end_process=0x80000000
+readonly allow=0x7fff0000 done_already=0x00050000 no_permission=0x00050001 no_such_call=0x00050026 end_process=0x80000000
 readonly load=0x20 is=0x15 has_bits=0x45 answer=0x06 call=0 architecture=4 first_argument=16
 
 # The filter as escapes of printf, an instruction each.
@@ -42,6 +45,11 @@ instruction() {
 refuse_call() { # NUMBER
     instruction $is "$1" 0 1
     instruction $answer $no_such_call
+}
+
+answer_as_done() { # NUMBER
+    instruction $is "$1" 0 1
+    instruction $answer $done_already
 }
 
 refuse_bits() { # NUMBER ARGUMENT BITS: refuses it with any of the bits in that argument
@@ -81,6 +89,7 @@ add_rules() {
     for number in $clone3 $openat2 $io_uring_setup "${of[keys]}" $((of[keys] + 1)) $((of[keys] + 2)); do
         refuse_call "$number"
     done
+    answer_as_done "${of[setgroups]}"
     refuse_bits "${of[clone]}" 0 $new_user_namespace
     refuse_bits "${of[unshare]}" 0 $new_user_namespace
     for name in chmod fchmod creat mknod; do

@@ -11,16 +11,20 @@ factory_settings=(
 )
 
 # make_device PANELCTL FOLDER LANGUAGE [FIELD VALUE]...: makes the device in FOLDER new, with that
-# language and hardware.
+# language and these fields, which describe its hardware or stand for the factory's.
 # The image comes last: a folder without one holds no device yet. Every file is replaced at once, so
 # that an interrupted start leaves the old one.
 make_device() {
-    local panelctl=$1 folder=$2 draft=$2/new language=$3 name
+    local panelctl=$1 folder=$2 draft=$2/new language=$3 name i settings=()
     shift 3
+    # A field that is given is not the factory's.
+    for ((i = 0; i < ${#factory_settings[@]}; i += 2)); do
+        [[ " $* " == *" ${factory_settings[i]} "* ]] || settings+=("${factory_settings[@]:i:2}")
+    done
     rm -rf "$draft" || return
     mkdir -p "$draft/state" "$folder"/{hmi_data,state,Config} &&
         "$panelctl" areas create --root "$draft" --stored buzzer=on language="$language" >/dev/null &&
-        "$panelctl" device create --image "$draft/state/image" "${factory_settings[@]}" "$@" ||
+        "$panelctl" device create --image "$draft/state/image" "${settings[@]}" "$@" ||
         return
     for name in serial mpi logo; do
         : >"$draft/state/$name"

@@ -61,7 +61,8 @@ class Machine(unittest.TestCase):
         self.stand_in("sleep", quiet=True)
         for target in ("registers", "resolver"):
             (self.project / "fuzz" / "corpus" / target).mkdir(parents=True)
-        for name in ("simulator/run", "simulator/sandbox", "simulator/shots", "tests/lint",
+        (self.project / "simulator" / "hall").mkdir(parents=True)
+        for name in ("simulator/run", "simulator/hall/start", "simulator/sandbox", "simulator/shots", "tests/lint",
                      "tests/check-sources", "fuzz/run", "arm/sysroot", "arm/not-emulated"):
             self.script(self.project / name, name.replace("/", "-"))
 
@@ -126,6 +127,10 @@ class Words(Machine):
                 (["run", "--adapters", "3"], "1 or 2, not '3'"),
                 (["run", "--adapters", "12"], "1 or 2, not '12'"),
                 (["run", "--state", ""], "--state needs a folder"),
+                (["plant", "--panels", "none"], "a number from 1 to 9999999, not 'none'"),
+                (["plant", "--panels", "2001"], "--panels is at most 2000"),
+                (["plant", "--files"], "--files needs a value"),
+                (["plant", "ansible-playbook"], "unknown option 'ansible-playbook'"),
                 (["run", "--state", "/dev/null/x"], "no permission to write to /dev/null/x"),
                 (["test", "--fast"], "unknown option '--fast'"),
                 (["shots", "here"], "unknown option 'here'"),
@@ -147,15 +152,15 @@ class Words(Machine):
     def test_help_names_every_command_and_option(self):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
-            for word in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package", "clean", "--size",
-                         "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
+            for word in ("run", "plant", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
+                         "clean", "--size", "--panels", "--files", "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
                          "--presses"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
 
     def test_each_command_explains_itself_and_does_nothing_else(self):
         everything = self.succeed("help")
-        for command in ("run", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
+        for command in ("run", "plant", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
                         "arm", "clean"):
             for arguments in ([command, "--help"], [command, "-h"], ["help", command],
                               [command, "--nonsense", "--help"]):
@@ -474,6 +479,21 @@ class Packages(Machine):
         self.succeed("run")
         self.assertEqual([call for call in self.calls() if call.startswith("apt-get")],
                          [UPDATE, install("bubblewrap"), install("bubblewrap", "cmake")])
+
+
+class Plant(Machine):
+    def test_starts_a_hall_and_a_command_in_its_control_room(self):
+        self.succeed("plant", "--panels", "20", f"--files={self.folder}/my files", "--",
+                     "ansible-playbook", "--check", "hall.yml")
+        calls = self.calls()
+        self.assertIn("cmake --build --preset release --target panelctl", calls)
+        self.assertEqual(calls[-1], f"simulator-hall-start --build {self.project}/build/release "
+                         f"--panels 20 --files {self.folder}/my files -- "
+                         "ansible-playbook --check hall.yml")
+
+    def test_five_panels_and_a_shell_where_nothing_is_said(self):
+        self.succeed("plant")
+        self.assertTrue(self.calls()[-1].endswith("build/release --panels 5 -- bash"))
 
 
 class Namespaces(Machine):
