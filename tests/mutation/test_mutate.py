@@ -1,7 +1,6 @@
 """The tool behind `./panel mutate`: which mistakes it makes, and what it tells of them."""
 
-import importlib.machinery
-import importlib.util
+import os
 import pathlib
 import re
 import subprocess
@@ -14,6 +13,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 TOOL = HERE / "mutate"
 sys.path.insert(0, str(HERE))
 from mistakes import of_lines  # noqa: E402
+from suite import Memory, Suite, run  # noqa: E402
 
 TOY = {
     "CMakeLists.txt": """cmake_minimum_required(VERSION 3.16)
@@ -74,13 +74,6 @@ def changes(path, *lines):
             for mistakes in of_lines(path, list(lines)).values() for mistake in mistakes]
 
 
-def load_tool():
-    loader = importlib.machinery.SourceFileLoader("mutate", str(TOOL))
-    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate", loader))
-    loader.exec_module(module)
-    return module
-
-
 class Mistakes(unittest.TestCase):
     def test_each_kind(self):
         cases = {
@@ -126,9 +119,10 @@ class Toy(unittest.TestCase):
         # Every mistake that there is: a relation and two for each constant, less one of no matter.
         status, output = self.mutate("--count", "100", "--seed", "3", "device")
         self.assertEqual(status, 1, output)
-        self.assertEqual(len(re.findall(r"^\d+/100 device/Limit.cpp:5 noticed$", output, re.M)), 3)
-        self.assertEqual(
-            len(re.findall(r"^\d+/100 device/Limit.cpp:10 noticed by others$", output, re.M)), 2)
+        self.assertEqual(len(re.findall(
+            r"^\d+/100 device/Limit.cpp:5 noticed by test_device, \d+ s$", output, re.M)), 3)
+        self.assertEqual(len(re.findall(
+            r"^\d+/100 device/Limit.cpp:10 noticed by elsewhere, \d+ s$", output, re.M)), 2)
         self.assertIn("1 of 6 mistakes were not noticed:\n"
                       "device/Limit.cpp:15\n    - return 4000;\n    + return 3999;\n", output)
         self.assertRegex(output, r"(?m)^device +6 +3 +2 +83.3%$")
@@ -138,10 +132,77 @@ class Toy(unittest.TestCase):
         (self.root / "tests/device/test.cpp").write_text("int main() { return 1; }\n")
         status, output = self.mutate("--count", "1", "device")
         self.assertEqual(status, 1)
-        self.assertIn("the tests in tests/device fail without a mistake", output)
+        self.assertIn("test_device fails without a mistake", output)
+
+    def test_what_passed_without_a_mistake_is_not_tried_again_in_the_same_sources(self):
+        self.mutate("--count", "1", "device")
+        self.assertNotIn("without a mistake", self.mutate("--count", "1", "device")[1])
+        (self.root / "tests/device/test.cpp").write_text("int main() { return 1; }\n")
+        self.assertIn("test_device fails without a mistake",
+                      self.mutate("--count", "1", "device")[1])
 
     def test_says_which_rooms_there_are(self):
         self.assertIn("unknown room 'attic'; there are: device", self.mutate("attic")[1])
+
+
+class Order(unittest.TestCase):
+    """Tests of a build that are shell commands, which write their names down."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="mutate-test.")
+        self.addCleanup(folder.cleanup)
+        self.build = pathlib.Path(folder.name).resolve()
+        self.ran = self.build / "ran"
+        self.memory = Memory(self.build / "memory.json")
+
+    def suite(self, jobs=1, **commands):
+        (self.build / "CTestTestfile.cmake").write_text("".join(
+            f'add_test({name} "sh" "-c" "echo {name} >>{self.ran}; {command}")\n'
+            f'set_tests_properties({name} PROPERTIES WORKING_DIRECTORY "{self.build}")\n'
+            for name, command in commands.items()))
+        suite = Suite(self.build, self.build / "log", jobs, self.memory)
+        suite.load("^left_out$")
+        return suite
+
+    def test_quick_ones_come_first_and_the_first_that_fails_ends_it(self):
+        suite = self.suite(slow="true", quick="true", wrong="exit 1", left_out="true")
+        self.assertEqual(sorted(suite.below(".")), ["quick", "slow", "wrong"])
+        self.memory.seconds = {"slow": 9.0, "quick": 1.0, "wrong": 2.0}
+        self.assertEqual(suite.failed(suite.below(".")), "wrong")
+        self.assertEqual(self.ran.read_text().split(), ["quick", "wrong"])
+
+    def test_what_noticed_mistakes_in_a_file_comes_first_there(self):
+        suite = self.suite(slow="true", quick="true")
+        self.memory.seconds = {"slow": 9.0, "quick": 5.0}
+        self.memory.notices("slow", "a/B.cpp")
+        for path, order in (("a/B.cpp", ["slow", "quick"]), ("a/C.cpp", ["quick", "slow"])):
+            self.ran.write_text("")
+            self.assertIsNone(suite.failed(suite.below("."), path))
+            self.assertEqual(self.ran.read_text().split(), order)
+            self.memory.seconds = {"slow": 9.0, "quick": 5.0}
+        self.assertEqual(Memory(self.build / "memory.json").noticed, {"a/B.cpp": {"slow": 1}})
+
+    def test_those_still_running_are_ended(self):
+        began = time.monotonic()
+        suite = self.suite(2, hangs="sleep 1000", wrong="until grep -q hangs ran; do :; done; exit 1")
+        self.assertEqual(suite.failed(["hangs", "wrong"]), "wrong")
+        self.assertLess(time.monotonic() - began, 900)
+
+    def test_programs_that_were_not_built_anew_cannot_notice(self):
+        program, script = self.build / "program", self.build.parent / "script"
+        program.touch()
+        (self.build / "CTestTestfile.cmake").write_text(
+            f'add_test(of_program "sh" "{program}")\nadd_test(of_script "sh" "{script}")\n')
+        suite = Suite(self.build, self.build / "log", 1, self.memory)
+        suite.load("^$")
+        names = ["of_program", "of_script"]
+        self.assertEqual(suite.touched(names, program.stat().st_mtime), names)
+        later = program.stat().st_mtime + 1
+        self.assertEqual(suite.touched(names, later), ["of_script"])
+        library = self.build / "plugin.so"
+        library.touch()
+        os.utime(library, (later, later))
+        self.assertEqual(suite.touched(names, later), names)
 
 
 class Limits(unittest.TestCase):
@@ -150,7 +211,7 @@ class Limits(unittest.TestCase):
             began = time.monotonic()
             child = pathlib.Path(folder, "child")
             command = ["sh", "-c", f"sleep 1000 & echo $! >{child}; wait"]
-            self.assertIsNone(load_tool().run(command, pathlib.Path(folder, "log"), limit=3))
+            self.assertIsNone(run(command, pathlib.Path(folder, "log"), limit=3))
             self.assertLess(time.monotonic() - began, 900)
             state = pathlib.Path("/proc", child.read_text().strip(), "stat")
             deadline = time.monotonic() + 60
