@@ -10,6 +10,10 @@ usage_arm() {
 ./panel arm test [armhf|arm64]...
   passes the tests of both, each program under emulation in a panel of its own; tells which cannot
   run so, and why
+./panel arm run [--size WxH] [--adapters 1|2] [--fresh] [--state DIR]
+  starts a whole emulated panel, an ARM machine with a kernel of its own, and shows it as
+  ./panel run does; its device is kept in a folder of its own
+                     (default: panel-settings-arm in $XDG_STATE_HOME or ~/.local/state)
 END
 }
 
@@ -17,8 +21,8 @@ panel_arm() {
     local verb=${1-}
     [ $# -eq 0 ] || shift
     case $verb in
-    build | test) "arm_$verb" "$@" ;;
-    *) fail "./panel arm build|test, not '$verb'; see ./panel arm --help" ;;
+    build | test | run) "arm_$verb" "$@" ;;
+    *) fail "./panel arm build|test|run, not '$verb'; see ./panel arm --help" ;;
     esac
 }
 
@@ -85,4 +89,25 @@ short_arm_test() {
         build_arm "$architecture" SettingsPlugin panelctl "${short_arm_tests[@]}"
         test_arm "$architecture" --tests-regex "$expression"
     done
+}
+
+machine_parts=$root/build/arm/machine
+
+# make_machine TARGET...: what the emulated panel is made of, with these programs of the build.
+make_machine() {
+    need_namespaces
+    install_packages build run arm machine
+    build_arm armhf "$@"
+    "$root/arm/machine/parts" "$machine_parts" || exit 2
+}
+
+arm_run() {
+    local state size=1024x600 adapters=2 switches=()
+    load_command run
+    state=$(default_state)-arm
+    read_panel_options --fresh "$@"
+    make_machine SettingsPlugin panelctl panel-host
+    exec "$root/simulator/run" --build "$root/build/armhf" \
+        --emulated "$machine_parts" "$root/build/arm/armhf/prefix" --state "$state" \
+        --size "$size" --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
 }

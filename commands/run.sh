@@ -21,14 +21,21 @@ language_of_user() {
     esac
 }
 
-panel_run() {
-    local state size=1024x600 adapters=2 switches=()
-    state=$(default_state)
+# read_panel_options SWITCHES WORD...: sets $state, $size, $adapters and $switches by the words, of
+# which SWITCHES are those without a value; ends when one makes no sense. The caller has set the first
+# three to what they are without it.
+read_panel_options() {
+    local known=$1
+    shift
     while [ $# -gt 0 ]; do
         case $1 in
-        --fresh | --inspect) switches+=("$1"); shift; continue ;;
         --size | --adapters | --state) need_value "$1" $# ;;
-        *) unknown_option "$1" ;;
+        *)
+            [[ " $known " == *" $1 "* ]] || unknown_option "$1"
+            switches+=("$1")
+            shift
+            continue
+            ;;
         esac
         case $1 in
         --size) size=$2 ;;
@@ -42,6 +49,12 @@ panel_run() {
     [[ $adapters =~ ^[12]$ ]] || fail "--adapters is 1 or 2, not '$adapters'"
     [ -n "$state" ] || fail "--state needs a folder"
     make_folder "$state" "choose another folder with --state DIR"
+}
+
+panel_run() {
+    local state size=1024x600 adapters=2 switches=()
+    state=$(default_state)
+    read_panel_options "--fresh --inspect" "$@"
     need_namespaces
     install_packages build run
     build release SettingsPlugin panelctl panel-host

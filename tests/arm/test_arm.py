@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -10,6 +11,8 @@ import unittest
 BUILD = sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SYSROOT = ROOT / "arm/sysroot"
+PARTS = ROOT / "arm/machine/parts"
+START = ROOT / "arm/machine/start"
 
 # apt-get that has a list of packages, and none of the packages.
 APT_WITHOUT_PACKAGES = r"""
@@ -18,7 +21,7 @@ update)
     lists=$(sed -n 's/^Dir::State::lists "\(.*\)";$/\1/p' "$APT_CONFIG")
     : >"$lists/a_Packages"
     ;;
-install) exit 100 ;;
+install | download) exit 100 ;;
 esac
 """
 
@@ -83,6 +86,96 @@ class Sysroot(ArmTest):
 
     def test_other_architectures_are_unknown(self):
         self.assert_fails_with(self.run_tool(SYSROOT, "sparc", self.folder), "'sparc'")
+
+
+class MachineParts(ArmTest):
+    def test_what_cannot_be_fetched_is_named(self):
+        self.tool("apt-get", "exit 100")
+        self.assert_fails_with(self.run_tool(PARTS, self.folder),
+                               "package lists of armhf cannot be fetched", "apt.log")
+        self.tool("apt-get", APT_WITHOUT_PACKAGES)
+        self.assert_fails_with(self.run_tool(PARTS, self.folder),
+                               "linux-image-armmp busybox-static util-linux of armhf cannot be fetched")
+        self.assertFalse((self.folder / "complete").exists())
+
+
+class MachineStart(ArmTest):
+    """The machine's start, up to the point where the emulator would begin."""
+
+    def setUp(self):
+        super().setUp()
+        # Programs of the build are this machine's here.
+        self.tool("qemu-arm-static", 'shift 2; exec "$@"')
+        self.called = self.tools / "called"
+        self.tool("bwrap", f'printf "%s\\n" "$@" >"{self.called}"; exit 0')
+        self.folder.mkdir()
+        for name in ("parts", "libraries", "screen"):
+            (self.folder / name).mkdir()
+        self.state = self.folder / "state"
+        self.disk = self.state / "disk"
+
+    def start(self, *options):
+        return self.run_tool(START, "--build", BUILD, "--parts", self.folder / "parts",
+                             "--libraries", self.folder / "libraries", "--state", self.state,
+                             "--screen-socket", self.folder / "screen/vnc",
+                             "--archives", os.devnull, *options)
+
+    def field(self, name):
+        """A field of the device image on the disk."""
+        image = self.folder / "image"
+        subprocess.run(["debugfs", "-R", "dump /state/image image", self.disk], check=True,
+                       cwd=self.folder, capture_output=True,
+                       env={**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin"})
+        shown = self.run_tool(pathlib.Path(BUILD, "panelctl/panelctl"), "device", "show",
+                              "--image", image).stdout
+        return re.search(rf"^ *{name} +(\S+)", shown, re.MULTILINE)[1]
+
+    def assert_switched_off(self, result):
+        self.assertEqual(result.stderr, "arm: the machine was switched off\n")
+        self.assertEqual(result.returncode, 1)
+
+    def test_device_is_made_once_and_gets_the_hardware_of_each_start(self):
+        self.assert_switched_off(self.start("--size", "800x480", "--adapters", "1"))
+        self.assertEqual((self.field("screen_width"), self.field("hw_options")), ("800", "1"))
+        made = self.disk.stat().st_ino
+        self.assert_switched_off(self.start("--size", "1280x800", "--adapters", "2"))
+        self.assertEqual((self.field("screen_width"), self.field("hw_options")), ("1280", "2"))
+        self.assertEqual(self.disk.stat().st_ino, made)
+        self.assert_switched_off(self.start("--fresh"))
+        self.assertNotEqual(self.disk.stat().st_ino, made)
+
+    def test_broken_disk_is_told_and_a_fresh_one_cures(self):
+        self.state.mkdir(mode=0o700)
+        self.disk.write_bytes(b"nonsense" * 4096)
+        self.assert_fails_with(self.start(), "the disk of the device in", "is damaged",
+                               "--fresh makes a new device")
+        self.assertFalse(self.called.exists())
+        self.assert_switched_off(self.start("--fresh"))
+        self.assertEqual(self.field("brightness"), "140")
+
+    def test_memory_that_is_not_there_is_told(self):
+        self.tool("bwrap", "echo 'qemu-system-arm: cannot set up guest memory: no' >&2; exit 1")
+        result = self.start()
+        self.assert_fails_with(result, "not enough free memory", "512 MiB")
+        self.assertEqual(result.stderr.count("\n"), 1)
+
+    def test_a_failing_emulator_says_why(self):
+        self.tool("bwrap", "echo 'qemu-system-arm: for a reason' >&2; exit 1")
+        self.assertEqual(self.start().stderr,
+                         "arm: the machine failed: qemu-system-arm: for a reason\n")
+
+    def test_no_packet_can_leave(self):
+        self.start("--adapters", "2")
+        words = self.called.read_text(encoding="utf-8").splitlines()
+        self.assertIn("--unshare-net", words)
+        networks = [words[at + 1] for at, word in enumerate(words) if word == "-netdev"]
+        self.assertEqual(len(networks), 2)
+        for network in networks:
+            self.assertRegex(network, "^user,.*restrict=on")
+        adapters = [word for word in words if word.startswith("virtio-net-device")]
+        # The machine numbers them backwards.
+        self.assertEqual([word.partition("mac=")[2] for word in adapters],
+                         ["02:00:5e:0a:00:02", "02:00:5e:0a:00:01"])
 
 
 class Toolchain(ArmTest):
