@@ -4,7 +4,7 @@
 #                     such a build are not run
 #   PANEL_TEST_SECONDS   time limit of a test; an emulator takes its time
 set(PANEL_EMULATION "" CACHE STRING "Emulator and prefix that run what is built; empty: none")
-set(PANEL_TEST_SECONDS 300 CACHE STRING "Time limit of one test")
+set(PANEL_TEST_SECONDS 900 CACHE STRING "Time limit of one test")
 mark_as_advanced(PANEL_EMULATION PANEL_TEST_SECONDS)
 
 # panel_not_emulated(REASON test...): labels tests that an emulator cannot run, or that say nothing

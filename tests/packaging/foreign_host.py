@@ -6,7 +6,8 @@ import pathlib
 import subprocess
 import tempfile
 
-from vnc_operator import Operator, wait_for
+from patience import PATIENCE_S, wait_for
+from vnc_operator import Operator
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 EXAMPLE = ROOT / "docs" / "example-host"
@@ -114,7 +115,7 @@ class Host:
 
     def end(self):
         """Waits for the host to end by itself; returns its status and what it printed."""
-        return self._process.wait(timeout=60), self.output()
+        return self._process.wait(timeout=PATIENCE_S), self.output()
 
     def unloaded(self):
         """How often the plugin left the process while the host was running."""
@@ -126,5 +127,5 @@ class Host:
     def clean(self):
         if self._process.poll() is None:
             self._process.terminate()
-            self._process.wait(timeout=30)
+            self._process.wait(timeout=PATIENCE_S)
         self._folder.cleanup()

@@ -13,7 +13,7 @@ import unittest
 
 from foreign_host import (CLOSE_BUTTON, COMPLETIONS, EXAMPLE, MANUAL, PANELCTL, PLUGIN, ROOT, SCHEMA,
                           Host, build, configure, files_in, run)
-from vnc_operator import wait_for
+from patience import wait_for
 
 BUILD = pathlib.Path(sys.argv.pop(1))
 SANITIZED = "-fsanitize" in os.environ.get("CXXFLAGS", "")

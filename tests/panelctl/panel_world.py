@@ -14,7 +14,7 @@ import time
 import unittest
 
 PROGRAM = sys.argv.pop(1)
-WAIT_S = 30
+WAIT_S = 240
 
 IMAGE = pathlib.Path("/panel/state/image")
 COMMANDS = pathlib.Path("/panel/log/commands")

@@ -9,7 +9,8 @@ import socket
 import subprocess
 import tempfile
 
-from vnc_operator import Operator, wait_for
+from patience import PATIENCE_S, wait_for
+from vnc_operator import Operator
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -25,6 +26,7 @@ class Panel:
         self._build = build
         self._options = options
         self._process = None
+        self._boot = None
 
     def start(self, *options, **environment):
         """Boots the panel and returns when its home page is there."""
@@ -44,20 +46,33 @@ class Panel:
 
     def look(self):
         """A new operator in front of the panel as it runs now."""
-        wait_for(self._find_screen, "the panel's display")
-        operator = Operator(self._find_screen(), self._run_folder() / "panel")
+        operator = Operator(wait_for(self._find_screen, "the panel's display"), self.run_folder())
         operator.find(name="HomePage")
+        self._boot = self.boot()
         return operator
+
+    def look_after_restart(self):
+        """An operator in front of the panel that comes after the one last looked at: a press on
+        "Restart" returns before that is gone."""
+        wait_for(lambda: self.boot() not in (None, self._boot), "the panel to come up again")
+        return self.look()
+
+    def boot(self):
+        """What tells one start of the panel from the next; None while there is none."""
+        try:
+            return (self.run_folder() / "run" / "main").stat().st_mtime_ns
+        except FileNotFoundError:
+            return None
 
     def stop(self):
         """Ends the panel and returns what it printed."""
         self._process.send_signal(signal.SIGTERM)
-        self._process.wait(timeout=30)
+        self._process.wait(timeout=PATIENCE_S)
         return self.printed()
 
     def end(self):
         """Waits until the panel has ended by itself and returns its status."""
-        return self._process.wait(timeout=60)
+        return self._process.wait(timeout=PATIENCE_S)
 
     def kill(self, program):
         """Kills the one process of the panel, or beside it, that runs this program."""
@@ -90,7 +105,7 @@ class Panel:
     def crash(self):
         """Kills the script that runs the panel, which then can tidy up nothing."""
         self._process.kill()
-        self._process.wait(timeout=30)
+        self._process.wait(timeout=PATIENCE_S)
 
     def plant(self, verb):
         """Carries out a verb of the plant, as `plant VERB` would in the panel, and returns what it

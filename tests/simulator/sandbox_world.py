@@ -5,6 +5,8 @@ import pathlib
 import subprocess
 import tempfile
 
+from patience import PATIENCE_S
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SANDBOX = ROOT / "simulator" / "sandbox"
 
@@ -36,7 +38,7 @@ class World:
     def panel(self, script, *options, **settings):
         """Runs a shell script in a panel of its own and returns what came of it."""
         return subprocess.run(self.command(script, *options), env=self.environment(),
-                              capture_output=True, timeout=60, check=False, **settings)
+                              capture_output=True, timeout=PATIENCE_S, check=False, **settings)
 
     def kept(self, script, *options, **settings):
         """The same, with the device and the volatile parts kept in this world's folders."""

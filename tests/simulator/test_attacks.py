@@ -11,6 +11,7 @@ import sys
 import unittest
 
 from checkout import ROOT, SOMEBODY, STARTER, Checkout, may_be_anybody
+from patience import PATIENCE_S
 
 BUILD = sys.argv.pop(1)
 SECRET = "nobody in a panel knows this"
@@ -312,7 +313,7 @@ display.accept()[0].sendall(b"the panel")
         with socket.socket(socket.AF_UNIX) as client:
             client.connect(str(door))
             self.assertEqual(client.makefile("rb").read(), b"the panel")
-        self.assertEqual(panel.wait(timeout=60), 0)
+        self.assertEqual(panel.wait(timeout=PATIENCE_S), 0)
         self.assertFalse(os.path.lexists(door))
 
     def foreign_folder(self, owner, mode):

@@ -10,6 +10,8 @@ import sys
 import tempfile
 import unittest
 
+from patience import PATIENCE_S
+
 sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 BASICS = ("bash", "cat", "dirname", "env", "find", "flock", "grep", "ls", "mkdir", "readlink", "rm",
@@ -85,7 +87,7 @@ class Machine(unittest.TestCase):
     def panel(self, *arguments, **environment):
         return subprocess.run([self.project / "panel", *arguments], capture_output=True, text=True,
                               env={"PATH": str(self.tools), "HOME": str(self.home), **environment},
-                              cwd=self.folder, stdin=subprocess.DEVNULL, timeout=60, check=False)
+                              cwd=self.folder, stdin=subprocess.DEVNULL, timeout=PATIENCE_S, check=False)
 
     def calls(self):
         """The calls written down since the last look."""
@@ -600,7 +602,7 @@ class Progress(Machine):
                 break
             written += piece
         os.close(master)
-        self.assertEqual(process.wait(timeout=60), 0, written)
+        self.assertEqual(process.wait(timeout=PATIENCE_S), 0, written)
         return written.decode()
 
     def test_on_a_terminal_all_of_it_is_on_one_line_that_goes(self):

@@ -10,7 +10,8 @@ import unittest
 import urllib.request
 
 from checkout import ROOT, Checkout
-from vnc_operator import Operator, wait_for
+from patience import PATIENCE_S, wait_for
+from vnc_operator import Operator
 
 BUILD = sys.argv.pop(1)
 NAME = "设置 面板"
@@ -62,7 +63,7 @@ class Home(unittest.TestCase):
     @classmethod
     def at_home(cls, *words, **settings):
         return subprocess.run(cls.command(*words, **settings), stdin=subprocess.DEVNULL, text=True, check=False,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=280)
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=PATIENCE_S)
 
     def assert_succeeds(self, *words, **settings):
         done = self.at_home(*words, **settings)
@@ -123,7 +124,7 @@ class Home(unittest.TestCase):
             return re.findall(r"^(?:The panel|Its inspector) is at (\S+)$", output.read_text(), re.M)
         wait_for(lambda: len(addresses()) == 2, "the addresses of both pages")
         for address, title in zip(addresses(), ("Simulated panel", "Inspector")):
-            with urllib.request.urlopen(address, timeout=30) as answer:
+            with urllib.request.urlopen(address, timeout=PATIENCE_S) as answer:
                 self.assertIn(title, answer.read().decode())
         device = self.checkout.home / ".local" / "state" / "panel-settings"
         self.assertEqual((device / "state" / "image").stat().st_size, 1024)

@@ -12,7 +12,7 @@ import urllib.error
 import urllib.request
 
 from panel_under_test import Panel
-from vnc_operator import wait_for
+from patience import PATIENCE_S, wait_for
 
 BUILD = sys.argv.pop(1)
 
@@ -60,7 +60,7 @@ class Inspector(unittest.TestCase):
         wait_for(lambda: self.events("notice"), "the notice of the language")
 
     def get(self, path):
-        with urllib.request.urlopen(self.address + path, timeout=30) as answer:
+        with urllib.request.urlopen(self.address + path, timeout=PATIENCE_S) as answer:
             return json.load(answer)
 
     def snapshot(self):
@@ -79,7 +79,7 @@ class Inspector(unittest.TestCase):
     def status_of(self, path, **headers):
         """The status of a request that is sent as it is."""
         host, port = self.address.split("/")[2].split(":")
-        connection = http.client.HTTPConnection(host, int(port), timeout=30)
+        connection = http.client.HTTPConnection(host, int(port), timeout=PATIENCE_S)
         self.addCleanup(connection.close)
         connection.putrequest("GET", path, skip_host="Host" in headers)
         for name, value in headers.items():
@@ -200,7 +200,7 @@ class Inspector(unittest.TestCase):
         self.open_settings(operator)
         last = self.snapshot()["last"]
         host = self.address.split("/")[2]
-        waiting = [http.client.HTTPConnection(host, timeout=30) for _ in range(2)]
+        waiting = [http.client.HTTPConnection(host, timeout=PATIENCE_S) for _ in range(2)]
         for browser in waiting:
             self.addCleanup(browser.close)
             browser.request("GET", f"/{self.address.split('/')[3]}/events.json?since={last}")
@@ -210,13 +210,6 @@ class Inspector(unittest.TestCase):
         self.assertEqual(first[0], first[1])
         self.assertEqual(first[0]["number"], last + 1)
 
-    def boot(self):
-        """When the panel as it runs now was up; None while there is none."""
-        try:
-            return (self.panel.run_folder() / "run" / "main").stat().st_mtime_ns
-        except FileNotFoundError:
-            return None
-
     def test_a_restart_of_the_panel_is_seen(self):
         operator = self.start()
         self.open_settings(operator)
@@ -224,11 +217,11 @@ class Inspector(unittest.TestCase):
         inspector = next(number for number, line in
                          processes_mentioning(str(self.panel.folder)).items()
                          if "simulator/inspect" in line)
-        first = self.boot()
+        first = self.panel.boot()
         os.kill(inspector, signal.SIGSTOP)
         try:
             operator.press_widget(name="restartPushButton")
-            wait_for(lambda: self.boot() not in (None, first), "a new panel")
+            wait_for(lambda: self.panel.boot() not in (None, first), "a new panel")
         finally:
             os.kill(inspector, signal.SIGCONT)
         wait_for(lambda: len(self.events("start")) == 2, "the inspector to see it")
@@ -245,7 +238,7 @@ class Inspector(unittest.TestCase):
 
     def test_page_is_served_and_nothing_else_on_the_disk(self):
         self.start()
-        with urllib.request.urlopen(self.address, timeout=30) as answer:
+        with urllib.request.urlopen(self.address, timeout=PATIENCE_S) as answer:
             self.assertIn("<title>Inspector", answer.read().decode())
             self.assertIn("frame-ancestors 'none'", answer.headers["Content-Security-Policy"])
         for path in ("/../simulator/run", "/..%2f..%2fetc/passwd", "/etc/passwd", "//etc/passwd",
@@ -303,7 +296,8 @@ class Inspector(unittest.TestCase):
         self.assertEqual(self.status("/snapshot.json", Origin="http://www.example.com"), 403)
         self.assertEqual(self.status("/snapshot.json", Origin="null"), 403)
         with self.assertRaises(urllib.error.HTTPError) as refused:
-            urllib.request.urlopen(urllib.request.Request(self.address, data=b"x"), timeout=30)
+            urllib.request.urlopen(urllib.request.Request(self.address, data=b"x"),
+                                   timeout=PATIENCE_S)
         self.assertEqual(refused.exception.code, 501)
 
     def test_ends_with_the_panel_and_leaves_nothing(self):
@@ -317,7 +311,7 @@ class Inspector(unittest.TestCase):
         wait_for(lambda: not processes_mentioning(folder), "every process to end")
         self.assertEqual(self.panel.remains(), [])
         with self.assertRaises(OSError):
-            urllib.request.urlopen(self.address, timeout=30)
+            urllib.request.urlopen(self.address, timeout=PATIENCE_S)
 
     def test_ends_when_the_script_that_runs_the_panel_is_killed(self):
         self.start()
@@ -329,10 +323,10 @@ class Inspector(unittest.TestCase):
         self.start("--display", "browser")
         for address in (self.address, self.panel.page()):
             self.assertEqual(processes_mentioning(address.split("/")[3]), {}, "it is a secret")
-        with urllib.request.urlopen(self.address, timeout=30) as answer:
+        with urllib.request.urlopen(self.address, timeout=PATIENCE_S) as answer:
             page = answer.read().decode()
         screen = page.split('<body data-screen="')[1].split('"')[0]
-        with urllib.request.urlopen(screen, timeout=30) as answer:
+        with urllib.request.urlopen(screen, timeout=PATIENCE_S) as answer:
             self.assertIn("Simulated panel", answer.read().decode())
 
 

@@ -4,7 +4,7 @@ import sys
 import unittest
 
 from panel_under_test import Panel
-from vnc_operator import wait_for
+from patience import wait_for
 
 BUILD = sys.argv.pop(1)
 
@@ -40,7 +40,7 @@ class Journey(unittest.TestCase):
         # The Restart button: the panel comes up again, with the level.
         operator.press_widget(name="restartPushButton")
         operator.close()
-        operator = self.wait_for_restart()
+        operator = self.panel.look_after_restart()
         self.assertEqual(self.panel.backlight(), 92)
         self.open_settings(operator)
         self.assertEqual(brightness_field(operator), "05")
@@ -53,21 +53,6 @@ class Journey(unittest.TestCase):
         self.open_settings(operator)
         self.assertEqual(brightness_field(operator), "05")
         operator.close()
-
-    def wait_for_restart(self):
-        def home_page_again():
-            try:
-                operator = self.panel.look()
-            except (OSError, AssertionError):
-                return False
-            if any(widget["name"] == "generalSettingsListWidget" for widget in operator.widgets()):
-                operator.close()
-                return False
-            self.fresh = operator
-            return True
-
-        wait_for(home_page_again, "the panel to come up again")
-        return self.fresh
 
     def test_close_button_leads_back_to_the_home_page(self):
         operator = self.panel.start()
@@ -142,7 +127,7 @@ class Journey(unittest.TestCase):
         # The hardware clock has it as well: the panel starts with it again.
         operator.press_widget(name="restartPushButton")
         operator.close()
-        operator = self.wait_for_restart()
+        operator = self.panel.look_after_restart()
         self.open_settings(operator)
         operator.find(**{"class": "QLabel", "text": "2031/"})
         operator.close()
@@ -204,7 +189,7 @@ class Journey(unittest.TestCase):
 
         operator.press_widget(name="restartPushButton")
         operator.close()
-        operator = self.wait_for_restart()
+        operator = self.panel.look_after_restart()
         self.open_settings(operator)
         wait_for(lambda: english <= self.texts(operator), "the English texts again")
         self.assertEqual(brightness_field(operator), "09")

@@ -6,10 +6,10 @@ import re
 import signal
 import subprocess
 import sys
-import time
 import unittest
 
 from panel_under_test import Panel
+from patience import PATIENCE_S, wait_for
 from sandbox_world import World
 
 BUILD = sys.argv.pop(1)
@@ -34,13 +34,6 @@ SHORT_WAYS = """
 def quad(octets):
     return ".".join(map(str, octets))
 
-
-def wait_for(condition, what):
-    deadline = time.monotonic() + 20
-    while not condition():
-        if time.monotonic() > deadline:
-            raise AssertionError(f"waited in vain for {what}")
-        time.sleep(0.02)
 
 
 def processes_with(folder, name=None):
@@ -417,14 +410,14 @@ class Remains(PlantTest):
             with self.subTest(signal=number.name):
                 panel = self.start()
                 panel.send_signal(number)
-                panel.communicate(timeout=20)
+                panel.communicate(timeout=PATIENCE_S)
                 self.assertGreater(panel.returncode, 128)
                 self.assert_nothing_remains()
 
     def test_nothing_remains_after_the_sandbox_is_killed(self):
         panel = self.start()
         panel.kill()
-        panel.communicate(timeout=20)
+        panel.communicate(timeout=PATIENCE_S)
         self.assert_nothing_remains()
 
     def test_nothing_remains_after_any_other_process_of_it_is_killed(self):
@@ -432,7 +425,7 @@ class Remains(PlantTest):
             with self.subTest(name=name, index=index):
                 panel = self.start()
                 os.kill(self.processes(name)[index], signal.SIGKILL)
-                panel.communicate(timeout=20)
+                panel.communicate(timeout=PATIENCE_S)
                 self.assertNotEqual(panel.returncode, 0)
                 self.assert_nothing_remains()
 
@@ -443,7 +436,7 @@ class Remains(PlantTest):
         self.assertEqual(panel.stdout.readline(), b"up\n")
         for server in self.processes("busybox"):
             os.kill(server, signal.SIGKILL)
-        output, _ = panel.communicate(b"\n", timeout=20)
+        output, _ = panel.communicate(b"\n", timeout=PATIENCE_S)
         self.assertEqual(re.findall(rb"dhcp . (\w+)", output), [b"ended"] * 2 + [b"on"] * 2)
 
 
@@ -493,7 +486,7 @@ class Neighbours(PlantTest):
                    *self.world.command(
                        SHORT_WAYS + "udhcpc -i eth1 -q 2>/dev/null; address 1;" + PING, *LIVE)]
         result = subprocess.run(command, env=self.world.environment(), capture_output=True,
-                                timeout=60, check=False)
+                                timeout=PATIENCE_S, check=False)
         self.assertEqual(result.returncode, 0, result.stderr)
         self.assertRegex(result.stdout.decode(), r"(?s)192\.168\.2\.1\d\d\n1\n$")
 

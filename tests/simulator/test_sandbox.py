@@ -4,9 +4,9 @@ import os
 import signal
 import subprocess
 import sys
-import time
 import unittest
 
+from patience import PATIENCE_S, wait_for
 from sandbox_world import ROOT, SANDBOX, World
 
 BUILD = sys.argv.pop(1)
@@ -23,13 +23,6 @@ SCREEN_WIDTH = 256 + 14
 def screen_width(image):
     return image[SCREEN_WIDTH] | image[SCREEN_WIDTH + 1] >> 4 << 8
 
-
-def wait_for(condition, what):
-    deadline = time.monotonic() + 20
-    while not condition():
-        if time.monotonic() > deadline:
-            raise AssertionError(f"waited in vain for {what}")
-        time.sleep(0.02)
 
 
 class SandboxTest(unittest.TestCase):
@@ -221,7 +214,7 @@ class KeptDevice(SandboxTest):
             command = self.world.command("true", "--state", self.world.device, *options)
             result = subprocess.run(
                 ["bash", "-c", f'ulimit -f {kilobytes}; ulimit -c 0; exec "$@"', "bash", *command],
-                env=self.world.environment(), capture_output=True, timeout=60, check=False)
+                env=self.world.environment(), capture_output=True, timeout=PATIENCE_S, check=False)
             self.assertEqual(result.returncode, 2, result.stderr)
             after = self.stored()
             self.assertEqual({path: after[path] for path in before}, before)
@@ -359,7 +352,7 @@ class Remains(SandboxTest):
                 panel = self.world.start(f"sleep {word} & echo up; wait", restore_signals=True)
                 self.assertEqual(panel.stdout.readline(), b"up\n")
                 panel.send_signal(number)
-                panel.communicate(timeout=20)
+                panel.communicate(timeout=PATIENCE_S)
                 self.assertGreater(panel.returncode, 128)
                 wait_for(lambda: not self.processes(word), "the processes to end")
                 self.assert_nothing_remains()

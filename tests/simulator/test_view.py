@@ -17,7 +17,8 @@ import unittest
 import urllib.request
 
 from panel_under_test import ROOT, Panel
-from vnc_operator import Operator, wait_for
+from patience import PATIENCE_S, wait_for
+from vnc_operator import Operator
 
 BUILD = sys.argv.pop(1)
 SERVE = ROOT / "simulator" / "view" / "serve"
@@ -81,14 +82,15 @@ class Server:
         self._door.close()
 
     def answer(self):
-        """Sends a picture of one black point."""
+        """Sends a picture of one black point, and rings a bell: who hears it knows that the view is
+        through with the picture."""
         self._viewer.sendall(struct.pack(">BxH", 0, 1) + struct.pack(">HHHHi", 0, 0, 1, 1, 0) +
-                             bytes(4))
+                             bytes(4) + b"\2")
 
     def wait_for(self, *messages):
         """Waits until it has been sent these messages since the last time, and no others."""
         with self.got:
-            self.got.wait_for(lambda: len(self.messages) >= len(messages), 20)
+            self.got.wait_for(lambda: len(self.messages) >= len(messages), PATIENCE_S)
             sent, self.messages = self.messages, []
         assert sent == list(messages), f"{sent} instead of {list(messages)}"
 
@@ -222,7 +224,7 @@ class Filter(View):
         self.server.wait_for(request(0, 0, 0, 64, 48))
         self.server.answer()
         pictures = b""
-        while len(pictures) < 2 * 20:
+        while len(pictures) < 2 * 21:
             pictures += viewer.recv(4096)
         viewer.sendall(request(1, 0, 0, 1, 1) + request(1, 0, 0, 3, 3) + request(0, 0, 0, 2, 2) + mark)
         self.server.wait_for(request(1, 0, 0, 1, 1), request(0, 0, 0, 2, 2), mark)
@@ -272,7 +274,7 @@ class Page(View):
 
     def answer(self, path, method="GET", **headers):
         """The answer to a request that is sent as it is."""
-        connection = http.client.HTTPConnection(self.host, timeout=30)
+        connection = http.client.HTTPConnection(self.host, timeout=PATIENCE_S)
         self.addCleanup(connection.close)
         headers = {"Host": self.host, **headers}
         connection.putrequest(method, path, skip_host=True)
@@ -415,7 +417,7 @@ class Shown(unittest.TestCase):
 
     def wait_for_page(self):
         wait_for(self.panel.page, "the address of the page")
-        with urllib.request.urlopen(self.panel.page(), timeout=30) as answer:
+        with urllib.request.urlopen(self.panel.page(), timeout=PATIENCE_S) as answer:
             self.assertIn("Simulated panel", answer.read().decode())
 
     def test_no_viewer_can_end_the_panel(self):
@@ -486,8 +488,8 @@ class Shown(unittest.TestCase):
         operator.press_widget(name="open")
         operator.find(name="generalSettingsListWidget")
         operator.press_widget(name="restartPushButton")
-        wait_for(lambda: "The panel restarts." in self.panel.printed(), "the restart")
-        self.panel.look().close()
+        self.panel.look_after_restart().close()
+        self.assertIn("The panel restarts.", self.panel.printed())
         for noise in ("QVncServer", "SIOCDELRT", "ninja"):
             self.assertNotIn(noise, self.panel.printed())
 

@@ -8,8 +8,9 @@ import struct
 import time
 import zlib
 
+from patience import PATIENCE_S, wait_for
+
 RAW = 0
-PATIENCE_S = 20
 
 
 class Operator:
@@ -45,14 +46,11 @@ class Operator:
 
     def find(self, **wanted):
         """The visible widget whose properties contain the wanted texts; waits for it."""
-        deadline = time.monotonic() + PATIENCE_S
-        while True:
-            for widget in self.widgets():
-                if all(text in str(widget[key]) for key, text in wanted.items()):
-                    return widget
-            if time.monotonic() > deadline:
-                raise AssertionError(f"there is no {wanted} on the screen")
-            time.sleep(0.1)
+        def found():
+            return next((widget for widget in self.widgets()
+                         if all(text in str(widget[key]) for key, text in wanted.items())), None)
+
+        return wait_for(found, f"{wanted} on the screen")
 
     def widgets(self):
         """All visible widgets, as the panel describes them."""
@@ -78,8 +76,7 @@ class Operator:
 
     @staticmethod
     def _connect(path):
-        deadline = time.monotonic() + PATIENCE_S
-        while True:
+        def connected():
             connection = socket.socket(socket.AF_UNIX)
             connection.settimeout(PATIENCE_S)
             try:
@@ -87,9 +84,9 @@ class Operator:
                 return connection
             except OSError:
                 connection.close()
-                if time.monotonic() > deadline:
-                    raise
-                time.sleep(0.05)
+                return None
+
+        return wait_for(connected, f"a display at {path}")
 
     def _receive(self, count):
         received = b""
@@ -142,12 +139,3 @@ class Operator:
 def _chunk(kind, data):
     checksum = zlib.crc32(kind + data)
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", checksum)
-
-
-def wait_for(condition, what):
-    """Waits until the condition holds; fails when it does not in time."""
-    deadline = time.monotonic() + PATIENCE_S
-    while not condition():
-        if time.monotonic() > deadline:
-            raise AssertionError(f"waited in vain for {what}")
-        time.sleep(0.05)
