@@ -8,9 +8,10 @@
 
 namespace {
 
+/// Of an adapter of the table.
 QString keyOf(int adapter)
 {
-    return QString::fromLatin1("Network%1/enable").arg(adapter);
+    return QString::fromLatin1(adapterTable.at(std::size_t(adapter)).enableKey);
 }
 
 } // namespace
@@ -19,8 +20,11 @@ namespace AdapterSwitch {
 
 bool isOff(const QSettings* settings, int adapter)
 {
+    if (!settings || !isAdapter(adapter)) {
+        return false;
+    }
     const QString key = keyOf(adapter);
-    return settings && settings->contains(key) && !settings->value(key).toBool();
+    return settings->contains(key) && !settings->value(key).toBool();
 }
 
 void store(QSettings* settings, int adapter, bool on)

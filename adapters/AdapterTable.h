@@ -1,6 +1,7 @@
 #pragma once
 
 #include "device/EEInfoDetail.h"
+#include "device/SettingsKeys.h"
 #include "regstore/NamedRegister.h"
 
 #include <array>
@@ -18,6 +19,7 @@ struct AdapterRow
 {
     const char* interfaceName; ///< Of the kernel.
     const char* pidFile;       ///< Written by the adapter's DHCP client.
+    const char* enableKey;     ///< In the settings file: whether it is switched on.
     std::size_t macOffset;     ///< In Flash_WR_1: 6 bytes in display order.
     StoredQuad ip;
     StoredQuad mask;
@@ -30,6 +32,7 @@ struct AdapterRow
 inline constexpr std::array<AdapterRow, 2> adapterTable = {{
     {"eth0",
      "/var/run/udhcpc0.pid",
+     SettingsKeys::eth0Enable,
      offsetof(EEInfoDetail::Flash_WR_1, eth0_mac),
      {offsetof(EEInfoDetail::Flash_WR_1, eth0_ip), Registers::eth0Ip},
      {offsetof(EEInfoDetail::Flash_WR_1, eth0_mask), Registers::eth0Mask},
@@ -38,6 +41,7 @@ inline constexpr std::array<AdapterRow, 2> adapterTable = {{
      Registers::eth0Dhcp},
     {"eth1",
      "/var/run/udhcpc1.pid",
+     SettingsKeys::eth1Enable,
      offsetof(EEInfoDetail::Flash_WR_1, eth1_mac),
      {offsetof(EEInfoDetail::Flash_WR_1, eth1_ip), Registers::eth1Ip},
      {offsetof(EEInfoDetail::Flash_WR_1, eth1_mask), Registers::eth1Mask},

@@ -1,5 +1,7 @@
 #include "adapters/AddressRecord.h"
 
+#include "device/Latin1.h"
+
 #include <cstring>
 
 namespace AddressRecord {
@@ -27,7 +29,7 @@ QStringList mac(const EEInfoDetail::Flash_WR_1& record, int adapter)
         reinterpret_cast<const quint8*>(&record) + adapterTable.at(std::size_t(adapter)).macOffset;
     QStringList texts;
     for (int at = 0; at < macBytes; ++at) {
-        texts << QString::fromLatin1("%1").arg(bytes[at], 2, hexadecimal, QLatin1Char('0'));
+        texts << QString("%1"_l1).arg(bytes[at], 2, hexadecimal, QLatin1Char('0'));
     }
     return texts;
 }

@@ -1,5 +1,7 @@
 #include "adapters/DottedQuad.h"
 
+#include "device/Latin1.h"
+
 namespace {
 
 constexpr int bitsPerOctet = 8;
@@ -34,7 +36,7 @@ QStringList split(const QString& text)
 
 QString join(const QStringList& octets)
 {
-    return QString::fromLatin1("%1.%2.%3.%4")
+    return QString("%1.%2.%3.%4"_l1)
         .arg(octets.value(0), octets.value(1), octets.value(2), octets.value(3));
 }
 

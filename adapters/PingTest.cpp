@@ -1,5 +1,6 @@
 #include "adapters/PingTest.h"
 
+#include "device/Latin1.h"
 #include "device/ShellLine.h"
 #include "fileio/StandardDescriptors.h"
 
@@ -17,7 +18,7 @@ void start()
 bool replyArrived()
 {
     const StandardDescriptors standard;
-    QFile file(QLatin1String("ping.txt"));
+    QFile file("ping.txt"_l1);
     return file.open(QIODevice::ReadOnly) && hasReply(file.readAll());
 }
 

@@ -39,6 +39,12 @@ if(PANEL_COVERAGE)
   file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/counters)
 endif()
 
+# Of everything but tests: a text becomes a QString where it is said how its bytes are meant, and
+# nowhere by chance; no iterator detaches a list unseen.
+add_library(panel_strict_qt INTERFACE)
+target_compile_definitions(panel_strict_qt INTERFACE
+  QT_NO_CAST_FROM_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_STRICT_ITERATORS)
+
 # panel_room(NAME SOURCES file... [LIBS target...])
 # The static library of one room. LIBS are its public requirements.
 function(panel_room name)
@@ -51,10 +57,7 @@ function(panel_room name)
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   # Headers are included from the repository root: #include "device/EEInfoHandle.h"
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
-  # A text becomes a QString where it is said how its bytes are meant, and nowhere by chance.
-  target_compile_definitions(${name} PRIVATE
-    QT_NO_CAST_FROM_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_STRICT_ITERATORS)
-  target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags)
+  target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE panel_flags panel_strict_qt)
 endfunction()
 
 # Where every panel has the checkout and the build, see simulator/sandbox: what is compiled into a

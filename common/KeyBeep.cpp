@@ -1,7 +1,8 @@
 #include "common/KeyBeep.h"
 
-#include "common/Latin1.h"
 #include "device/EEInfoHandle.h"
+#include "device/Latin1.h"
+#include "device/SettingsKeys.h"
 
 #include <QSettings>
 #include <QString>
@@ -10,7 +11,7 @@ namespace {
 
 QString buzzerText(const QSettings* settings)
 {
-    return settings ? settings->value(QLatin1String(KeyBeep::settingsKey)).toString() : QString();
+    return settings ? settings->value(QLatin1String(SettingsKeys::buzzer)).toString() : QString();
 }
 
 } // namespace
@@ -30,7 +31,7 @@ bool isOff(const QSettings* settings)
 void store(QSettings* settings, bool on)
 {
     if (settings) {
-        settings->setValue(QLatin1String(settingsKey), on ? "on"_l1 : "off"_l1);
+        settings->setValue(QLatin1String(SettingsKeys::buzzer), on ? "on"_l1 : "off"_l1);
     }
 }
 

@@ -6,9 +6,6 @@ class QSettings;
 /// one settings key decides for all of them.
 namespace KeyBeep {
 
-/// Name of the settings key that switches the key click.
-inline constexpr char settingsKey[] = "General/buzzer";
-
 /// True when "General/buzzer" reads exactly "on". An absent key, another text or no settings
 /// object counts as off.
 bool isOn(const QSettings* settings);

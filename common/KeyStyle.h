@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 /// How a key that is pressed with a finger looks: those of the keypad, those of a message.
 inline constexpr QLatin1String keyStyle =

@@ -2,9 +2,9 @@
 
 #include "common/CallerGuard.h"
 #include "common/KeyStyle.h"
-#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Signs.h"
+#include "device/Latin1.h"
 
 #include <QDialogButtonBox>
 #include <QLabel>

@@ -1,17 +1,16 @@
 #include "common/SettingsFile.h"
 
+#include "device/SettingsKeys.h"
 #include "fileio/StandardDescriptors.h"
 
 #include <QString>
 
 namespace {
 
-constexpr char path[] = "/hmi/Config/system_settings.ini";
-
 /// @p standard lives until the base that is given the path is made, which reads the file.
 QString pathUnder(const StandardDescriptors& /*standard*/)
 {
-    return QString::fromLatin1(path);
+    return QString::fromLatin1(SettingsKeys::file);
 }
 
 } // namespace

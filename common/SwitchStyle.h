@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 /// How a switch of the pages looks.
 constexpr QLatin1String switchStyle(bool on)

@@ -39,11 +39,14 @@ constexpr const Language* find(std::uint64_t value)
     return nullptr;
 }
 
-/// The row that is shown for a value: English for one that stands for no language.
+/// The row of values that stand for no language.
+inline constexpr const Language& fallback = *find(English);
+
+/// The row that is shown for a value.
 constexpr const Language& shown(std::uint64_t value)
 {
     const Language* listed = find(value);
-    return listed ? *listed : *find(English);
+    return listed ? *listed : fallback;
 }
 
 } // namespace Languages

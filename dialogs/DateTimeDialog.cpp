@@ -1,9 +1,9 @@
 #include "dialogs/DateTimeDialog.h"
 
 #include "common/KeyBeep.h"
-#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "device/DeviceScreen.h"
+#include "device/Latin1.h"
 #include "device/ShellLine.h"
 #include "dialogs/AskNumber.h"
 #include "dialogs/DialogStyle.h"
@@ -163,8 +163,7 @@ void DateTimeDialog::showField(int field)
 {
     const Field& row = fields[size_t(field)];
     (ui->*row.edit)
-        ->setText(QString::fromLatin1("%1").arg(m_values[size_t(field)], row.digits, 10,
-                                                QLatin1Char('0')));
+        ->setText(QString("%1"_l1).arg(m_values[size_t(field)], row.digits, 10, QLatin1Char('0')));
 }
 
 void DateTimeDialog::onClose()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 /// Style sheets that the modal dialogs share; the close button is the window's, too.
 namespace DialogStyle {

@@ -2,9 +2,9 @@
 
 #include "common/KeyBeep.h"
 #include "common/KeyStyle.h"
-#include "common/Latin1.h"
 #include "common/Message.h"
 #include "common/PanelFont.h"
+#include "device/Latin1.h"
 #include "dialogs/DialogStyle.h"
 #include "ui_InputDialog.h"
 

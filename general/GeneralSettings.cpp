@@ -1,7 +1,6 @@
 #include "general/GeneralSettings.h"
 
 #include "common/KeyBeep.h"
-#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/SwitchStyle.h"
 #include "common/Translation.h"
@@ -9,6 +8,7 @@
 #include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
 #include "device/LanguageTable.h"
+#include "device/Latin1.h"
 #include "device/ProcessTable.h"
 #include "dialogs/AskNumber.h"
 #include "dialogs/DateTimeDialog.h"
@@ -56,7 +56,7 @@ constexpr GeneralSizes screens[] = {
 
 QString twoDigits(int number)
 {
-    return QString::fromLatin1("%1").arg(number, 2, 10, QLatin1Char('0'));
+    return QString("%1"_l1).arg(number, 2, 10, QLatin1Char('0'));
 }
 
 } // namespace
@@ -349,7 +349,7 @@ void GeneralSettings::showClock()
 {
     const QDate date = m_shownDateTime.date();
     const QTime time = m_shownDateTime.time();
-    m_clockText.setText(QString::fromLatin1("%1/%2/%3   %4    %5:%6:%7")
+    m_clockText.setText(QString("%1/%2/%3   %4    %5:%6:%7"_l1)
                             .arg(date.year(), 4, 10, QLatin1Char(' '))
                             .arg(twoDigits(date.month()), twoDigits(date.day()),
                                  getDayText(date.dayOfWeek()), twoDigits(time.hour()),

@@ -1,8 +1,8 @@
 #include "network/AdapterPane.h"
 
 #include "adapters/DottedQuad.h"
-#include "common/Latin1.h"
 #include "common/SwitchStyle.h"
+#include "device/Latin1.h"
 
 #include <QFont>
 #include <QGridLayout>

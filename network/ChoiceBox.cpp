@@ -1,6 +1,6 @@
 #include "network/ChoiceBox.h"
 
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 #include <QAbstractItemView>
 #include <QPainter>

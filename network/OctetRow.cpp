@@ -1,7 +1,7 @@
 #include "network/OctetRow.h"
 
 #include "adapters/DottedQuad.h"
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,5 +1,6 @@
 // areas create and areas check.
 
+#include "device/Latin1.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterValue.h"
@@ -83,7 +84,7 @@ void makeFolderOf(const QString& path)
 {
     const QString folder = QFileInfo(path).path();
     if (!QDir().mkpath(folder)) {
-        fail(folder, QString::fromLatin1("no such folder can be made"));
+        fail(folder, "no such folder can be made"_l1);
     }
 }
 
@@ -100,12 +101,12 @@ const char* makeArea(const AreaFile& area, const QString& path, const std::vecto
 {
     const QFileInfo found(path);
     if (found.exists() && !found.isFile()) {
-        fail(path, QString::fromLatin1("it is there and no file"));
+        fail(path, "it is there and no file"_l1);
     }
     if (found.exists()) {
         const bool isShort = found.size() < int(newAreaBytes);
         if (isShort && !QFile::resize(path, newAreaBytes)) {
-            fail(path, QString::fromLatin1("it is too short and cannot be extended"));
+            fail(path, "it is too short and cannot be extended"_l1);
         }
         return isShort ? "extended" : "kept";
     }
@@ -132,7 +133,7 @@ const char* makePipe(const QString& path)
         fail(path, qt_error_string(error));
     }
     if (!S_ISFIFO(found.st_mode)) {
-        fail(path, QString::fromLatin1("it is there and no pipe"));
+        fail(path, "it is there and no pipe"_l1);
     }
     return "kept";
 }
@@ -145,7 +146,7 @@ public:
 
     void add(const QString& path, const char* what)
     {
-        m_rows.append(QJsonObject{{"path", path}, {"result", QString::fromLatin1(what)}});
+        m_rows.append(QJsonObject{{"path"_l1, path}, {"result"_l1, QString::fromLatin1(what)}});
         if (!m_json) {
             std::cout << what << ' ' << path.toStdString() << '\n';
         }
@@ -168,22 +169,21 @@ QString areaProblem(const QString& path)
 {
     const QFileInfo found(path);
     if (!found.exists()) {
-        return QString::fromLatin1("is missing");
+        return "is missing"_l1;
     }
     if (!found.isFile()) {
-        return QString::fromLatin1("is no file");
+        return "is no file"_l1;
     }
-    return found.size() == int(newAreaBytes) ? QString()
-                                             : QString::fromLatin1("has %1 bytes instead of %2")
-                                                   .arg(found.size())
-                                                   .arg(newAreaBytes);
+    return found.size() == int(newAreaBytes)
+               ? QString()
+               : QString("has %1 bytes instead of %2"_l1).arg(found.size()).arg(newAreaBytes);
 }
 
 QString pipeProblem(const QString& path)
 {
     struct stat found = {};
     if (stat(QFile::encodeName(path).constData(), &found) != 0) {
-        return QString::fromLatin1("is missing");
+        return "is missing"_l1;
     }
     return QString::fromLatin1(S_ISFIFO(found.st_mode) ? "" : "is no pipe");
 }
@@ -199,7 +199,7 @@ public:
         if (problem.isEmpty()) {
             return;
         }
-        m_rows.append(QJsonObject{{"path", path}, {"problem", problem}});
+        m_rows.append(QJsonObject{{"path"_l1, path}, {"problem"_l1, problem}});
         if (!m_json) {
             std::cout << path.toStdString() << ' ' << problem.toStdString() << '\n';
         }

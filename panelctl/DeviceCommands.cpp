@@ -1,5 +1,6 @@
 // device show, set, dump, check and create.
 
+#include "device/Latin1.h"
 #include "panelctl/Commands.h"
 #include "panelctl/DeviceCheck.h"
 #include "panelctl/DeviceImage.h"
@@ -78,8 +79,8 @@ QJsonObject jsonOf(const DeviceImage& image)
         }
         const Value::Bytes value = image.field(field);
         QJsonObject record = records[text(field.record)].toObject();
-        record[text(field.name)] = QJsonObject{{"value", text(Value::show(field.kind, value))},
-                                               {"bytes", text(Value::hex(value))}};
+        record[text(field.name)] = QJsonObject{{"value"_l1, text(Value::show(field.kind, value))},
+                                               {"bytes"_l1, text(Value::hex(value))}};
         records[text(field.record)] = record;
     }
     return records;
@@ -173,8 +174,8 @@ void Commands::deviceDump(const Arguments& given)
     const DeviceImage image(given.value(Option::Image));
     if (given.has(Option::Json)) {
         return Json::print(
-            QJsonObject{{"size", static_cast<int>(image.bytes().size())},
-                        {"bytes", text(Value::hex(bytesOf(image, 0, image.bytes().size())))}});
+            QJsonObject{{"size"_l1, static_cast<int>(image.bytes().size())},
+                        {"bytes"_l1, text(Value::hex(bytesOf(image, 0, image.bytes().size())))}});
     }
     for (std::size_t offset = 0; offset < image.bytes().size(); offset += dumpBytes) {
         printDumpLine(bytesOf(image, offset, dumpBytes), offset);
@@ -186,7 +187,8 @@ void Commands::deviceCheck(const Arguments& given)
     const std::vector<Problem> problems = checkImage(DeviceImage(given.value(Option::Image)));
     QJsonArray rows;
     for (const Problem& problem : problems) {
-        rows.append(QJsonObject{{"field", text(problem.field)}, {"problem", text(problem.text)}});
+        rows.append(
+            QJsonObject{{"field"_l1, text(problem.field)}, {"problem"_l1, text(problem.text)}});
         if (!given.has(Option::Json)) {
             std::cout << problem.field << ": " << problem.text << '\n';
         }

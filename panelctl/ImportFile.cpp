@@ -1,5 +1,6 @@
 #include "panelctl/ImportFile.h"
 
+#include "device/Latin1.h"
 #include "panelctl/Command.h"
 #include "panelctl/DeviceCheck.h"
 #include "panelctl/RecordFields.h"
@@ -28,7 +29,7 @@ const Setting* findSetting(const QString& place)
 bool isGroup(const QString& place)
 {
     return std::any_of(panelSettings.begin(), panelSettings.end(), [&](const Setting& setting) {
-        return QString::fromLatin1(setting.place).startsWith(place + '.');
+        return QString::fromLatin1(setting.place).startsWith(place + QLatin1Char('.'));
     });
 }
 
@@ -92,7 +93,7 @@ ImportFile::ImportFile(const QByteArray& json, const PanelState& panel) : m_pane
         const QJsonObject members = document.object();
         checkVersion(members);
         for (auto at = members.begin(); at != members.end(); ++at) {
-            if (at.key() != QLatin1String("version")) {
+            if (at.key() != "version"_l1) {
                 readMember(at.key(), at.value());
             }
         }
@@ -106,7 +107,7 @@ void ImportFile::fail(const QString& place, const std::string& text)
 
 void ImportFile::checkVersion(const QJsonObject& object)
 {
-    const QString member = QString::fromLatin1("version");
+    const QString member = "version"_l1;
     if (object[member].toDouble() != stateVersion) {
         fail(member, object.contains(member)
                          ? "this panelctl knows version " + std::to_string(stateVersion) + " only"
@@ -127,7 +128,7 @@ void ImportFile::readMember(const QString& place, const QJsonValue& value)
     }
     const QJsonObject members = value.toObject();
     for (auto at = members.begin(); at != members.end(); ++at) {
-        readMember(place + '.' + at.key(), at.value());
+        readMember(place + QLatin1Char('.') + at.key(), at.value());
     }
 }
 
@@ -144,7 +145,7 @@ void ImportFile::readSetting(const Setting& setting, const QJsonValue& value)
     const QJsonArray items = isList ? value.toArray() : QJsonArray{value};
     std::string all;
     for (int at = 0; at < items.size(); ++at) {
-        const QString itemPlace = isList ? place + QString::fromLatin1("[%1]").arg(at) : place;
+        const QString itemPlace = isList ? place + QString("[%1]"_l1).arg(at) : place;
         const std::optional<std::string> text = typed(setting, items.at(at));
         try {
             if (!text) {

@@ -1,5 +1,6 @@
 #include "panelctl/Journal.h"
 
+#include "device/Latin1.h"
 #include "panelctl/Command.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/RunningPanel.h"
@@ -50,7 +51,7 @@ std::string currentStart()
     const std::string status = lineOf("/proc/1/stat");
     const QString fields = QString::fromStdString(status.substr(status.rfind(')') + 1)).trimmed();
     return lineOf("/proc/sys/kernel/random/boot_id") + ' ' +
-           fields.section(' ', startTime - 1, startTime - 1).toStdString();
+           fields.section(QLatin1Char(' '), startTime - 1, startTime - 1).toStdString();
 }
 
 std::string textOf(const QJsonValue& value)
@@ -98,20 +99,19 @@ std::optional<Journal> Journal::load()
         throw Failure(std::string("cannot read ") + path + ": " + file.errorString().toStdString());
     }
     const QJsonObject object = QJsonDocument::fromJson(file.readAll()).object();
-    if (!object.contains(QString::fromLatin1("before"))) {
+    if (!object.contains("before"_l1)) {
         throw Failure(std::string(path) + " is no journal");
     }
-    Journal journal(Snapshot::fromJson(object["before"].toObject()));
-    for (const QJsonValue place : object["places"].toArray()) {
+    Journal journal(Snapshot::fromJson(object["before"_l1].toObject()));
+    for (const QJsonValue place : object["places"_l1].toArray()) {
         journal.m_places.insert(textOf(place));
     }
-    journal.m_now = object["now"].toBool();
-    journal.m_isComplete = object["complete"].toBool();
-    journal.m_seconds = object["seconds"].toInt();
-
-    journal.m_start = textOf(object["start"]);
-    journal.m_uptime = static_cast<std::int64_t>(object["uptime"].toDouble());
-    journal.m_clock = static_cast<std::int64_t>(object["clock"].toDouble());
+    journal.m_now = object["now"_l1].toBool();
+    journal.m_isComplete = object["complete"_l1].toBool();
+    journal.m_seconds = object["seconds"_l1].toInt();
+    journal.m_start = textOf(object["start"_l1]);
+    journal.m_uptime = static_cast<std::int64_t>(object["uptime"_l1].toDouble());
+    journal.m_clock = static_cast<std::int64_t>(object["clock"_l1].toDouble());
     return journal;
 }
 
@@ -121,15 +121,14 @@ void Journal::save() const
     for (const std::string& place : m_places) {
         places.append(QString::fromStdString(place));
     }
-    const QJsonObject object{{QString::fromLatin1("before"), m_before.toJson()},
-                             {QString::fromLatin1("places"), places},
-                             {QString::fromLatin1("now"), m_now},
-                             {QString::fromLatin1("complete"), m_isComplete},
-                             {QString::fromLatin1("seconds"), m_seconds},
-
-                             {QString::fromLatin1("start"), QString::fromStdString(m_start)},
-                             {QString::fromLatin1("uptime"), double(m_uptime)},
-                             {QString::fromLatin1("clock"), double(m_clock)}};
+    const QJsonObject object{{"before"_l1, m_before.toJson()},
+                             {"places"_l1, places},
+                             {"now"_l1, m_now},
+                             {"complete"_l1, m_isComplete},
+                             {"seconds"_l1, m_seconds},
+                             {"start"_l1, QString::fromStdString(m_start)},
+                             {"uptime"_l1, double(m_uptime)},
+                             {"clock"_l1, double(m_clock)}};
     const QString reason = replaceFile(QString::fromLatin1(path), QJsonDocument(object).toJson());
     if (!reason.isEmpty()) {
         throw Failure(std::string("cannot write ") + path + ": " + reason.toStdString());

@@ -1,5 +1,6 @@
 #include "panelctl/Json.h"
 
+#include "device/Latin1.h"
 #include "panelctl/RecordFields.h"
 #include "regstore/AreaFiles.h"
 #include "regstore/RegisterNames.h"
@@ -45,18 +46,18 @@ void printLine(const QJsonObject& object)
 QJsonObject ofRegister(const RegisterRow& row)
 {
     QJsonObject object{
-        {"id", row.id},
-        {"area", row.area},
-        {"file", text(areaFile(row.area).path)},
-        {"offset", static_cast<int>(row.offset)},
-        {"size", static_cast<int>(row.size)},
-        {"unit", isBitArea(row.area) ? "bits" : "bytes"},
-        {"kind", kindName(kindOf(row))},
+        {"id"_l1, row.id},
+        {"area"_l1, row.area},
+        {"file"_l1, text(areaFile(row.area).path)},
+        {"offset"_l1, static_cast<int>(row.offset)},
+        {"size"_l1, static_cast<int>(row.size)},
+        {"unit"_l1, isBitArea(row.area) ? "bits"_l1 : "bytes"_l1},
+        {"kind"_l1, text(kindName(kindOf(row)))},
     };
     if (const RegisterName* name = findRegisterName(row.id)) {
-        object["name"] = text(name->name);
-        object["description"] = text(name->description);
-        object["announced"] = name->announced == Announced::Yes;
+        object["name"_l1] = text(name->name);
+        object["description"_l1] = text(name->description);
+        object["announced"_l1] = name->announced == Announced::Yes;
     }
     return object;
 }
@@ -64,15 +65,15 @@ QJsonObject ofRegister(const RegisterRow& row)
 QJsonObject ofField(const RecordField& field)
 {
     return {
-        {"record", text(field.record)},
-        {"name", text(field.name)},
-        {"kind", text(kindName(field.kind))},
-        {"offset", static_cast<int>(field.offset)},
-        {"imageOffset", static_cast<int>(imageOffset(field))},
-        {"size", static_cast<int>(field.size)},
-        {"unit", text(field.unit)},
-        {"description", text(field.description)},
-        {"writable", recordOf(field).writable && field.kind != Kind::Reserved},
+        {"record"_l1, text(field.record)},
+        {"name"_l1, text(field.name)},
+        {"kind"_l1, text(kindName(field.kind))},
+        {"offset"_l1, static_cast<int>(field.offset)},
+        {"imageOffset"_l1, static_cast<int>(imageOffset(field))},
+        {"size"_l1, static_cast<int>(field.size)},
+        {"unit"_l1, text(field.unit)},
+        {"description"_l1, text(field.description)},
+        {"writable"_l1, recordOf(field).writable && field.kind != Kind::Reserved},
     };
 }
 

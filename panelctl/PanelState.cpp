@@ -1,5 +1,6 @@
 #include "panelctl/PanelState.h"
 
+#include "device/Latin1.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/RegisterValue.h"
 #include "panelctl/ResolverLines.h"
@@ -14,7 +15,7 @@ namespace {
 /// Whether the settings file says that something is switched off; without the key it is not.
 bool isOffInFile(const Setting& setting)
 {
-    const QSettings file(QString::fromLatin1(settingsFile), QSettings::IniFormat);
+    const QSettings file(QString::fromLatin1(SettingsKeys::file), QSettings::IniFormat);
     const QString key = QString::fromLatin1(setting.key);
     return file.contains(key) && !file.value(key).toBool();
 }
@@ -76,7 +77,9 @@ std::string PanelState::read(const Setting& setting) const
     case Home::Key:
         return isOffInFile(setting) ? "on" : "off";
     case Home::Servers:
-        return ResolverLines::servers(m_resolver, adapterOf(setting)).join(' ').toStdString();
+        return ResolverLines::servers(m_resolver, adapterOf(setting))
+            .join(QLatin1Char(' '))
+            .toStdString();
     }
     return {};
 }
@@ -85,7 +88,7 @@ QJsonValue jsonOf(const Setting& setting, const std::string& text)
 {
     const QString shown = QString::fromStdString(text);
     if (setting.home == Home::Servers) {
-        return QJsonArray::fromStringList(shown.split(' ', Qt::SkipEmptyParts));
+        return QJsonArray::fromStringList(shown.split(QLatin1Char(' '), Qt::SkipEmptyParts));
     }
     if (setting.kind == Kind::Switch) {
         return text == "on";
@@ -95,10 +98,10 @@ QJsonValue jsonOf(const Setting& setting, const std::string& text)
 
 QJsonObject exportState(const PanelState& state, bool identity)
 {
-    QJsonObject object{{QString::fromLatin1("version"), stateVersion}};
+    QJsonObject object{{"version"_l1, stateVersion}};
     for (const Setting& setting : panelSettings) {
         if (state.has(setting) && (identity || partOf(setting) != identityPart)) {
-            const QStringList path = QString::fromLatin1(setting.place).split('.');
+            const QStringList path = QString::fromLatin1(setting.place).split(QLatin1Char('.'));
             object = with(object, path, 0, jsonOf(setting, state.value(setting)));
         }
     }

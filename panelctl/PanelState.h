@@ -1,5 +1,6 @@
 #pragma once
 
+#include "device/SettingsKeys.h"
 #include "panelctl/DeviceImage.h"
 #include "regstore/ValueKind.h"
 
@@ -35,19 +36,19 @@ struct Setting
 inline constexpr std::array panelSettings{
     Setting{"display.brightness", Kind::Level, Home::Field, "brightness"},
     Setting{"display.language", Kind::Language, Home::Register, "language"},
-    Setting{"sound.buzzer", Kind::Switch, Home::Register, "buzzer", "General/buzzer", "on", "off"},
+    Setting{"sound.buzzer", Kind::Switch, Home::Register, "buzzer", SettingsKeys::buzzer, "on", "off"},
     Setting{"network.default_adapter", Kind::DefaultAdapter, Home::Register, "default_adapter"},
     Setting{"network.eth0.ip", Kind::Ipv4, Home::Field, "eth0_ip"},
     Setting{"network.eth0.mask", Kind::Netmask, Home::Field, "eth0_mask"},
     Setting{"network.eth0.gateway", Kind::Ipv4, Home::Field, "eth0_gateway"},
     Setting{"network.eth0.dhcp", Kind::Switch, Home::Register, "eth0_dhcp"},
-    Setting{"network.eth0.off", Kind::Switch, Home::Key, "eth0_off", "Network0/enable", "false", "true"},
+    Setting{"network.eth0.off", Kind::Switch, Home::Key, "eth0_off", SettingsKeys::eth0Enable, "false", "true"},
     Setting{"network.eth0.dns", Kind::Ipv4, Home::Servers, "eth0"},
     Setting{"network.eth1.ip", Kind::Ipv4, Home::Field, "eth1_ip"},
     Setting{"network.eth1.mask", Kind::Netmask, Home::Field, "eth1_mask"},
     Setting{"network.eth1.gateway", Kind::Ipv4, Home::Field, "eth1_gateway"},
     Setting{"network.eth1.dhcp", Kind::Switch, Home::Register, "eth1_dhcp"},
-    Setting{"network.eth1.off", Kind::Switch, Home::Key, "eth1_off", "Network1/enable", "false", "true"},
+    Setting{"network.eth1.off", Kind::Switch, Home::Key, "eth1_off", SettingsKeys::eth1Enable, "false", "true"},
     Setting{"network.eth1.dns", Kind::Ipv4, Home::Servers, "eth1"},
     Setting{"identity.eth0_mac", Kind::Mac, Home::Field, "eth0_mac"},
     Setting{"identity.eth1_mac", Kind::Mac, Home::Field, "eth1_mac"},
@@ -57,7 +58,6 @@ inline constexpr std::array panelSettings{
 /// Version of the JSON.
 constexpr int stateVersion = 1;
 constexpr std::string_view identityPart = "identity";
-constexpr const char* settingsFile = "/hmi/Config/system_settings.ini";
 
 /// Adapter 0 or 1 that a setting belongs to, -1 for the others.
 int adapterOf(const Setting& setting);

@@ -1,5 +1,6 @@
 // reg list, reg read and reg write.
 
+#include "device/Latin1.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterValue.h"
@@ -147,8 +148,8 @@ bool write(const RegisterRow& row, const Value::Bytes& value, bool notify)
 QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value)
 {
     QJsonObject object = Json::ofRegister(row);
-    object["value"] = QString::fromStdString(Value::show(kindOf(row), value));
-    object["bytes"] = QString::fromStdString(Value::hex(value));
+    object["value"_l1] = QString::fromStdString(Value::show(kindOf(row), value));
+    object["bytes"_l1] = QString::fromStdString(Value::hex(value));
     return object;
 }
 

@@ -1,5 +1,6 @@
 // dns show, set and clear.
 
+#include "device/Latin1.h"
 #include "device/ResolverFile.h"
 #include "device/ResolverText.h"
 #include "panelctl/Commands.h"
@@ -49,7 +50,7 @@ void writeText(const QByteArray& text)
 
 QString adapterName(int adapter)
 {
-    return QString::fromLatin1("eth%1").arg(adapter);
+    return QString("eth%1"_l1).arg(adapter);
 }
 
 QJsonObject jsonOf(const QByteArray& text, int adapter)
@@ -74,7 +75,7 @@ void Commands::dnsShow(const Arguments& given)
         all[adapterName(adapter)] = servers;
         for (const char* word : serverWords) {
             if (!given.has(Option::Json)) {
-                const QString address = servers[QString::fromLatin1(word)].toString("-");
+                const QString address = servers[QString::fromLatin1(word)].toString("-"_l1);
                 std::cout << adapterName(adapter).toStdString() << ' ' << word << ' '
                           << address.toStdString() << '\n';
             }

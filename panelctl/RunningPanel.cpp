@@ -5,6 +5,7 @@
 #include "adapters/DottedQuad.h"
 #include "adapters/RunningAdapter.h"
 #include "device/EEInfoHandle.h"
+#include "device/Latin1.h"
 #include "panelctl/Descriptor.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/Value.h"
@@ -76,9 +77,9 @@ public:
     {
         const bool isSwitched = hasChanged("off") || hasChanged("dhcp");
         const RunningAdapter adapter(m_number);
-        if (text("off") == QLatin1String("on")) {
+        if (text("off") == "on"_l1) {
             adapter.takeDown();
-        } else if (text("dhcp") == QLatin1String("off")) {
+        } else if (text("dhcp") == "off"_l1) {
             followAddress(adapter, isSwitched);
         } else if (isSwitched) {
             adapter.startDhcpClient();

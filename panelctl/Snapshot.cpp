@@ -1,5 +1,6 @@
 #include "panelctl/Snapshot.h"
 
+#include "device/Latin1.h"
 #include "device/ResolverFile.h"
 #include "panelctl/Command.h"
 #include "panelctl/Descriptor.h"
@@ -46,8 +47,8 @@ Content contentOf(const std::string& path)
 QByteArray settingsWith(const Changes& changes)
 {
     const QTemporaryDir folder;
-    const QString copy = folder.filePath(QString::fromLatin1("settings.ini"));
-    QFile::copy(QString::fromLatin1(settingsFile), copy);
+    const QString copy = folder.filePath("settings.ini"_l1);
+    QFile::copy(QString::fromLatin1(SettingsKeys::file), copy);
     {
         QSettings file(copy, QSettings::IniFormat);
         for (const auto& [setting, value] : changes) {
@@ -59,7 +60,7 @@ QByteArray settingsWith(const Changes& changes)
         }
         file.sync();
         if (file.status() != QSettings::NoError) {
-            throw Failure(std::string("cannot prepare ") + settingsFile);
+            throw Failure(std::string("cannot prepare ") + SettingsKeys::file);
         }
     }
     return contentOf(copy.toStdString()).value_or(QByteArray());
@@ -148,7 +149,7 @@ Snapshot Snapshot::after(const PanelState& panel, const Changes& changes)
     for (const auto& [setting, value] : changes) {
         if (setting->home == Home::Servers) {
             resolver = ResolverLines::with(resolver, adapterOf(*setting),
-                                           text(value).split(' ', Qt::SkipEmptyParts));
+                                           text(value).split(QLatin1Char(' '), Qt::SkipEmptyParts));
             snapshot.m_files[ResolverFile::path] = resolver;
         } else if (setting->home == Home::Field) {
             const RecordField& field = fieldNamed(setting->name);
@@ -159,7 +160,7 @@ Snapshot Snapshot::after(const PanelState& panel, const Changes& changes)
             snapshot.m_registers[setting->name] = Value::parse(setting->kind, value, empty);
         }
         if (setting->key) {
-            snapshot.m_files[settingsFile] = settingsWith(changes);
+            snapshot.m_files[SettingsKeys::file] = settingsWith(changes);
         }
     }
     return snapshot;
@@ -235,19 +236,19 @@ QJsonObject Snapshot::toJson() const
         files[text(path)] =
             content ? QJsonValue(QString::fromLatin1(content->toBase64())) : QJsonValue();
     }
-    return {{QString::fromLatin1("image"), QString::fromLatin1(m_image.toHex())},
-            {QString::fromLatin1("fields"), jsonOf(m_fields)},
-            {QString::fromLatin1("registers"), jsonOf(m_registers)},
-            {QString::fromLatin1("files"), files}};
+    return {{"image"_l1, QString::fromLatin1(m_image.toHex())},
+            {"fields"_l1, jsonOf(m_fields)},
+            {"registers"_l1, jsonOf(m_registers)},
+            {"files"_l1, files}};
 }
 
 Snapshot Snapshot::fromJson(const QJsonObject& object)
 {
     Snapshot snapshot;
-    snapshot.m_image = QByteArray::fromHex(object["image"].toString().toLatin1());
-    snapshot.m_fields = valuesOf(object["fields"].toObject(), sizeOfField);
-    snapshot.m_registers = valuesOf(object["registers"].toObject(), sizeOfRegister);
-    const QJsonObject files = object["files"].toObject();
+    snapshot.m_image = QByteArray::fromHex(object["image"_l1].toString().toLatin1());
+    snapshot.m_fields = valuesOf(object["fields"_l1].toObject(), sizeOfField);
+    snapshot.m_registers = valuesOf(object["registers"_l1].toObject(), sizeOfRegister);
+    const QJsonObject files = object["files"_l1].toObject();
     for (auto at = files.begin(); at != files.end(); ++at) {
         snapshot.m_files[at.key().toStdString()] =
             at.value().isString()

@@ -1,5 +1,8 @@
 #include "adapters/AdapterTable.h"
 #include "device/EEInfoDetail.h"
+#include "device/Latin1.h"
+#include "device/ResolverFile.h"
+#include "device/SettingsKeys.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Json.h"
 #include "panelctl/PanelState.h"
@@ -25,20 +28,20 @@ QJsonArray arrayOf(const Rows& rows, ToObject toObject)
 
 QJsonObject ofArea(const AreaFile& area)
 {
-    return {{"area", static_cast<int>(area.area)},
-            {"file", QString::fromLatin1(area.path)},
-            {"unit", isBitArea(area.area) ? "bits" : "bytes"},
-            {"stored", area.stored},
-            {"synchronised", area.synchronised},
-            {"bytes", static_cast<int>(newAreaBytes)}};
+    return {{"area"_l1, static_cast<int>(area.area)},
+            {"file"_l1, QString::fromLatin1(area.path)},
+            {"unit"_l1, isBitArea(area.area) ? "bits"_l1 : "bytes"_l1},
+            {"stored"_l1, area.stored},
+            {"synchronised"_l1, area.synchronised},
+            {"bytes"_l1, static_cast<int>(newAreaBytes)}};
 }
 
 QJsonObject ofRecord(const RecordRow& record)
 {
-    return {{"name", QString::fromLatin1(record.name)},
-            {"offset", static_cast<int>(record.offset)},
-            {"size", static_cast<int>(record.size)},
-            {"writable", record.writable}};
+    return {{"name"_l1, QString::fromLatin1(record.name)},
+            {"offset"_l1, static_cast<int>(record.offset)},
+            {"size"_l1, static_cast<int>(record.size)},
+            {"writable"_l1, record.writable}};
 }
 
 /// The name of the field of Flash_WR_1 that lies at an offset.
@@ -54,26 +57,34 @@ QString fieldAt(std::size_t offset)
 
 QJsonObject ofQuad(const StoredQuad& quad)
 {
-    return {{"field", fieldAt(quad.recordOffset)},
-            {"register", static_cast<int>(quad.mirror.id())}};
+    return {{"field"_l1, fieldAt(quad.recordOffset)},
+            {"register"_l1, static_cast<int>(quad.mirror.id())}};
 }
 
 QJsonObject ofAdapter(const AdapterRow& adapter)
 {
-    return {{"name", QString::fromLatin1(adapter.interfaceName)},
-            {"pidFile", QString::fromLatin1(adapter.pidFile)},
-            {"mac", fieldAt(adapter.macOffset)},
-            {"ip", ofQuad(adapter.ip)},
-            {"mask", ofQuad(adapter.mask)},
-            {"gateway", ofQuad(adapter.gateway)},
-            {"off", static_cast<int>(adapter.disabledRegister.id())},
-            {"dhcp", static_cast<int>(adapter.dhcpRegister.id())}};
+    return {{"name"_l1, QString::fromLatin1(adapter.interfaceName)},
+            {"pidFile"_l1, QString::fromLatin1(adapter.pidFile)},
+            {"enableKey"_l1, QString::fromLatin1(adapter.enableKey)},
+            {"mac"_l1, fieldAt(adapter.macOffset)},
+            {"ip"_l1, ofQuad(adapter.ip)},
+            {"mask"_l1, ofQuad(adapter.mask)},
+            {"gateway"_l1, ofQuad(adapter.gateway)},
+            {"off"_l1, static_cast<int>(adapter.disabledRegister.id())},
+            {"dhcp"_l1, static_cast<int>(adapter.dhcpRegister.id())}};
+}
+
+QJsonObject files()
+{
+    return {{"settings"_l1, QString::fromLatin1(SettingsKeys::file)},
+            {"resolver"_l1, QString::fromLatin1(ResolverFile::path)},
+            {"resolverBackup"_l1, QString::fromLatin1(ResolverFile::backupPath)}};
 }
 
 QJsonObject ofSetting(const Setting& setting)
 {
-    return {{"place", QString::fromLatin1(setting.place)},
-            {"kind", QString::fromLatin1(kindName(setting.kind))}};
+    return {{"place"_l1, QString::fromLatin1(setting.place)},
+            {"kind"_l1, QString::fromLatin1(kindName(setting.kind))}};
 }
 
 } // namespace
@@ -81,17 +92,19 @@ QJsonObject ofSetting(const Setting& setting)
 void Commands::tables(const Arguments& /*given*/)
 {
     Json::print(QJsonObject{
-        {"imageBytes", static_cast<int>(EEInfoDetail::imageBytes)},
-        {"records", arrayOf(recordRows, ofRecord)},
-        {"fields", arrayOf(recordFields, Json::ofField)},
-        {"areas", arrayOf(areaFiles, ofArea)},
-        {"registers", arrayOf(registerTable, Json::ofRegister)},
-        {"adapters", arrayOf(adapterTable, ofAdapter)},
-        {"settings", arrayOf(panelSettings, ofSetting)},
-        {"pipes", QJsonObject{{"registers", QString::fromLatin1(registerPipe)},
-                              {"areas", QString::fromLatin1(areaPipe)}}},
-        {"noticeBytes",
-         QJsonObject{{"registers", static_cast<int>(sizeof(NoticeBytes<RegisterNotice>))},
-                     {"areas", static_cast<int>(sizeof(NoticeBytes<AreaNotice>))}}},
+        {"imageBytes"_l1, static_cast<int>(EEInfoDetail::imageBytes)},
+        {"records"_l1, arrayOf(recordRows, ofRecord)},
+        {"fields"_l1, arrayOf(recordFields, Json::ofField)},
+        {"areas"_l1, arrayOf(areaFiles, ofArea)},
+        {"registers"_l1, arrayOf(registerTable, Json::ofRegister)},
+        {"adapters"_l1, arrayOf(adapterTable, ofAdapter)},
+        {"settings"_l1, arrayOf(panelSettings, ofSetting)},
+        {"files"_l1, files()},
+        {"buzzerKey"_l1, QString::fromLatin1(SettingsKeys::buzzer)},
+        {"pipes"_l1, QJsonObject{{"registers"_l1, QString::fromLatin1(registerPipe)},
+                                 {"areas"_l1, QString::fromLatin1(areaPipe)}}},
+        {"noticeBytes"_l1,
+         QJsonObject{{"registers"_l1, static_cast<int>(sizeof(NoticeBytes<RegisterNotice>))},
+                     {"areas"_l1, static_cast<int>(sizeof(NoticeBytes<AreaNotice>))}}},
     });
 }

@@ -1,5 +1,6 @@
 // export, import, confirm and recover.
 
+#include "device/Latin1.h"
 #include "panelctl/Commands.h"
 #include "panelctl/ImportFile.h"
 #include "panelctl/Journal.h"
@@ -41,7 +42,7 @@ std::set<std::string> wantedParts(const Arguments& given)
 {
     std::set<std::string> parts;
     const QString list = QString::fromStdString(given.value(Option::Only));
-    for (const QString& part : list.split(',', Qt::SkipEmptyParts)) {
+    for (const QString& part : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
         const std::string word = part.toStdString();
         if (!isPart(word)) {
             throw UsageError("there is no part '" + word +
@@ -100,9 +101,9 @@ void printChanges(const PanelState& panel, const Changes& changes, const Argumen
     QJsonArray rows;
     for (const auto& [setting, value] : changes) {
         const std::string before = panel.value(*setting);
-        rows.append(QJsonObject{{"place", QString::fromLatin1(setting->place)},
-                                {"before", jsonOf(*setting, before)},
-                                {"after", jsonOf(*setting, value)}});
+        rows.append(QJsonObject{{"place"_l1, QString::fromLatin1(setting->place)},
+                                {"before"_l1, jsonOf(*setting, before)},
+                                {"after"_l1, jsonOf(*setting, value)}});
         if (!given.has(Option::Json)) {
             std::cout << setting->place << ": " << shown(before) << " -> " << shown(value) << '\n';
         }

@@ -224,9 +224,16 @@ Bytes parseAdapters(const std::string& text, Bytes bytes)
     return bytes;
 }
 
+/// The values that fit.
+std::string levels()
+{
+    return std::to_string(Brightness::lowestRaw) + " to " + std::to_string(Brightness::highestRaw) +
+           ", " + std::to_string(Brightness::rawPerLevel) + " for each, or 0 for off";
+}
+
 std::string levelProblem(std::uint64_t value)
 {
-    return value == 0 || isLevel(value) ? "" : "is no level: 76 to 200, 4 for each, or 0 for off";
+    return value == 0 || isLevel(value) ? "" : "is no level: " + levels();
 }
 
 Bytes parseAs(Kind kind, const std::string& text, const Bytes& before)
@@ -359,7 +366,7 @@ std::string fitting(Kind kind, std::size_t size)
     case Kind::Number:
         return "a number from 0 to " + std::to_string(largestOf(size));
     case Kind::Level:
-        return "a level: 76 to 200, 4 for each, or 0 for off";
+        return "a level: " + levels();
     case Kind::Switch:
         return alternatives(switchWords);
     case Kind::Ipv4:

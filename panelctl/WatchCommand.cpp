@@ -1,5 +1,6 @@
 // reg watch.
 
+#include "device/Latin1.h"
 #include "panelctl/Commands.h"
 #include "panelctl/Descriptor.h"
 #include "panelctl/Json.h"
@@ -69,19 +70,19 @@ bool take(const Descriptor& pipe, Notice& notice)
 /// The register with the value it has by now, or its id alone when that cannot be read.
 QJsonObject registerNotice(unsigned id)
 {
-    QJsonObject notice{{"notice", "register"}, {"id", static_cast<qint64>(id)}};
+    QJsonObject notice{{"notice"_l1, "register"_l1}, {"id"_l1, static_cast<qint64>(id)}};
     if (id >= registerTable.size()) {
         return notice;
     }
     if (const RegisterName* name = findRegisterName(id)) {
-        notice["name"] = QString::fromLatin1(name->name);
+        notice["name"_l1] = QString::fromLatin1(name->name);
     }
     const RegisterRow& row = registerTable[id];
     try {
-        notice["value"] =
+        notice["value"_l1] =
             QString::fromStdString(Value::show(kindOf(row), RegisterValue::read(row)));
     } catch (const Failure&) {
-        notice["value"] = QJsonValue::Null;
+        notice["value"_l1] = QJsonValue::Null;
     }
     return notice;
 }
@@ -92,7 +93,7 @@ void tellRegister(unsigned id, bool json)
     if (json) {
         return Json::printLine(notice);
     }
-    const QString value = notice["value"].toString(QString::fromLatin1("?"));
+    const QString value = notice["value"_l1].toString("?"_l1);
     std::cout << "register " << RegisterValue::label(id) << " = " << value.toStdString()
               << std::endl;
 }
@@ -101,10 +102,10 @@ void tellRange(const AreaNotice& range, bool json)
 {
     const auto [area, offset, length] = range;
     if (json) {
-        return Json::printLine({{"notice", "area"},
-                                {"area", static_cast<qint64>(area)},
-                                {"offset", static_cast<qint64>(offset)},
-                                {"length", static_cast<qint64>(length)}});
+        return Json::printLine({{"notice"_l1, "area"_l1},
+                                {"area"_l1, static_cast<qint64>(area)},
+                                {"offset"_l1, static_cast<qint64>(offset)},
+                                {"length"_l1, static_cast<qint64>(length)}});
     }
     std::cout << "area " << area << " from " << (isBitArea(area) ? "bit " : "byte ") << offset
               << " length " << length << std::endl;

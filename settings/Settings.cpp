@@ -1,11 +1,11 @@
 #include "settings/Settings.h"
 
 #include "common/KeyBeep.h"
-#include "common/Latin1.h"
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "device/DeviceScreen.h"
 #include "device/EEInfoHandle.h"
+#include "device/Latin1.h"
 #include "device/ProcessTable.h"
 #include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
@@ -83,7 +83,7 @@ constexpr QLatin1String sdPicture = ":/Resources/sd.png"_l1;
 
 QString languageFace(const Languages::Language& language, bool selected)
 {
-    return QString::fromLatin1("QPushButton{border-image: url(:/Resources/%1_%2.png); color:white}")
+    return QString("QPushButton{border-image: url(:/Resources/%1_%2.png); color:white}"_l1)
         .arg(QLatin1String(language.pictures), selected ? "selected"_l1 : "unselected"_l1);
 }
 

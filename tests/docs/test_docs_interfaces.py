@@ -141,13 +141,17 @@ class Files(unittest.TestCase):
         named = {path for path in in_source("%TEXT") if re.fullmatch(r"/[a-z][^ ]*", path)}
         tools = {path for path in named if path.startswith("/root/plat-intf/")}
         elsewhere = set(column("Areas", "File")) | set(column("Notice pipes", "Pipe"))
-        relative = in_source(r"QFile file\(QLatin1String\(%TEXT\)\)") - named
+        # The connectivity test names its file as its command lines do.
+        relative = {path for path in in_source("%TEXT") if re.fullmatch(r"\w+\.txt", path)}
         self.assertEqual(set(column("Files", "File")), (named - tools - elsewhere) | relative)
 
+    def test_filesOfTheTables_areListed(self):
+        printed = {*TABLES["files"].values(), *(row["pidFile"] for row in TABLES["adapters"])}
+        self.assertLessEqual(printed, set(column("Files", "File")))
+
     def test_keysOfTheSettingsFile_areThoseOfTheCode(self):
-        self.assertEqual(set(column("Settings file", "Key")),
-                         {text for text in in_source("%TEXT") if re.fullmatch(r"[A-Z]\w+%?1?/[a-z]+",
-                                                                              text)})
+        self.assertEqual(column("Settings file", "Key"),
+                         [TABLES["buzzerKey"], *(row["enableKey"] for row in TABLES["adapters"])])
 
 
 class Commands(unittest.TestCase):

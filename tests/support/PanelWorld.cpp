@@ -1,6 +1,6 @@
 #include "tests/support/PanelWorld.h"
 
-#include "common/Latin1.h"
+#include "device/Latin1.h"
 
 #include <QDir>
 #include <QFile>

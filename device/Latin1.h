@@ -2,7 +2,7 @@
 
 #include <QLatin1String>
 
-/// Fixed texts of the windows, as "..."_l1 instead of QStringLiteral: Qt copies them, where a
+/// Fixed texts of the product, as "..."_l1 instead of QStringLiteral: Qt copies them, where a
 /// literal would leave pointers into this library with a host that has unloaded it.
 constexpr QLatin1String operator""_l1(const char* text, std::size_t size)
 {
