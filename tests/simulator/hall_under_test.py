@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import shutil
 import subprocess
 import tempfile
 import time
@@ -26,6 +27,8 @@ class Hall:
         self.files = self.folder / "files"
         self.scratch = self.folder / "scratch"
         self.scratch.mkdir()
+        # The control room fills its folder with the examples when it is empty, which here it is not.
+        shutil.copytree(ROOT / "ansible" / "examples", self.files)
         self._count = 0
         self._log = open(self.folder / "log", "w+b")
         self._process = subprocess.Popen(
@@ -38,8 +41,6 @@ class Hall:
         """Begins a script and returns its number."""
         self._count += 1
         name = self.files / f".script{self._count}"
-        if not self.files.exists():
-            self._wait_for(self.files.exists)
         name.write_text(script)
         base = f".script{self._count}"
         self._process.stdin.write(

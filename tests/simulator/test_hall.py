@@ -1,9 +1,11 @@
 """Many panels in one network and the control room in it: what each of them is, what can be done to
 them, and that nothing of it gets out."""
 
+import os
 import pathlib
 import re
 import signal
+import subprocess
 import sys
 import time
 import unittest
@@ -174,6 +176,14 @@ class End(unittest.TestCase):
         while processes_with(str(self.hall.folder)) or list(self.hall.scratch.iterdir()):
             self.assertLess(time.monotonic(), deadline, processes_with(str(self.hall.folder)))
             time.sleep(0.05)
+
+    def test_control_room_begins_with_the_examples_and_ends_with_its_command_s_status(self):
+        done = subprocess.run(
+            [ROOT / "simulator" / "hall" / "start", "--build", BUILD, "--panels", "1", "--", "bash",
+             "-c", "ls; exit 7"], env={**os.environ, "TMPDIR": str(self.hall.scratch)}, text=True,
+            stdin=subprocess.DEVNULL, capture_output=True, check=False)
+        self.assertEqual((done.returncode, done.stderr), (7, ""))
+        self.assertIn("hall.csv", done.stdout.split())
 
     def test_nothing_is_left_when_the_control_room_ends(self):
         self.assertEqual(self.hall.end(), 0)
