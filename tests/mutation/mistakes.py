@@ -30,6 +30,9 @@ class Mistake:
     before: tuple
     after: tuple
 
+    def room(self):
+        return self.path.split("/", maxsplit=1)[0]
+
     def key(self):
         """What tells it from others wherever the lines have moved."""
         return (self.path, tuple(line.strip() for line in self.before),

@@ -75,7 +75,8 @@ class Memory:
 
 
 class Suite:
-    """The tests that a configured build has."""
+    """The tests that a configured build has. Each is linked when its turn has come: most mistakes
+    are noticed by the first one."""
 
     def __init__(self, build, log, jobs, memory):
         self._build = build
@@ -83,36 +84,50 @@ class Suite:
         self._jobs = jobs
         self.memory = memory
         self._tests = {}
+        self._left_out = ""
+        self._building = threading.Lock()
 
     def load(self, left_out):
+        self._left_out = left_out
         listed = subprocess.run(["ctest", "--test-dir", self._build, "--show-only=json-v1"],
                                 check=True, capture_output=True, text=True).stdout
         self._tests = {test["name"]: test for test in json.loads(listed)["tests"]
                        if not re.search(left_out, test["name"])}
 
-    def below(self, folder):
-        """The names of the tests that a folder of the build has."""
-        top = self._build / folder
+    def below(self, folder, but=None):
+        """The names of the tests that a folder of the build has, but for those of another one."""
+        def is_in(test, top):
+            return self._build / top in (self._folder(test), *self._folder(test).parents)
         return [name for name, test in self._tests.items()
-                if top in (self._folder(test), *self._folder(test).parents)]
+                if is_in(test, folder) and not (but and is_in(test, but))]
 
     def _folder(self, test):
         return next(pathlib.Path(each["value"]) for each in test["properties"]
                     if each["name"] == "WORKING_DIRECTORY")
 
     def touched(self, names, since):
-        """Those that anything built since a time may have changed: their program is new, or they
-        have none, or a library is new that any may load."""
+        """Those that anything built since a time may have changed: their program is new, or names a
+        library that is, or they have none."""
         def is_new(path):
             return path.stat().st_mtime >= since
-        if any(map(is_new, self._build.rglob("*.so"))):
-            return names
+        libraries = [path.name.encode() for path in self._build.rglob("*.so") if is_new(path)]
+
+        def is_touched(program):
+            return is_new(program) or any(name in program.read_bytes() for name in libraries)
         return [name for name in names
-                if not (programs := self._programs(name)) or any(map(is_new, programs))]
+                if not (programs := self._programs(name)) or any(map(is_touched, programs))]
 
     def _programs(self, name):
+        if "command" not in self._tests[name]:  # ctest tells none that was not built yet
+            self.load(self._left_out)
         words = map(pathlib.Path, self._tests[name].get("command", []))
-        return [word for word in words if self._build in word.parents and word.is_file()]
+        return [word for word in words if self._build in word.parents and not word.is_dir()]
+
+    def makes(self, targets):
+        """Whether these targets, or files of the build, can be built."""
+        with self._building:
+            return run(["cmake", "--build", self._build, "--parallel", self._jobs, "--target",
+                        *targets], self._log) == 0
 
     def failed(self, names, path=""):
         """The first of the tests that fails or takes far too long, None when all pass. They run
@@ -134,11 +149,14 @@ class Suite:
             try:
                 name = waiting.get_nowait()
             except queue.Empty:
-                return
-            began = time.monotonic()
+                return None
             limit = None
             if name in self.memory.passed:
                 limit = LEAST_SECONDS + LIMIT_FACTOR * self.memory.seconds[name]
+            programs = self._programs(name)
+            if programs and not self.makes([path.name for path in programs]):
+                return race.lose(name)
+            began = time.monotonic()
             status = run(["ctest", "--test-dir", self._build, "--tests-regex",
                           f"^{re.escape(name)}$", "--output-on-failure"],
                          self._log, limit, race.join)
@@ -146,6 +164,7 @@ class Suite:
                 race.lose(name)
             elif limit is None:
                 self.memory.takes(name, time.monotonic() - began)
+        return None
 
 
 class Race:

@@ -122,7 +122,7 @@ class Toy(unittest.TestCase):
         self.assertEqual(len(re.findall(
             r"^\d+/100 device/Limit.cpp:5 noticed by test_device, \d+ s$", output, re.M)), 3)
         self.assertEqual(len(re.findall(
-            r"^\d+/100 device/Limit.cpp:10 noticed by elsewhere, \d+ s$", output, re.M)), 2)
+            r"^others: device/Limit.cpp:10 noticed by elsewhere, \d+ s$", output, re.M)), 2)
         self.assertIn("1 of 6 mistakes were not noticed:\n"
                       "device/Limit.cpp:15\n    - return 4000;\n    + return 3999;\n", output)
         self.assertRegex(output, r"(?m)^device +6 +3 +2 +83.3%$")
@@ -202,6 +202,9 @@ class Order(unittest.TestCase):
         library = self.build / "plugin.so"
         library.touch()
         os.utime(library, (later, later))
+        self.assertEqual(suite.touched(names, later), ["of_script"])
+        program.write_bytes(b"loads \0plugin.so\0")
+        os.utime(program, (later - 1, later - 1))
         self.assertEqual(suite.touched(names, later), names)
 
 

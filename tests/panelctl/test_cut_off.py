@@ -1,13 +1,15 @@
 """panelctl's imports that are cut off or fail on the way: the old settings come back."""
 
+import fcntl
 import json
+import os
 import pathlib
 import re
 import signal
 import subprocess
 import unittest
 
-from panel_world import AREAS, IMAGE, PROGRAM, RESOLVER, WAIT_S, start
+from panel_world import AREAS, IMAGE, PROGRAM, RESOLVER, WAIT_S, start, wait_for
 from test_transfer import JOURNAL, OTHER, TWO_ADAPTERS, TransferTest
 
 
@@ -79,6 +81,19 @@ class Interrupted(TransferTest):
         self.assertTrue(JOURNAL.exists())
         self.assertEqual(start("recover").returncode, 0)
         self.assertEqual(start("recover").returncode, 3)
+
+    def test_import_that_ends_meanwhile_is_not_taken_back(self):
+        """Somebody waits for the import that is under way, which then has ended well."""
+        JOURNAL.write_text("?")
+        with open("/var/run/panelctl.lock", "wb") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            repair = subprocess.Popen([PROGRAM, "recover"], stdout=subprocess.PIPE)
+            wait_for(lambda: any("panelctl.lock" in os.readlink(link)
+                                 for link in pathlib.Path(f"/proc/{repair.pid}/fd").iterdir()),
+                     "somebody who waits")
+            JOURNAL.unlink()
+        self.assertEqual(repair.communicate(timeout=WAIT_S)[0], b"nothing was cut off\n")
+        self.assertEqual(repair.returncode, 3)
 
     def test_image_that_was_left_broken_comes_back_whole(self):
         self.cut_off()

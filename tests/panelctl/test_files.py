@@ -74,6 +74,31 @@ class Replacement(PanelTest):
         self.assertEqual(RESOLVER.read_bytes(), line("eth0", "1.1.1.1"))
         self.assertEqual(self.drafts(), [])
 
+    def test_call_that_fails_is_told_and_nothing_is_changed(self):
+        def is_of_replacement(call):
+            return str(RESOLVER.parent) in call or "/#" in call or "umask" in call
+        failing = {"write": "ENOSPC", "fchown": "EPERM", "fchmod": "EPERM", "fsync": "EIO",
+                   "linkat": "EIO", "renameat": "EIO"}
+        calls = self.trace()
+        for name, error in failing.items():
+            kind = [call for call in calls if call.startswith(f"{name}(")]
+            for number, call in enumerate(kind, 1):
+                if not is_of_replacement(call):
+                    continue
+                self.keep_resolver()
+                with self.subTest(call=call):
+                    result = subprocess.run(
+                        ["strace", "-o", self.TRACE, "-e", f"inject={name}:error={error}:when={number}",
+                         PROGRAM, "dns", "set", "eth0", "first", "2.2.2.2"],
+                        capture_output=True, check=False)
+                    self.assertEqual(result.returncode, 1)
+                    self.assertIn("cannot change", self.one_line(result.stderr))
+                    is_renamed = name == "fsync" and number > 1  # the folder's, when all is done
+                    self.assertEqual(RESOLVER.read_bytes(),
+                                     self.NEW if is_renamed else line("eth0", "1.1.1.1"))
+                    self.assertEqual(self.drafts(), [])
+        self.assertGreater(sum(call.startswith("fsync(") for call in calls), 1)
+
     def drafts(self):
         return [path.name for path in RESOLVER.parent.iterdir() if path.name.endswith(".new")]
 

@@ -298,6 +298,25 @@ class Tables(PanelTest):
                         len(self.output("reg", "list").splitlines()))
 
 
+    def test_terminal_that_tells_next_to_no_width_has_80_columns(self):
+        words = ("help", "device")
+        for columns in (0, 1, 19):
+            with self.subTest(columns=columns):
+                self.assertEqual(on_terminal(columns, *words), self.output(*words).splitlines())
+        self.assertLessEqual(max(len(line) for line in on_terminal(20, *words)
+                                 if line.startswith("      ")), 20)
+
+    def test_line_of_exactly_the_width_is_not_broken(self):
+        widest = max(map(len, on_terminal(400, "help")))
+        for columns, is_same in ((widest, True), (widest - 1, False)):
+            with self.subTest(columns=columns):
+                self.assertEqual(on_terminal(columns, "help") == on_terminal(400, "help"), is_same)
+        rows = on_terminal(400, "device", "fields")
+        widest = max(map(len, rows))
+        self.assertEqual(on_terminal(widest, "device", "fields"), rows)
+        self.assertNotEqual(on_terminal(widest - 1, "device", "fields"), rows)
+
+
 class Completion(PanelTest):
     def candidates(self, *words):
         return self.output("complete", "--", *words).split()
