@@ -72,10 +72,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Output)
     /// What has arrived by now: nobody flushes for the product.
-    static QByteArray text()
-    {
-        return PanelWorld::fileContent(QStringLiteral("/tmp/output"));
-    }
+    static QByteArray text() { return PanelWorld::fileContent(QStringLiteral("/tmp/output")); }
 
 private:
     int m_stream;
