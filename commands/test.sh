@@ -2,9 +2,9 @@
 usage_test() {
     cat <<'END'
 ./panel test
-  builds the release and the sanitizer variant and passes every test of both; then lets a fuzzer
-  try some thousand inputs on whatever parses foreign bytes; builds for ARM and passes there what
-  shows most in a short time, see ./panel arm test
+  builds the release and the sanitizer variant and passes every test of both, those of scripts and
+  documents once; then lets a fuzzer try some thousand inputs on whatever parses foreign bytes;
+  builds for ARM and passes there what shows most in a short time, see ./panel arm test
 END
 }
 
@@ -28,7 +28,8 @@ panel_test() {
     for preset in release asan-ubsan fuzz; do
         build "$preset"
         log=$root/build/$preset/test.log
-        (cd "$root" && ctest --preset "$preset" --parallel "$(nproc)") 2>&1 |
+        # Many a test waits for a panel to start or for a network to answer.
+        (cd "$root" && ctest --preset "$preset" --parallel "$((2 * $(nproc)))") 2>&1 |
             show_tests "testing $preset" "$log" || true
         ctest_totals "$log"
     done

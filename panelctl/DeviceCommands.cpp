@@ -133,7 +133,7 @@ void change(DeviceImage& image, const std::vector<std::string>& words)
 /// Empty for the device.
 std::string fileToChange(const Arguments& given)
 {
-    const std::string file = given.value(Option::Image);
+    std::string file = given.value(Option::Image);
     if (file == "-") {
         throw UsageError("standard input cannot be changed; --image needs a file here");
     }

@@ -694,9 +694,9 @@ class Test(Machine):
         self.assertEqual(output.splitlines()[-1], "20 passed, 0 failed")
         short = " --tests-regex ^(test_device|test_fileio|test_regstore|test_plugin)$"
         self.assertEqual([call for call in self.calls() if call.startswith("ctest")],
-                         ["ctest --preset release --parallel 3",
-                          "ctest --preset asan-ubsan --parallel 3",
-                          "ctest --preset fuzz --parallel 3",
+                         ["ctest --preset release --parallel 6",
+                          "ctest --preset asan-ubsan --parallel 6",
+                          "ctest --preset fuzz --parallel 6",
                           f"ctest --preset armhf --parallel 3{short}",
                           f"ctest --preset arm64 --parallel 3{short}"])
 
