@@ -29,7 +29,7 @@ inline double median(std::vector<double> values)
     return *middle;
 }
 
-/// What may not be passed, for benchmarks without such a goal.
+/// Stands for the goal in benchmarks that have none: their ratio is shown and not judged.
 constexpr double noGoal = 0;
 
 /// Whether every goal so far was kept.

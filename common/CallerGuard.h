@@ -5,9 +5,9 @@
 
 #include <array>
 
-/// Closes a dialog, as if cancelled, when the object it was opened for goes. A host may delete its
-/// window at any time: nobody waits for the answer then, and a dialog that stayed open would keep
-/// everything else from being pressed.
+/// Closes a dialog, as if cancelled, when the object that it was opened for is deleted. A host may
+/// delete its window at any time: nobody waits for the answer then, and a dialog that stayed open
+/// would keep everything else from being pressed.
 class CallerGuard
 {
 public:

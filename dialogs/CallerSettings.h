@@ -7,7 +7,7 @@
 #include <QSettings>
 
 /// Whose settings a dialog that serves the whole process works with. The settings object stands for
-/// the window it belongs to: they go together.
+/// the window it belongs to: both are deleted together.
 class CallerSettings
 {
 public:

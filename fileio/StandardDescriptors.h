@@ -18,7 +18,7 @@ public:
     StandardDescriptors& operator=(const StandardDescriptors&) = delete;
 
 private:
-    /// The file that a number was lent; none where it was open.
+    /// The file that a number was lent; none where the number was in use.
     struct Lent
     {
         bool isLent = false;

@@ -20,11 +20,11 @@ public:
 
     bool isAtEnd() const { return m_at == m_end; }
     std::uint8_t byte();
-    /// Four bytes, little-endian.
+    /// Takes four bytes, little-endian.
     std::uint32_t number();
-    /// Up to the next line end, which is taken too.
+    /// Takes what stands before the next line end, and that line end too.
     std::string line();
-    /// What is left.
+    /// Takes all that is left.
     std::string rest();
 
 private:
@@ -32,7 +32,7 @@ private:
     const std::uint8_t* m_end;
 };
 
-/// The content of a file is replaced. Aborts when that fails.
+/// Replaces the content of a file. Aborts when that fails.
 void writeFile(const char* path, const std::string& content);
 /// The content of a file; empty when there is none.
 std::string readFile(const char* path);

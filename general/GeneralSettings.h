@@ -45,6 +45,7 @@ public:
     ///                 is written to it to match system register 79
     void init(int fontId, EEInfoDetail::Flash_WR_1& record, QSettings* settings);
 
+    /// Connects the signals of the controls with the slots below. Called once, by init().
     void connectSlots();
 
     /// Sets every text again in the current language; the clock's from the time shown last.

@@ -47,6 +47,7 @@ public:
     void init(int fontId, EEInfoDetail::Flash_WR_1& record, EEInfoDetail::Flash_ROnly& hardware,
               QSettings* settings);
 
+    /// Connects the signals of the controls with the slots below. Called once, by init().
     void connectSlots();
 
     /// Whether there is a second adapter: 0 or 1.

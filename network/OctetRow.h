@@ -20,7 +20,7 @@ public:
 
     /// The texts of the fields, first octet first.
     QStringList octets() const;
-    /// The same, joined with dots.
+    /// The texts of the fields, joined with dots.
     QString text() const;
     /// The number; a text that is no number counts as 0.
     quint32 value() const;

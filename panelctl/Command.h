@@ -22,7 +22,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// It is already as it was asked to be: the program ends with status 3.
+/// The panel is already as it was asked to be: the program ends with status 3.
 class Unchanged : public std::runtime_error
 {
 public:
@@ -73,5 +73,5 @@ struct Command
     const char* help = "";
     void (*run)(const Arguments&) = nullptr; ///< Prints to standard output; throws Failure or
                                              ///< UsageError.
-    bool looksAtPanel = true; ///< Otherwise it tells what is the same on every panel.
+    bool looksAtPanel = true;                ///< False: it tells what is the same on every panel.
 };

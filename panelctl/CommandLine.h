@@ -5,13 +5,13 @@
 /// A command line taken apart.
 struct CommandLine
 {
-    Words words; ///< All that is no option.
+    Words words; ///< All words that are no options.
     std::map<Option, std::string> options;
     bool wantsHelp = false;
     bool wantsVersion = false;
 
     /// Options may stand anywhere, as "--image FILE" or "--image=FILE", until "--", behind which
-    /// everything is a word. So is a single "-". Throws UsageError for an option that no command
-    /// has, one without its value, and one that is given twice.
+    /// everything is a word. A single "-" is a word as well. Throws UsageError for an option that
+    /// no command has, one without its value, and one that is given twice.
     static CommandLine parse(const Words& line);
 };

@@ -24,7 +24,7 @@ public:
     /// Writes a whole image to the device, whose own cannot be read any more. Throws Failure.
     static void replaceDevice(const QByteArray& image);
 
-    /// An image of zeros, for a new file that save() makes. Throws Failure when there is a file
+    /// An image of zeros for a new file, which save() makes. Throws Failure when there is a file
     /// already.
     static DeviceImage create(const std::string& file);
 

@@ -20,7 +20,7 @@ struct ImportError
 class ImportFile
 {
 public:
-    /// Finds every error of the file at once, those in parts that are not wanted too.
+    /// Finds every error of the file at once, also in parts that are not wanted.
     ImportFile(const QByteArray& json, const PanelState& panel);
 
     const std::vector<ImportError>& errors() const { return m_errors; }
@@ -39,7 +39,7 @@ private:
     std::map<const Setting*, std::string> m_values;
 };
 
-/// What would be wrong with the panel's addresses once the values are in its image, that is right
-/// by now: a gateway in another network, a MAC address that both adapters have.
+/// What would become wrong with the panel's addresses when the values are in its image: a gateway
+/// in another network, a MAC address that both adapters have. What is wrong already does not count.
 std::vector<ImportError> checkTogether(const PanelState& panel,
                                        const std::map<const Setting*, std::string>& values);

@@ -8,15 +8,18 @@
 #include <set>
 #include <string>
 
-/// Keeps other panelctls off while one changes many things at once.
+/// A lock that keeps other panelctl programs from changing anything while this one changes many
+/// things at once.
 class ChangeLock
 {
 public:
-    /// Waits for it. The tools that are started from now on inherit it: one that outlives a killed
-    /// panelctl has to end before somebody repairs what it is still writing. Throws Failure.
+    /// Waits until the lock is free and takes it. Tools that are started from now on inherit it:
+    /// one that outlives a killed panelctl has to end before somebody repairs what it is still
+    /// writing. Throws Failure.
     ChangeLock();
 
-    /// What is started from now on does not: a DHCP client runs for ever.
+    /// Programs that are started from now on do not inherit the lock: a DHCP client, which runs for
+    /// ever, would hold it for ever.
     void keep() const;
 
 private:
@@ -33,29 +36,32 @@ public:
     /// @p now; it has to be confirmed within @p seconds, unless they are 0.
     Journal(Snapshot before, std::set<std::string> places, bool now, int seconds);
 
-    /// The one on the medium. Throws Failure when it cannot be understood.
+    /// Reads the journal on the medium; nothing when there is no journal. Throws Failure when it
+    /// cannot be understood.
     static std::optional<Journal> load();
 
-    /// Puts it on the medium. Throws Failure.
+    /// Writes the journal to the medium. Throws Failure.
     void save() const;
-    /// Nothing will be taken back.
+    /// Removes the journal from the medium: nothing will be taken back.
     static void remove();
 
-    /// The last change is made; it only has to be confirmed.
+    /// Notes that the last change has been made; the import only has to be confirmed.
     void complete() { m_isComplete = true; }
 
-    /// Whether it has to be taken back: it was cut off, or its time is over.
+    /// Whether the change has to be taken back: because it was cut off, or because the time to
+    /// confirm it has passed.
     bool isOver() const { return !m_isComplete || secondsLeft() == 0; }
     bool isComplete() const { return m_isComplete; }
     bool followsNow() const { return m_now; }
     const std::set<std::string>& places() const { return m_places; }
 
-    /// Seconds that remain to confirm it. They go on over a restart, by the clock then, which may
-    /// be wrong: never more than were given.
+    /// Seconds that remain to confirm the change. A restart does not stop the count. Behind one the
+    /// clock is asked, which may be wrong, so that there are never more seconds than were given.
     int secondsLeft() const;
 
     /// Counts the seconds that remain from the present start of the panel, whatever its clock says
-    /// later. Nothing is to be done in the start in which the change was made. Throws Failure.
+    /// later. Does nothing as long as the panel has not been restarted since the change. Throws
+    /// Failure.
     void goOn();
 
     /// Takes the change back, on the running panel too if that has followed it, or has been started
@@ -74,18 +80,21 @@ private:
     int m_seconds = 0;
 
     std::string m_start;       ///< Which start of the panel m_uptime belongs to.
-    std::int64_t m_uptime = 0; ///< When it is over, in seconds since that start.
-    std::int64_t m_clock = 0;  ///< The same by the clock.
+    std::int64_t m_uptime = 0; ///< When the time to confirm ends, in seconds since that
+                               ///< start.
+    std::int64_t m_clock = 0;  ///< The same moment by the clock.
 };
 
-/// Before a command looks at the panel: takes back a change that is over, and says so on standard
-/// error; one that still has time is watched from the background again, should the panel have been
-/// started meanwhile. Throws Failure. Returns whether one was taken back.
+/// To be called before a command looks at the panel. A change that has to be taken back is taken
+/// back, with a line on standard error. One that may still be confirmed is watched from the
+/// background again, in case the panel has been restarted meanwhile. Throws Failure. Returns
+/// whether one was taken back.
 bool settleJournal();
 
-/// Whoever watches may be about to end with the change before: a new change is not left to him.
+/// A process that watches already may be about to end, because the change before this one is
+/// settled. A new change is therefore not left to it.
 enum class Watch { NewChange, IfNobodyDoes };
 
 /// Watches the change on the medium from the background, whatever becomes of this program and its
-/// terminal, and takes it back when its time is over. Throws Failure.
+/// terminal, and takes it back when the time to confirm it has passed. Throws Failure.
 void watchJournal(Watch kind);

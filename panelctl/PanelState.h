@@ -23,7 +23,7 @@ enum class Home {
 struct Setting
 {
     const char* place; ///< The members of the JSON that lead to it. The first one is its part.
-    Kind kind;         ///< Of each server where it has several.
+    Kind kind;         ///< Of each value, where the setting is a list.
     Home home;
     const char* name;          ///< Of the field or register; of the adapter whose servers they are.
     const char* key = nullptr; ///< In the settings file.
@@ -55,7 +55,7 @@ inline constexpr std::array panelSettings{
 };
 // clang-format on
 
-/// Version of the JSON.
+/// Version of the JSON format, which export writes and import wants.
 constexpr int stateVersion = 1;
 constexpr std::string_view identityPart = "identity";
 
@@ -76,7 +76,7 @@ public:
     /// Whether this panel has the adapter that the setting belongs to.
     bool has(const Setting& setting) const;
     std::string value(const Setting& setting) const { return value(setting.place); }
-    /// By its place; empty where this panel has no such setting.
+    /// The value of the setting at a place; empty where this panel has no such setting.
     std::string value(const std::string& place) const;
     /// The bytes of the resolver file.
     const QByteArray& resolverText() const { return m_resolver; }

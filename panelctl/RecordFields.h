@@ -146,7 +146,7 @@ constexpr const RecordField* findField(std::string_view name)
     return nullptr;
 }
 
-/// The field of that name, which there is.
+/// The field of a name that is known to exist.
 constexpr const RecordField& fieldNamed(std::string_view name)
 {
     return *findField(name);

@@ -13,7 +13,7 @@ namespace RegisterValue {
 /// The register that @p word names or numbers. Throws UsageError when there is none.
 const RegisterRow& find(const std::string& word);
 
-/// Bytes that its value takes.
+/// How many bytes the value of a register takes.
 std::size_t byteSize(const RegisterRow& row);
 
 /// "20 language", or the id alone.
@@ -26,7 +26,7 @@ Value::Bytes read(const RegisterRow& row);
 /// Throws Failure when it cannot be written.
 bool write(const RegisterRow& row, const Value::Bytes& value, bool notify);
 
-/// The row of the table with the value and its bytes.
+/// The row of the register table, with the value and its bytes.
 QJsonObject jsonOf(const RegisterRow& row, const Value::Bytes& value);
 
 } // namespace RegisterValue

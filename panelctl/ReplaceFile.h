@@ -13,5 +13,6 @@
 /// is replaced, it is called ".NAME.new"; the next replacement removes one that was left.
 QString replaceFile(const QString& path, const QByteArray& content);
 
-/// Removes new content that a killed command left beside a file which is to stay as it is.
+/// Removes the new content that a killed command may have left beside a file, which itself stays as
+/// it is.
 void removeDraft(const QString& path);

@@ -17,18 +17,18 @@ public:
     /// What the panel holds now of all that a change of these settings touches.
     static Snapshot before(const PanelState& panel,
                            const std::map<const Setting*, std::string>& changes);
-    /// What it is to hold then.
+    /// What the panel is to hold after these changes.
     static Snapshot after(const PanelState& panel,
                           const std::map<const Setting*, std::string>& changes);
 
     /// Brings the panel there: the image in one transfer, registers with their notices, files
-    /// replaced whole. What is so already is not written, so it may be done again after it was cut
-    /// off. An image that somebody left broken is replaced by the one of the snapshot, if it has
-    /// one. Throws Failure.
+    /// replaced whole. What the panel holds already is not written, so that restoring may
+    /// be repeated after it was cut off. An image that somebody left broken is replaced by the one
+    /// of the snapshot, if it has one. Throws Failure.
     void restore() const;
 
     QJsonObject toJson() const;
-    /// Throws Failure when it is none.
+    /// Throws Failure when the object is no snapshot.
     static Snapshot fromJson(const QJsonObject& object);
 
 private:
@@ -36,8 +36,8 @@ private:
     void restoreRegisters() const;
     void restoreFiles() const;
 
-    QByteArray m_image; ///< All of it; empty in what comes after.
+    QByteArray m_image; ///< The whole image; empty in a snapshot of the state after.
     std::map<std::string, Value::Bytes> m_fields;
     std::map<std::string, Value::Bytes> m_registers;
-    std::map<std::string, std::optional<QByteArray>> m_files; ///< Nothing for a missing one.
+    std::map<std::string, std::optional<QByteArray>> m_files; ///< No value: no such file.
 };

@@ -6,7 +6,7 @@
 /// Lines for people, who read them in a terminal or, when there is none, in 80 columns.
 namespace Terminal {
 
-/// Columns of the terminal that standard output is, 80 when it is none.
+/// Columns of the terminal on standard output; 80 when that is no terminal.
 std::size_t width();
 
 /// Prints @p text between words over as many lines as it takes, each behind @p indent blanks.

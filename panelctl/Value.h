@@ -31,13 +31,13 @@ std::string fitting(Kind kind, std::size_t size);
 /// The words that parse() takes, where those are all.
 std::vector<std::string> words(Kind kind);
 
-/// Unsigned, little-endian; at most 8 bytes.
+/// The bytes, at most 8, as an unsigned little-endian number.
 std::uint64_t number(const Bytes& bytes);
 
 /// The first four bytes as one number, the first octet in the highest place.
 std::uint32_t address(const Bytes& bytes);
 
-/// "0a0b0c".
+/// The bytes as hexadecimal digits: "0a0b0c".
 std::string hex(const Bytes& bytes);
 
 } // namespace Value

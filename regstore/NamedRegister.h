@@ -66,7 +66,7 @@ public:
     /// Has the store make it ready; false when the store does not know it.
     bool load() const { return SysReg_LoadReg(m_id) != nullptr; }
 
-    /// Changes the lowest byte of @p word only, and none when it fails.
+    /// Changes only the lowest byte of @p word, and nothing when reading fails.
     template <typename Word>
     int read(Word& word) const
     {

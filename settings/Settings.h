@@ -73,15 +73,22 @@ protected:
 private slots:
     /// Sounds the key click for a press on a title or bar button. Never consumes the event.
     bool eventFilter(QObject* watched, QEvent* event) override;
+    /// Switches to the language whose button sent the signal, found by its object name.
     void onUpdateLanguageClicked();
+    /// Tells the runtime through register 86 that the window is closed, and hides it.
     void onCloseClicked();
+    /// Show a page and mark its button.
     void onGeneralSettingsClicked();
     void onNetworkSettingsClicked();
+    // Pages that this window does not have; these do nothing.
     void onWifiSettingsClicked();
     void onFileManagerSettingsClicked();
     void onVersionSettingsClicked();
+    /// Restarts the panel at once, without asking.
     void onRestartClicked();
+    /// Takes the named fields of a page's record over and writes the record to the device.
     void onUpdateEEData(EEInfoDetail::Flash_WR_1& wr1Data, Settings::FlashWR1DataType wr1DataType);
+    /// A write-back tick: writes the record once more when that is pending.
     void onWriteEEData();
 
 private:

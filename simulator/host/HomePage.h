@@ -15,7 +15,7 @@ public:
 
     void setBacklight(int raw);
     void setNotice(const QString& text);
-    /// Says why there are no settings, in place of the button.
+    /// Shows, in place of the button, why there are no settings.
     void setProblem(const QString& text);
 
 signals:

@@ -33,7 +33,7 @@ public:
     /// The file of the plugin in @p folder, found without loading any; empty when there is none.
     static QString findPlugin(const QString& folder);
 
-    /// Makes a dialog and shows it full screen; the one before goes.
+    /// Makes a dialog and shows it full screen; an earlier one is deleted.
     void openSettings();
     QDialog* settings() const { return m_settings.get(); }
 

@@ -17,7 +17,7 @@ public:
 
     /// Follows a raw backlight value: 200 is full light, 76 the lowest usable, 0 dark.
     void setBacklight(int raw);
-    /// One more beep: shown for a moment, counted when they come faster than that.
+    /// Shows one more beep for a moment. Beeps that come faster than that are counted.
     void beep();
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -47,7 +47,7 @@ struct Outcome
     /// The file whose descriptor it is documented to leave open.
     const char* leavesOpen = nullptr;
     Moved moved = unsaid;
-    /// What it prints last. Empty: whatever.
+    /// What it prints last. Empty: it may print anything.
     const char* ending = "";
 };
 

@@ -28,7 +28,7 @@ struct Device
 
 /// Puts a device in, filled with zeros: nothing can be written before it is erased.
 void plug(int number, const Device& device);
-/// Takes all of them out.
+/// Takes all devices out.
 void unplugAll();
 
 std::string content(int number);
@@ -37,9 +37,10 @@ void setContent(int number, const std::string& bytes);
 
 /// What was asked of the devices since the first was plugged in, one line each: "open 0 FLAGS" (as
 /// passed to open), "info", "bad OFFSET", "erase OFFSET LENGTH", "write OFFSET LENGTH",
-/// "read OFFSET LENGTH", "close". Failed ones too.
+/// "read OFFSET LENGTH", "close". Requests that failed are in it, too.
 std::vector<std::string> log();
-/// Off for those who measure. Plugging and unplugging leave it as it is.
+/// Switches the record of requests off, for those who measure. Plugging and unplugging leave it as
+/// it is.
 void setLogging(bool on);
 
 } // namespace MtdEmulation

@@ -84,7 +84,7 @@ private:
     BusyTool m_tool;
 };
 
-/// Some times the same line.
+/// A list that has the same line several times.
 inline QStringList repeated(int times, const QString& text)
 {
     QStringList lines;
@@ -114,7 +114,7 @@ inline QList<int> hiddenChoices(QComboBox& box)
     return hidden;
 }
 
-/// What the settings file itself says of an adapter's switch; empty when nothing.
+/// What the settings file itself says of an adapter's switch; empty when it says nothing.
 inline QString switchInFile(int adapter)
 {
     const QRegularExpression entry(R"(\[Network%1\]\s+enable=(\w+))"_s.arg(adapter));

@@ -10,8 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
-/// For as long as the object lives, nothing more can be written to any file; by no tool either that
-/// does not lift the limit.
+/// For as long as the object lives, nothing can be written to any file, neither by this program nor
+/// by a tool that does not lift the limit.
 class NoRoom
 {
 public:

@@ -9,15 +9,15 @@ struct Census
 {
     long heap;        ///< Bytes allocated.
     long resident;    ///< Bytes of memory that the kernel has given.
-    long descriptors; ///< Open ones.
+    long descriptors; ///< That are open.
     long processes;   ///< In the whole panel.
     long objects;     ///< QObjects, with timers and translators.
     long widgets;
     long windows; ///< Widgets without a parent.
 };
 
-/// Counts, once commands in the background have ended, or do not end within seconds. Deferred
-/// deletions and what a cache may keep or not are done away with first.
+/// Counts when the commands in the background have ended, or after some seconds when they do not.
+/// Carries out deferred deletions and empties caches before.
 Census takeCensus();
 
 /// One thing counted, and how many percent more of it there may be later than after the warm-up.

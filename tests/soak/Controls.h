@@ -24,6 +24,6 @@ QList<Control> controlsOf(QWidget& window);
 /// of scroll bars and the like, which are there only when something does not fit.
 QStringList controlNames(const QWidget& window);
 
-/// The control that closes a window: its close button, a message's only button. Without a widget
-/// when it has none, as a pop-up.
+/// The control that closes a window: its close button, a message's only button. It has no
+/// widget when the window has no such control, as a pop-up.
 Control closingControlOf(QWidget& window);

@@ -9,7 +9,8 @@
 namespace FileLocks {
 
 /// The lock that a process waits for: "WRITE 751 758" (exclusive) or "READ 2 2" (shared), with the
-/// first and the last byte. Empty when it ends without having waited.
+/// first and the last byte. Empty when the process ends without
+/// having waited.
 inline QByteArray awaitedBy(const OtherProcess& process)
 {
     const QByteArray id = QByteArray::number(process.id());

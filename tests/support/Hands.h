@@ -72,9 +72,9 @@ public:
     /// The function is called while a box is open.
     explicit Answers(std::function<void()> look = [] {});
 
-    /// Oldest first.
+    /// The boxes answered, oldest first.
     const QList<Box>& boxes() const { return m_boxes; }
-    /// The only box; an empty one when there was none or were several.
+    /// The box that was answered; an empty one unless there was exactly one.
     Box only() const { return m_boxes.size() == 1 ? m_boxes.first() : Box(); }
 
 private:

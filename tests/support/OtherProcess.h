@@ -17,7 +17,7 @@ public:
             _exit(function());
         }
     }
-    /// Ends it when nobody has waited for its result.
+    /// Ends the process when nobody has waited for its result.
     ~OtherProcess()
     {
         if (!m_ended) {
@@ -30,7 +30,7 @@ public:
 
     pid_t id() const { return m_id; }
 
-    /// Whether it has ended; does not wait.
+    /// Whether the process has ended; does not wait.
     bool hasEnded() const
     {
         siginfo_t info = {};
@@ -38,7 +38,8 @@ public:
                (waitid(P_PID, id_t(m_id), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid);
     }
 
-    /// Waits for its end: what the function returned, or minus the signal that ended it.
+    /// Waits until the process ends. Returns what the function returned, or minus the signal that
+    /// ended the process.
     int result()
     {
         if (!m_ended) {
