@@ -3,6 +3,7 @@
 #include "device/Latin1.h"
 #include "panelctl/Command.h"
 #include "panelctl/DeviceCheck.h"
+#include "panelctl/JsonMembers.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/Value.h"
 
@@ -90,6 +91,9 @@ ImportFile::ImportFile(const QByteArray& json, const PanelState& panel) : m_pane
     } else if (!document.isObject()) {
         m_errors.push_back({positionOf(json, 0), "has to be an object, { ... }"});
     } else {
+        for (const RepeatedMember& member : repeatedMembers(json)) {
+            fail(member.place, "is given twice, again at " + positionOf(json, member.offset));
+        }
         const QJsonObject members = document.object();
         checkVersion(members);
         for (auto at = members.begin(); at != members.end(); ++at) {
