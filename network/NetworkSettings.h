@@ -2,12 +2,12 @@
 
 #include "adapters/AdapterTable.h"
 #include "device/EEInfoDetail.h"
+#include "network/PaneTabs.h"
 #include "settings/Settings.h"
 
 #include <QPointer>
 #include <QSettings>
 #include <QStringList>
-#include <QTabWidget>
 #include <QTableView>
 #include <QTimer>
 #include <QTranslator>
@@ -234,7 +234,7 @@ private:
 
     std::array<AdapterPane*, 2> m_panes{};
     std::array<AdapterState, 2> m_states;
-    QTabWidget m_tabs;
+    PaneTabs m_tabs;
     QStringList m_defaultGateway; ///< Octets of the gateway chosen last with a button.
     QTimer m_pingTimer;
     int m_pingRuns = 0; ///< Tests started; tells a result whether it is still the newest.

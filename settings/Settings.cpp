@@ -513,5 +513,8 @@ void Settings::showPage(int index, QWidget* page)
     setButtonClicked(m_buttons.at(m_pageIndex), false);
     m_pageIndex = index;
     setButtonClicked(m_buttons.at(m_pageIndex), true);
+    // Its place is to be painted then. The stack alone makes each widget of the new page ask for it
+    // as well, and Qt paints what is on an opaque one twice.
+    ui->stackedWidget->currentWidget()->hide();
     ui->stackedWidget->setCurrentWidget(page);
 }

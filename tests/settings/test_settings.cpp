@@ -16,6 +16,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStackedWidget>
+#include <QTabWidget>
 #include <QTest>
 
 #include <memory>
@@ -106,11 +107,12 @@ private:
     NoticeListener& m_listener;
 };
 
-/// Counts how often the whole of a widget is painted.
+/// Counts how often the whole of a widget is painted, and how often it gets another size.
 class PaintCount : public QObject
 {
 public:
     int paints = 0;
+    int resizes = 0;
 
     bool eventFilter(QObject* watched, QEvent* event) override
     {
@@ -119,6 +121,7 @@ public:
             static_cast<QPaintEvent*>(event)->rect() == widget->rect()) {
             ++paints;
         }
+        resizes += event->type() == QEvent::Resize ? 1 : 0;
         return false;
     }
 };
@@ -153,6 +156,7 @@ private slots:
     void barButtons_ofLaterPagesAreHiddenAndDoNothing();
     void fonts_areThePanelsWithTheirSizes();
     void pages_switchWithTheBar();
+    void pages_areLaidOutAndPaintedOnceWhenOpened();
     void generalPressedOnGeneral_changesNothingButColours();
     void press_beepsByTheSettingsFile_data();
     void press_beepsByTheSettingsFile();
@@ -595,6 +599,23 @@ void TestSettings::pages_switchWithTheBar()
     QCOMPARE(inside(network, 1)->styleSheet(), QStringLiteral("color:black;"));
     QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_white.png"));
     QVERIFY(samePicture(inside(network, 0), ":/Resources/network.png"));
+}
+
+void TestSettings::pages_areLaidOutAndPaintedOnceWhenOpened()
+{
+    const auto dialog = makeDialog();
+    dialog->resize(1024, 600);
+    dialog->show();
+    QCoreApplication::processEvents();
+    const QWidget* pane = dialog->findChild<QTabWidget*>()->currentWidget();
+    auto* content = pane->findChild<QWidget*>(QStringLiteral("content"));
+    PaintCount count;
+    content->installEventFilter(&count);
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton")),
+                      Qt::LeftButton);
+    QCoreApplication::processEvents();
+    QCOMPARE(count.paints, 1);
+    QCOMPARE(count.resizes, 1);
 }
 
 void TestSettings::generalPressedOnGeneral_changesNothingButColours()
