@@ -1,3 +1,4 @@
+#include "network/ChoiceBox.h"
 #include "tests/network/NetworkTest.h"
 #include "tests/support/NoticeListener.h"
 
@@ -70,6 +71,8 @@ private slots:
     void sizes_followTheScreenWidth_data();
     void sizes_followTheScreenWidth();
     void mac_canBeReadInEveryState();
+    void choice_isPaintedAsAFieldWithAnArrow_data();
+    void choice_isPaintedAsAFieldWithAnArrow();
     void start_static_runsInOrder();
     void start_oneAdapter_touchesNoEth1();
     void start_storedOff_changesNoInterface();
@@ -277,6 +280,48 @@ void TestNetworkPage::mac_canBeReadInEveryState()
         pane.disableSwitch().click();
         QVERIFY(contrastOf(world.macField(adapter)) >= readable);
     }
+}
+
+void TestNetworkPage::choice_isPaintedAsAFieldWithAnArrow_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("enabled") << true;
+    QTest::newRow("disabled") << false;
+}
+
+void TestNetworkPage::choice_isPaintedAsAFieldWithAnArrow()
+{
+    QFETCH(bool, enabled);
+    ChoiceBox box(nullptr);
+    box.resize(200, 41);
+    box.setEnabled(enabled);
+    const QImage picture = box.grab().toImage();
+    const QRgb arrow = enabled ? qRgb(24, 103, 147) : qRgb(150, 150, 150);
+    const QRgb inside = enabled ? qRgb(255, 255, 255) : qRgb(236, 236, 236);
+    for (const QPoint& edge : {QPoint(0, 20), QPoint(199, 20), QPoint(100, 0), QPoint(100, 40)}) {
+        QCOMPARE(picture.pixel(edge), qRgb(163, 198, 218));
+    }
+    for (const QPoint& place : {QPoint(1, 20), QPoint(198, 20), QPoint(100, 1), QPoint(100, 39),
+                                QPoint(100, 20), QPoint(4, 4)}) {
+        QCOMPARE(picture.pixel(place), inside);
+    }
+    QVERIFY(picture.pixel(0, 0) != qRgb(163, 198, 218)); // a round corner
+    QCOMPARE(picture.pixel(3, 1) == inside, false);
+    // From 17 to 24, 6 to each side of 182.
+    const QRect painted(QPoint(176, 17), QPoint(187, 23));
+    for (int y = 2; y < 39; ++y) {
+        for (int x = 150; x < 190; ++x) {
+            if (!painted.contains(x, y)) {
+                QCOMPARE(picture.pixel(x, y), inside);
+            }
+        }
+    }
+    for (const QPoint& place :
+         {QPoint(178, 17), QPoint(185, 17), QPoint(181, 20), QPoint(182, 20)}) {
+        QCOMPARE(picture.pixel(place), arrow);
+    }
+    QVERIFY(picture.pixel(182, 23) != inside);
+    QVERIFY(picture.pixel(176, 17) != inside);
 }
 
 void TestNetworkPage::start_static_runsInOrder()
