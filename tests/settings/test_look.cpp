@@ -1,5 +1,7 @@
+#include "common/Message.h"
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
+#include "general/GeneralSettings.h"
 #include "settings/Settings.h"
 #include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
@@ -11,6 +13,7 @@
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScreen>
@@ -82,7 +85,8 @@ QString specials(const QWidget& widget)
             << (button->autoRepeat() ? " repeats" : "");
     }
     if (const auto* frame = qobject_cast<const QFrame*>(&widget)) {
-        out << " frame " << frame->frameStyle();
+        out << " frame " << frame->frameStyle() << ' ' << frame->lineWidth() << ' '
+            << frame->midLineWidth();
     }
     return told;
 }
@@ -122,7 +126,8 @@ void describe(const QWidget& widget, int depth, Detail detail, QTextStream& out)
         << (widget.isHidden() ? " hidden" : "") << (widget.isEnabled() ? "" : " disabled")
         << " focus " << widget.focusPolicy() << " font " << widget.font().pointSize()
         << (widget.font().bold() ? " bold" : "") << (widget.graphicsEffect() ? " effect" : "")
-        << (widget.testAttribute(Qt::WA_AcceptTouchEvents) ? " touch" : "") << specials(widget)
+        << (widget.testAttribute(Qt::WA_AcceptTouchEvents) ? " touch" : "") << " colour "
+        << widget.palette().color(QPalette::WindowText).name() << specials(widget)
         << layoutOf(widget) << '\n';
     if (detail == Detail::Everything) {
         describeTexts(widget, indent, out);
@@ -146,6 +151,23 @@ QString lookOf(const QWidget& window, Detail detail = Detail::Everything)
     QTextStream out(&text);
     out.setCodec("UTF-8");
     describe(window, 0, isUsual ? detail : Detail::Places, out);
+    out.flush();
+    return text;
+}
+
+/// What is made and not shown: it has no place, but a look.
+QString hiddenIn(const QWidget& window)
+{
+    QString text;
+    QTextStream out(&text);
+    for (const auto* part : window.findChildren<QWidget*>()) {
+        if (!part->isVisible() && part->children().isEmpty()) {
+            out << kindOf(*part) << ' ' << part->objectName() << " font "
+                << part->font().pointSize() << (part->font().bold() ? " bold" : "")
+                << specials(*part) << '\n';
+            describeTexts(*part, QString(), out);
+        }
+    }
     out.flush();
     return text;
 }
@@ -202,6 +224,25 @@ QString dateDialog()
     return text;
 }
 
+QString message(QMessageBox::Icon icon)
+{
+    QString text;
+    const Hands::WhenOpen<QMessageBox> looking([&text](QMessageBox& box) {
+        text = lookOf(box);
+        box.close();
+    });
+    Message::show(nullptr, 0, icon, "Title"_s, "A text of a message"_s, QMessageBox::Ok);
+    return text;
+}
+
+QString hiddenParts()
+{
+    const auto window = makeWindow(Settings::English);
+    auto* page = window->findChild<GeneralSettings*>();
+    auto* bar = window->findChild<QFrame*>("statusBarFrame"_s);
+    return hiddenIn(*page) + hiddenIn(*bar);
+}
+
 const struct
 {
     const char* name;
@@ -216,6 +257,9 @@ const struct
     {"pages of a device of an odd width", [] { return pagesOf(1366); }},
     {"keypad", [] { return keypad(); }},
     {"date", [] { return dateDialog(); }},
+    {"information", [] { return message(QMessageBox::Information); }},
+    {"critical message", [] { return message(QMessageBox::Critical); }},
+    {"hidden parts", [] { return hiddenParts(); }},
 };
 
 /// The device with two adapters, as every view begins with it.
