@@ -316,6 +316,12 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
     }
 }
 
+// What the two are called by 32-bit programs whose times have 64 bits.
+int fcntlOfLongTimes(int descriptor, int command, ...) __asm__("__fcntl_time64")
+    __attribute__((alias("fcntl")));
+int ioctlOfLongTimes(int descriptor, unsigned long request, ...) noexcept __asm__("__ioctl_time64")
+    __attribute__((alias("ioctl")));
+
 ssize_t read(int descriptor, void* buffer, size_t size)
 {
     ORIGINAL(read);
