@@ -79,28 +79,60 @@ const char* typeOf(const Setting& setting)
                                          : "it takes a text in quotation marks";
 }
 
+/// What some editors put in front of a text.
+QByteArray withoutByteOrderMark(const QByteArray& file)
+{
+    return file.startsWith("\xef\xbb\xbf") ? file.mid(3) : file;
+}
+
+/// What the parser says, in words for somebody who has typed the file.
+std::string textOf(const QJsonParseError& error)
+{
+    switch (error.error) {
+    case QJsonParseError::IllegalValue:
+        return "no value begins like this";
+    case QJsonParseError::MissingObject:
+        return "behind a comma comes one more member";
+    case QJsonParseError::UnterminatedObject:
+        return "here belongs a name in double quotation marks, a comma or }";
+    case QJsonParseError::GarbageAtEnd:
+        return "something follows behind the last }";
+    default:
+        return error.errorString().toStdString();
+    }
+}
+
+ImportError syntaxError(const QByteArray& json, const QJsonParseError& error)
+{
+    if (json.trimmed().isEmpty()) {
+        return {positionOf(json, 0), "the file is empty"};
+    }
+    // The parser is behind the sign already that it does not understand, but for what it never
+    // read.
+    const bool isRead = error.error != QJsonParseError::GarbageAtEnd;
+    const int offset = std::clamp(error.offset - int(isRead), 0, json.size());
+    return {positionOf(json, offset), "is no JSON: " + textOf(error)};
+}
+
 } // namespace
 
-ImportFile::ImportFile(const QByteArray& json, const PanelState& panel) : m_panel(panel)
+ImportFile::ImportFile(const QByteArray& file, const PanelState& panel) : m_panel(panel)
 {
+    const QByteArray json = withoutByteOrderMark(file);
     QJsonParseError error = {};
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (document.isNull()) {
-        m_errors.push_back(
-            {positionOf(json, error.offset), "is no JSON: " + error.errorString().toStdString()});
+        m_errors.push_back(syntaxError(json, error));
     } else if (!document.isObject()) {
         m_errors.push_back({positionOf(json, 0), "has to be an object, { ... }"});
     } else {
         for (const RepeatedMember& member : repeatedMembers(json)) {
             fail(member.place, "is given twice, again at " + positionOf(json, member.offset));
         }
-        const QJsonObject members = document.object();
+        QJsonObject members = document.object();
         checkVersion(members);
-        for (auto at = members.begin(); at != members.end(); ++at) {
-            if (at.key() != "version"_l1) {
-                readMember(at.key(), at.value());
-            }
-        }
+        members.remove("version"_l1);
+        readMembers({}, members);
     }
 }
 
@@ -130,9 +162,18 @@ void ImportFile::readMember(const QString& place, const QJsonValue& value)
     if (!value.isObject()) {
         return fail(place, "has to be an object, { ... }");
     }
-    const QJsonObject members = value.toObject();
+    readMembers(place + QLatin1Char('.'), value.toObject());
+}
+
+void ImportFile::readMembers(const QString& prefix, const QJsonObject& members)
+{
     for (auto at = members.begin(); at != members.end(); ++at) {
-        readMember(place + QLatin1Char('.') + at.key(), at.value());
+        // A place as a name would be a second way to the same setting.
+        if (at.key().contains(QLatin1Char('.'))) {
+            fail(prefix + at.key(), "a name has no dot; objects lie in each other, { ... }");
+        } else {
+            readMember(prefix + at.key(), at.value());
+        }
     }
 }
 

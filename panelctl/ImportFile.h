@@ -21,7 +21,7 @@ class ImportFile
 {
 public:
     /// Finds every error of the file at once, also in parts that are not wanted.
-    ImportFile(const QByteArray& json, const PanelState& panel);
+    ImportFile(const QByteArray& file, const PanelState& panel);
 
     const std::vector<ImportError>& errors() const { return m_errors; }
 
@@ -29,6 +29,7 @@ public:
     const std::map<const Setting*, std::string>& values() const { return m_values; }
 
 private:
+    void readMembers(const QString& prefix, const QJsonObject& members);
     void readMember(const QString& place, const QJsonValue& value);
     void readSetting(const Setting& setting, const QJsonValue& value);
     void checkVersion(const QJsonObject& object);
