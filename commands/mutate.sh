@@ -5,7 +5,7 @@ usage_mutate() {
   makes random mistakes in the product, one at a time in a copy of the sources, and runs the tests
   over each; prints those that no test noticed, and the rate of each room
     --seed N         another draw (default 1)
-    --count N        how many mistakes (default 20); each takes from seconds to many minutes
+    --count N        how many mistakes (default 20); each takes from seconds to minutes
     --jobs N         how many compilers or tests at a time (default: all processors)
     --quick          only the tests of the room: what they miss, others may notice
 END
