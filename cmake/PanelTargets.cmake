@@ -18,8 +18,9 @@ target_compile_options(panel_flags INTERFACE
   $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
   $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>)
 # Files dated after January 2038, and those of more than 2 GiB, on 32 bits as well.
+set(PANEL_NARROW_DEFINITIONS _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  target_compile_definitions(panel_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+  target_compile_definitions(panel_flags INTERFACE ${PANEL_NARROW_DEFINITIONS})
 endif()
 target_compile_definitions(panel_flags INTERFACE QT_NO_CAST_TO_ASCII QT_DEPRECATED_WARNINGS)
 if(PANEL_SANITIZE)

@@ -3,8 +3,9 @@ usage_test() {
     cat <<'END'
 ./panel test
   builds the release and the sanitizer variant and passes every test of both, those of scripts and
-  documents once; then lets a fuzzer try some thousand inputs on whatever parses foreign bytes;
-  builds for ARM and passes there what shows most in a short time, see ./panel arm test
+  documents once, and has every source compiled for machines of 32 bits; then lets a fuzzer try some
+  thousand inputs on whatever parses foreign bytes; builds for ARM and passes there what shows most
+  in a short time, see ./panel arm test
 END
 }
 
