@@ -150,6 +150,7 @@ private slots:
     void stdio_failedSeek_returnsThePosition();
     void stdio_reopening_leaksNothing();
     void stdio_locksItsStream();
+    void stdio_regularFilesAloneAreBuffered();
     void stdio_copiesInChunks_data();
     void stdio_copiesInChunks();
     void stdio_copyStartsAtThePosition();
@@ -164,6 +165,7 @@ private slots:
     void system_seeksByWhence();
     void system_descriptorZero_countsAsClosed();
     void negativeLength_isAnError();
+    void negativeLength_neverReachesTheSystem();
     void system_closeIsFinal();
     void system_locksExactlyItsRange();
     void system_unlockFreesExactlyItsRange();
@@ -338,6 +340,25 @@ void TestFileIo::stdio_locksItsStream()
     QVERIFY(!otherThreadGetsIt());
     file.unlock();
     QVERIFY(otherThreadGetsIt());
+}
+
+void TestFileIo::stdio_regularFilesAloneAreBuffered()
+{
+    store("");
+    DFileStdio file(path, "wb");
+    QCOMPARE(file.write("x", 1), 1);
+    QCOMPARE(stored(), QByteArray());
+    file.close();
+    QCOMPARE(stored(), QByteArray("x"));
+
+    unlink(pipePath);
+    mkfifo(pipePath, 0600);
+    DFifo end(pipePath, O_RDWR | O_NONBLOCK);
+    DFileStdio pipe(pipePath, "wb");
+    QCOMPARE(pipe.write("x", 1), 1);
+    char byte = '?';
+    QCOMPARE(end.read(&byte, 1), 1); // what is in the pipe before it is closed
+    QCOMPARE(byte, 'x');
 }
 
 void TestFileIo::stdio_copiesInChunks_data()
@@ -519,6 +540,28 @@ void TestFileIo::negativeLength_isAnError()
     }
     QCOMPARE(QByteArray(buffer, 4), QByteArray("????"));
     QCOMPARE(stored(), QByteArray("0123456789"));
+}
+
+void TestFileIo::negativeLength_neverReachesTheSystem()
+{
+    // Where a length is 64 bits wide the system refuses it as well, but finds first that these are
+    // not open for such a transfer.
+    store("0123456789");
+    unlink(pipePath);
+    mkfifo(pipePath, 0600);
+    const auto refused = [](auto&& transfer) {
+        errno = 0;
+        return transfer() == -1 && errno == EINVAL;
+    };
+    char byte = '?';
+    DFileSystem reader(path, O_RDONLY);
+    DFileSystem writer(path, O_WRONLY);
+    DFifo readingEnd(pipePath, O_RDONLY | O_NONBLOCK);
+    DFifo writingEnd(pipePath, O_WRONLY);
+    QVERIFY(refused([&] { return reader.write(&byte, -1); }));
+    QVERIFY(refused([&] { return writer.read(&byte, -1); }));
+    QVERIFY(refused([&] { return readingEnd.write(&byte, -1); }));
+    QVERIFY(refused([&] { return writingEnd.read(&byte, -1); }));
 }
 
 void TestFileIo::system_closeIsFinal()
