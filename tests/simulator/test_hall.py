@@ -68,12 +68,14 @@ class Panels(HallTest):
 
     def test_a_change_is_one_panel_s_alone_and_stays_when_its_power_is_cut(self):
         self.output("""
-            ssh panel-001 'panelctl device set brightness 200; panelctl reg write language chinese'
+            ssh panel-001 'panelctl device set brightness 200; panelctl reg write language chinese
+                panelctl dns set eth0 first 10.64.0.2'
             plant cut panel-001; plant start panel-001""")
-        levels = [self.output(f"ssh {name} panelctl export | grep -E 'brightness|language'")
+        levels = [self.output(f"ssh {name} panelctl export | grep -E 'brightness|language|10.64.0.2'")
                   for name in PANELS]
         self.assertIn("200", levels[0])
         self.assertIn("chinese", levels[0])
+        self.assertIn('"10.64.0.2"', levels[0])
         for other in levels[1:]:
             self.assertIn("140", other)
             self.assertIn("english", other)
