@@ -130,7 +130,7 @@ QString replaceFile(const QString& path, const QByteArray& content)
         fsync(folder.number()) == 0) {
         return {};
     }
-    const QString wrong = reason();
+    QString wrong = reason();
     unlinkat(folder.number(), draftName.constData(), 0);
     return wrong;
 }
