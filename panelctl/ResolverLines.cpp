@@ -29,7 +29,7 @@ QByteArray read()
     if (!file.open(QIODevice::ReadOnly)) {
         fail(file);
     }
-    const QByteArray bytes = file.readAll();
+    QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) {
         fail(file);
     }
