@@ -56,6 +56,7 @@ template <std::size_t count>
 std::vector<std::string> textsOf(const std::array<Word, count>& words)
 {
     std::vector<std::string> texts;
+    texts.reserve(count);
     for (const Word& word : words) {
         texts.emplace_back(word.text);
     }
