@@ -5,7 +5,6 @@ import re
 
 PRODUCT = ("adapters", "common", "device", "dialogs", "fileio", "general", "mtd", "network",
            "panelctl", "plugin", "regstore", "settings")
-SPELLED_AS_TESTS = ()
 STRING = r'"(?:[^"\\\n]|\\.)*"'
 OTHER_SPELLING = re.compile(
     r"\b(?:QStringLiteral\(|(?:QLatin1String|QString|QString::from(?:Latin1|Utf8|Local8Bit))"
@@ -33,19 +32,15 @@ def without_comments(text):
 
 
 def spellings(name, text):
-    """A line for each fixed text that is not spelled as its part of the project spells them."""
-    room = name.partition("/")[0]
-    if room in PRODUCT:
-        own = "_l1"
-    elif room in SPELLED_AS_TESTS:
-        own = "_s"
-    else:
+    """A line for each fixed text of the product that is not "..."_l1. What Latin-1 does not have may
+    be said to be UTF-8."""
+    if name.partition("/")[0] not in PRODUCT:
         return
-    for found in OTHER_SPELLING.finditer(without_comments(text)):
-        if own == "_l1" and found[1] and not found[1].isascii():
-            continue  # what Latin-1 does not have is said to be UTF-8
-        line = without_comments(text)[:found.start()].count("\n") + 1
-        yield f'{name}:{line}: a fixed text is "..."{own} here, not {found[0][:30]}'
+    code = without_comments(text)
+    for found in OTHER_SPELLING.finditer(code):
+        if not found[1] or found[1].isascii():
+            line = code[:found.start()].count("\n") + 1
+            yield f'{name}:{line}: a fixed text is "..."_l1 here, not {found[0][:30]}'
 
 
 def repetitions(name, text):
