@@ -20,6 +20,7 @@ constexpr QRgb disabledColor = qRgb(236, 236, 236);
 constexpr QRgb disabledTextColor = qRgb(150, 150, 150);
 
 constexpr QLatin1String choicesStyle = "QAbstractItemView::item{min-height:40px;}"_l1;
+constexpr QLatin1String noRules = "/**/"_l1;
 
 } // namespace
 
@@ -29,8 +30,11 @@ ChoiceBox::ChoiceBox(QWidget* parent) : QComboBox(parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
+/// The frame around the list has a style sheet without rules: of one that has none, Qt keeps what
+/// it has looked up for it, even when it is deleted.
 void ChoiceBox::setStyles()
 {
+    view()->parentWidget()->setStyleSheet(noRules);
     view()->setStyleSheet(choicesStyle);
 }
 
