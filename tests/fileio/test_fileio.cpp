@@ -11,11 +11,14 @@
 #include <QTest>
 #include <QThread>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -144,6 +147,7 @@ private slots:
     void file_operationsHaveTheirSlots();
     void file_hasOneSetOfOperations();
     void stdio_opensReadsWrites();
+    void stdio_interruptedRead_goesOnAndLeavesNoError();
     void stdio_withoutStream_saysSo();
     void stdio_seeksByWhence_data();
     void stdio_seeksByWhence();
@@ -233,6 +237,40 @@ void TestFileIo::file_hasOneSetOfOperations()
         QVERIFY(!file->ioDev());
         QCOMPARE(file->offset(), -1);
     }
+}
+
+void TestFileIo::stdio_interruptedRead_goesOnAndLeavesNoError()
+{
+    static std::atomic<int> handled{0};
+    struct sigaction counting = {};
+    counting.sa_handler = [](int) { ++handled; }; // without SA_RESTART
+    struct sigaction before = {};
+    sigaction(SIGUSR1, &counting, &before);
+    unlink(pipePath);
+    QCOMPARE(mkfifo(pipePath, 0600), 0);
+    const int writer = ::open(pipePath, O_RDWR | O_CLOEXEC);
+    const pthread_t reader = pthread_self();
+    const QScopedPointer<QThread> thread(QThread::create([writer, reader] {
+        // A signal when the reader sleeps in its call. An emulator tells its own calls: there, the
+        // bytes come without one after a while.
+        const QByteArray reading = QByteArray::number(SYS_read) + ' ';
+        for (int look = 0; handled == 0 && look < 100000; ++look) {
+            if (PanelWorld::fileContent(QStringLiteral("/proc/self/syscall")).startsWith(reading)) {
+                pthread_kill(reader, SIGUSR1);
+            }
+            QThread::usleep(100);
+        }
+        (void)!::write(writer, "0123456789", 10);
+    }));
+    DFileStdio file(pipePath, "rb");
+    QByteArray got(10, '-');
+    thread->start();
+    QCOMPARE(file.read(got.data(), 10), 10);
+    thread->wait();
+    QCOMPARE(got, QByteArray("0123456789"));
+    QCOMPARE(std::ferror(static_cast<std::FILE*>(file.ioDev())), 0);
+    ::close(writer);
+    sigaction(SIGUSR1, &before, nullptr);
 }
 
 void TestFileIo::stdio_opensReadsWrites()
