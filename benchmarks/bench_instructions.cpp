@@ -301,7 +301,7 @@ int list(const Counts& counts)
     std::string option = std::string("--callgrind-out-file=") + dumps;
     for (const char* word : {"valgrind", "-q", "--tool=callgrind", "--collect-atstart=no",
                              "--trace-children=no", "--child-silent-after-fork=yes"}) {
-        words.push_back(const_cast<char*>(word)); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+        words.push_back(const_cast<char*>(word));
     }
     words.push_back(option.data());
     for (char** word = argv; *word; ++word) {

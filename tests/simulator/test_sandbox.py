@@ -24,7 +24,6 @@ def screen_width(image):
     return image[SCREEN_WIDTH] | image[SCREEN_WIDTH + 1] >> 4 << 8
 
 
-
 class SandboxTest(unittest.TestCase):
     def setUp(self):
         self.world = World(BUILD)

@@ -116,7 +116,7 @@ class ActionModule(ActionBase):
             raise PanelError(reason(errors) or "the import does not begin")
         result["state"] = "unknown"
         # At the one time, so that the panel has taken everything back before this gives up.
-        self._confirm_at(new, old, folder.strip(), time.time() + self._args["confirm"], result)
+        self._confirm_at(new, old, folder.strip(), time.monotonic() + self._args["confirm"], result)
         del result["state"]
 
     def _address_after(self, changes):
@@ -131,7 +131,7 @@ class ActionModule(ActionBase):
     def _confirm_at(self, new, old, folder, give_up, result):
         """Comes back over the new address and confirms, or finds out why it cannot."""
         address = new
-        while time.time() < give_up:
+        while time.monotonic() < give_up:
             self._panel.go_to(address)
             done = self._panel.try_run(LOOK % folder)
             if done and done[0] == STILL_RUNS:
@@ -157,8 +157,8 @@ class ActionModule(ActionBase):
     def _tell_what_it_has(self, new, old, result):
         """It was not reached in time, and takes everything back by itself."""
         seconds = self._args["confirm"]
-        give_up = time.time() + GRACE_S
-        while time.time() < give_up:
+        give_up = time.monotonic() + GRACE_S
+        while time.monotonic() < give_up:
             for address in (old, new):
                 self._panel.go_to(address)
                 try:
