@@ -14,6 +14,9 @@ usage_arm() {
   starts a whole emulated panel, an ARM machine with a kernel of its own, and shows it as
   ./panel run does; its device is kept in a folder of its own
                      (default: panel-settings-arm in $XDG_STATE_HOME or ~/.local/state)
+./panel arm check
+  starts a new one, presses on its touch screen what somebody would try on a new board, looks from
+  inside what became of it, and runs the tests of files, registers and flash there; takes minutes
 END
 }
 
@@ -21,8 +24,8 @@ panel_arm() {
     local verb=${1-}
     [ $# -eq 0 ] || shift
     case $verb in
-    build | test | run) "arm_$verb" "$@" ;;
-    *) fail "./panel arm build|test|run, not '$verb'; see ./panel arm --help" ;;
+    build | test | run | check) "arm_$verb" "$@" ;;
+    *) fail "./panel arm build|test|run|check, not '$verb'; see ./panel arm --help" ;;
     esac
 }
 
@@ -110,4 +113,25 @@ arm_run() {
     exec "$root/simulator/run" --build "$root/build/armhf" \
         --emulated "$machine_parts" "$root/build/arm/armhf/prefix" --state "$state" \
         --size "$size" --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
+}
+
+# Programs of the build that the check runs in the machine, and what one of them brings along.
+machine_tests=(tests/fileio/test_fileio tests/regstore/test_regstore tests/mtd/test_mtd
+    tests/mtd/libmtd_emulation.so)
+
+arm_check() {
+    local folder=$root/build/arm/check status=0
+    no_options "$@"
+    make_machine SettingsPlugin panelctl panel-host test_fileio test_regstore test_mtd
+    rm -rf "$folder"
+    mkdir -p "$folder/pictures"
+    "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \
+        "$root/build/armhf" "$folder/archives" "${machine_tests[@]}" || exit 2
+    /usr/bin/python3 "$root/tests/arm/machine/check.py" --pictures "$folder/pictures" \
+        --build "$root/build/armhf" --parts "$machine_parts" \
+        --libraries "$root/build/arm/armhf/prefix" --state "$folder/device" \
+        --archives "$folder/archives" || status=$?
+    rm -rf "$folder/device" "$folder/archives"
+    say "pictures of it are in $folder/pictures"
+    exit "$status"
 }

@@ -302,6 +302,13 @@ class Page(View):
         self.assertTrue(heard.startswith(b"HTTP/1.1 101 "), heard)
         return browser
 
+    def test_colors_are_swapped_back_unless_the_server_keeps_to_their_order(self):
+        for options, swapped in ((), True), (("--true-colors",), False):
+            with self.subTest(options=options):
+                self.start(*options)
+                page = self.answer(self.path).read().decode()
+                self.assertEqual('class="blue-first"' in page, swapped)
+
     def test_the_page_and_its_parts_are_served_to_who_knows_the_address(self):
         self.start()
         for path in ("", "screen.js", "core/rfb.js", "vendor/pako/lib/zlib/inflate.js"):
