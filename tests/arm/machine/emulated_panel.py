@@ -15,7 +15,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent.parent
 START = ROOT / "arm/machine/start"
-PATIENCE_S = 600
+PATIENCE_S = 1800
 LONGEST_AXIS = 32767  # what a touch screen's position is told in
 READY = b"agent is ready\n"
 
