@@ -8,7 +8,8 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-WAIT_S = 240
+# For a whole script: a story is five plays, in one of which a panel has a minute to come back.
+WAIT_S = 480
 
 
 class Result:

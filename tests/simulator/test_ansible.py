@@ -16,7 +16,7 @@ PLAY = """
   tasks:
     - panel.plant.settings:
         settings: "{{ wanted }}"
-        confirm: 40
+        confirm: 240
       register: done
     - ansible.builtin.copy:
         content: "{{ done | to_json }}"
