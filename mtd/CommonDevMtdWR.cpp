@@ -214,6 +214,25 @@ bool haveRoom(const Block* blocks, int count, unsigned len)
     return room >= len;
 }
 
+/// Carries out a copy of @p len bytes from or to @p start on, over the blocks that @p choose finds:
+/// what @p transfer answers, or 1 when it cannot begin.
+template <typename Transfer>
+int copyOver(const unsigned char* buf, unsigned len, unsigned char dev, int start,
+             Blocks (*choose)(const Flash&, int, std::size_t), Transfer transfer)
+{
+    if (!isPossible(buf, len, dev, start)) {
+        return 1;
+    }
+    Flash flash(devicePaths.at(dev));
+    if (!flash.isValid()) {
+        return 1;
+    }
+    const std::size_t wanted = flash.blocksFor(len);
+    printSizes(wanted, len);
+    Blocks blocks = choose(flash, start, wanted);
+    return blocks.size() < wanted ? 1 : transfer(flash, blocks);
+}
+
 } // namespace
 
 int CommonDevMtdWR::hmi_type()
@@ -223,36 +242,18 @@ int CommonDevMtdWR::hmi_type()
 
 int CommonDevMtdWR::mtd_copy_write(unsigned char* buf, unsigned len, unsigned char dev, int start)
 {
-    if (!isPossible(buf, len, dev, start)) {
-        return 1;
-    }
-    Flash flash(devicePaths.at(dev));
-    if (!flash.isValid()) {
-        return 1;
-    }
-    const std::size_t wanted = flash.blocksFor(len);
-    printSizes(wanted, len);
-    Blocks blocks = eraseBlocks(flash, start, wanted);
-    return blocks.size() < wanted ? 1
-                                  : mtd_write(flash.descriptor(), flash.info(), buf, len,
-                                              blocks.data(), static_cast<int>(blocks.size()));
+    return copyOver(buf, len, dev, start, eraseBlocks, [&](Flash& flash, Blocks& blocks) {
+        return mtd_write(flash.descriptor(), flash.info(), buf, len, blocks.data(),
+                         static_cast<int>(blocks.size()));
+    });
 }
 
 int CommonDevMtdWR::mtd_copy_read(unsigned char* buf, unsigned len, unsigned char dev, int start)
 {
-    if (!isPossible(buf, len, dev, start)) {
-        return 1;
-    }
-    Flash flash(devicePaths.at(dev));
-    if (!flash.isValid()) {
-        return 1;
-    }
-    const std::size_t wanted = flash.blocksFor(len);
-    printSizes(wanted, len);
-    Blocks blocks = findBlocks(flash, start, wanted);
-    return blocks.size() < wanted ? 1
-                                  : mtd_read(flash.descriptor(), flash.info(), buf, len,
-                                             blocks.data(), static_cast<int>(blocks.size()));
+    return copyOver(buf, len, dev, start, findBlocks, [&](Flash& flash, Blocks& blocks) {
+        return mtd_read(flash.descriptor(), flash.info(), buf, len, blocks.data(),
+                        static_cast<int>(blocks.size()));
+    });
 }
 
 int CommonDevMtdWR::mtd_read(int fd, mtd_info_user* /*info*/, unsigned char* buf, unsigned len,
