@@ -2,10 +2,13 @@
 
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
 import time
+
+from vnc_operator import Operator
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 # For a whole script: a story is five plays, in one of which a panel has a minute to come back.
@@ -22,7 +25,7 @@ class Result:
 class Hall:
     """Runs simulator/hall/start with a shell in the control room that takes one script at a time."""
 
-    def __init__(self, build, panels, scratch_name="hall-test."):
+    def __init__(self, build, panels, scratch_name="hall-test.", displays=()):
         self._folder = tempfile.TemporaryDirectory(prefix=scratch_name)
         self.folder = pathlib.Path(self._folder.name)
         self.files = self.folder / "files"
@@ -34,6 +37,7 @@ class Hall:
         self._log = open(self.folder / "log", "w+b")
         self._process = subprocess.Popen(
             [ROOT / "simulator" / "hall" / "start", "--build", build, "--panels", str(panels),
+             *(word for name in displays for word in ("--display", name)),
              "--files", self.files, "--", "bash"],
             env={**os.environ, "TMPDIR": str(self.scratch)}, stdin=subprocess.PIPE,
             stdout=self._log, stderr=self._log)
@@ -68,6 +72,18 @@ class Hall:
     def log(self):
         self._log.seek(0)
         return self._log.read().decode(errors="replace")
+
+    def page(self, name):
+        """The address of the page that shows this panel, as it was printed; None for one without."""
+        found = re.search(rf"^{name} is at (\S+)$", self.log(), re.M)
+        return found[1] if found else None
+
+    def look(self, name):
+        """A new operator in front of this panel."""
+        (place,) = self.scratch.glob("plant.*/hall")
+        operator = Operator(place / "screens" / name, place / "run" / name)
+        operator.find(name="HomePage")
+        return operator
 
     def end(self):
         """Ends the control room's shell, and with it the hall; its status."""

@@ -132,6 +132,9 @@ class Words(Machine):
                 (["plant", "--panels", "none"], "a number from 1 to 9999999, not 'none'"),
                 (["plant", "--panels", "2001"], "--panels is at most 2000"),
                 (["plant", "--files"], "--files needs a value"),
+                (["plant", "--display"], "--display needs a value"),
+                *((["plant", "--display", name], f"one of the 5 panels, for example panel-001, not '{name}'")
+                  for name in ("panel-006", "panel-000", "panel-5", "panel-0005", "5", "panel-00x", "")),
                 (["plant", "ansible-playbook"], "unknown option 'ansible-playbook'"),
                 (["run", "--state", "/dev/null/x"], "no permission to write to /dev/null/x"),
                 (["test", "--fast"], "unknown option '--fast'"),
@@ -155,7 +158,7 @@ class Words(Machine):
         for arguments in ([], ["help"], ["--help"], ["-h"]):
             text = self.succeed(*arguments)
             for word in ("run", "plant", "test", "shots", "bench", "fuzz", "soak", "lint", "package",
-                         "clean", "--size", "--panels", "--files", "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
+                         "clean", "--size", "--panels", "--display", "--files", "--adapters", "--fresh", "--state", "--inspect", "--seconds", "--seed",
                          "--presses"):
                 self.assertIn(word, text)
         self.assertEqual(self.calls(), [])
@@ -492,6 +495,16 @@ class Plant(Machine):
         self.assertEqual(calls[-1], f"simulator-hall-start --build {self.project}/build/release "
                          f"--panels 20 --files {self.folder}/my files -- "
                          "ansible-playbook --check hall.yml")
+
+    def test_runtime_and_plugin_are_built_for_a_display_alone(self):
+        self.without_package("novnc")
+        self.succeed("plant", "--display", "panel-002", "--display=panel-005", "--", "true")
+        calls = self.calls()
+        self.assertIn(install("novnc"), calls)
+        self.assertIn("cmake --build --preset release --target panelctl panel-host SettingsPlugin",
+                      calls)
+        self.assertEqual(calls[-1], f"simulator-hall-start --build {self.project}/build/release "
+                         "--panels 5 --display panel-002 --display panel-005 -- true")
 
     def test_five_panels_and_a_shell_where_nothing_is_said(self):
         self.succeed("plant")

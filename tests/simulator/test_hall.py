@@ -1,16 +1,22 @@
 """Many panels in one network and the control room in it: what each of them is, what can be done to
 them, and that nothing of it gets out."""
 
+import http.client
+import json
 import os
 import pathlib
 import re
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
+import urllib.parse
+import urllib.request
 
 from hall_under_test import ROOT, Hall
+from patience import PATIENCE_S, wait_for
 
 BUILD = sys.argv.pop(1)
 PANELS = ("panel-001", "panel-002", "panel-003")
@@ -167,9 +173,114 @@ class Walls(HallTest):
                          f"{1 << 1 | 1 << 10 | 1 << 12 | 1 << 13:016x}")
 
 
+class Display(unittest.TestCase):
+    """A hall in which the second of two panels has a display."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.hall = Hall(BUILD, 2, "hall-display-test.", displays=["panel-002"])
+        cls.addClassCleanup(cls.hall.clean)
+
+    def setUp(self):
+        self.assertEqual(self.output("panelctl device set brightness 140"), "")
+
+    def output(self, script):
+        """Of a script in the panel with the display."""
+        result = self.hall.run(f"ssh panel-002 '{script}'")
+        self.assertEqual(result.status, 0, result.output + self.hall.log())
+        return result.output
+
+    def look(self):
+        """An operator in front of the settings."""
+        operator = self.hall.look("panel-002")
+        self.addCleanup(operator.close)
+        operator.press_widget(name="open")
+        operator.find(name="generalSettingsListWidget")
+        return operator
+
+    def exported_brightness(self):
+        return json.loads(self.output("panelctl export"))["display"]["brightness"]
+
+    def enter_brightness(self, operator, digit):
+        operator.press_widget(name="brightnessLineEdit")
+        operator.press_widget(name=f"pushButton{digit}")
+        operator.press_widget(name="pushButtonEnter")
+
+    @staticmethod
+    def first_octets(operator):
+        """The uppermost address on the network page."""
+        fields = [widget for widget in operator.widgets() if widget["class"] == "QLineEdit"]
+        fields.sort(key=lambda widget: (widget["y"], widget["x"]))
+        return ".".join(widget["text"] for widget in fields[:4])
+
+    def ask_for_screen(self, secret=None):
+        """The answer of its page's server to a browser that has this secret, or the one printed."""
+        page = urllib.parse.urlsplit(self.hall.page("panel-002"))
+        connection = http.client.HTTPConnection(page.netloc, timeout=PATIENCE_S)
+        connection.request("GET", (secret or page.path) + "screen", headers={
+            "Upgrade": "websocket", "Sec-WebSocket-Key": "A" * 22 + "=="})
+        answer = connection.getresponse()
+        self.addCleanup(connection.close)
+        return answer
+
+    def test_its_page_is_printed_and_shows_it_to_who_knows_the_address(self):
+        self.output("true")
+        self.assertRegex(self.hall.log(),
+                         r"^panel-002 is at http://127\.0\.0\.1:\d+/[A-Za-z0-9_-]{20,}/\n$")
+        with urllib.request.urlopen(self.hall.page("panel-002"), timeout=PATIENCE_S) as answer:
+            self.assertIn("Simulated panel", answer.read().decode())
+        self.assertEqual(self.ask_for_screen("/somebody/").status, 403)
+        screen = self.ask_for_screen()
+        self.assertEqual(screen.status, 101)
+        self.assertIn(b"RFB 003.", screen.fp.read(10))
+
+    def test_what_is_pressed_on_it_is_read_in_the_control_room(self):
+        self.enter_brightness(self.look(), 5)
+        wait_for(lambda: self.exported_brightness() == 92, "the level of the keypad")
+        other = self.hall.run("ssh panel-001 'panelctl export; pidof panel-host'")
+        self.assertIn('"brightness": 140', other.output)
+        self.assertEqual(other.status, 1, other.output)
+
+    def test_dialog_and_control_room_set_the_same_adapter(self):
+        operator = self.look()
+        operator.press_widget(name="networkPushButton")
+        wait_for(lambda: self.first_octets(operator) == "10.64.1.2", "its address on the page")
+        self.assertIn("inet addr:10.64.1.2 ", self.output("ifconfig eth0"))
+
+    def test_it_comes_back_after_a_power_cut(self):
+        self.output("panelctl device set brightness 92")
+        result = self.hall.run("plant cut panel-002; plant status; plant start panel-002")
+        self.assertEqual((result.status, result.output), (0, "panel-001 on\npanel-002 off\n"))
+        wait_for(lambda: self.look().find(name="brightnessLineEdit")["text"] == "05", "the level")
+        self.assertEqual(self.ask_for_screen().status, 101)
+
+    def test_restart_that_is_pressed_restarts_it(self):
+        def start():
+            return self.hall.run(
+                "ssh -o ConnectTimeout=1 panel-002 'cut -d\" \" -f22 /proc/1/stat'").output
+
+        first = start()
+        self.look().press_widget(name="restartPushButton")
+        wait_for(lambda: re.fullmatch(r"\d+\n", second := start()) and second != first,
+                 "the panel to come up again")
+        wait_for(lambda: self.ask_for_screen().status == 101, "its page")
+        self.look()
+
+    def test_one_that_does_not_exist_is_refused_before_anything_starts(self):
+        with tempfile.TemporaryDirectory(prefix="hall-display-test.") as folder:
+            done = subprocess.run(
+                [ROOT / "simulator" / "hall" / "start", "--build", BUILD, "--panels", "2",
+                 "--display", "panel-001", "--display", "panel-003", "--", "touch", "started"],
+                env={**os.environ, "TMPDIR": folder}, text=True, stdin=subprocess.DEVNULL,
+                capture_output=True, check=False)
+            self.assertEqual((done.returncode, done.stdout, done.stderr),
+                             (1, "", "plant: there is no panel-003\n"))
+            self.assertEqual(os.listdir(folder), [])
+
+
 class End(unittest.TestCase):
     def setUp(self):
-        self.hall = Hall(BUILD, 2, "hall-end-test.")
+        self.hall = Hall(BUILD, 2, "hall-end-test.", displays=["panel-001"])
         self.addCleanup(self.hall.clean)
         self.assertEqual(self.hall.run("ssh panel-002 true").status, 0, self.hall.log())
 
