@@ -373,7 +373,8 @@ void GeneralSettings::onDarkenClicked()
 void GeneralSettings::stepBrightness(int step)
 {
     m_brightness += step;
-    // Applies and stores the level a first time; the lines below do so again.
+    // The slider's slot applies and stores the level, but only if the slider moves; the lines below
+    // do so in any case, and so twice for a usual press.
     m_brightnessSlider.setValue(m_brightness);
     showBrightness();
     applyRawBrightness(convertBrightnessToOriginalValue(m_brightness));

@@ -157,6 +157,7 @@ void NetworkSettings::refresh()
     for (int adapter = 0; adapter < m_adapterCount; ++adapter) {
         const auto index = networkIndexType(adapter);
         pane(index).showMode(AdapterMode::isDynamic(adapter));
+        // Read for each adapter: a mode box that changes acts at once, and time passes.
         const int preference = DefaultRoutes::storedPreference();
         for (AdapterPane* pane : m_panes) {
             pane->showDefault(preference);
@@ -439,6 +440,8 @@ void NetworkSettings::onSetCombobox(int index)
 
 void NetworkSettings::updateDHCPConfig(networkIndexType adapter, bool dynamic)
 {
+    // Of the adapter that the caller names; the box that sent the signal names the one that is
+    // changed, which is another one if a caller mixes them up.
     const bool switchedOff = AdapterSwitch::isOff(m_settings, int(adapter));
     for (const networkIndexType candidate : {Eth0, Eth1}) {
         adapter = sender() == &pane(candidate).modeBox() ? candidate : adapter;

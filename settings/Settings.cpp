@@ -114,7 +114,7 @@ Settings::Settings(QWidget* parent)
     ui->setupUi(this);
     readDataFromEE();
     m_screenWidth = primaryScreenWidth();
-    // setupUi() has set the form's texts; this sets them again, once the records are read.
+    // setupUi() has set the form's texts; this asks for them again, which a host's translator sees.
     ui->retranslateUi(this);
     m_fontId = PanelFont::registerFile(m_fontPath);
 
