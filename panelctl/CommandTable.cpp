@@ -203,7 +203,8 @@ const std::vector<Command>& all()
          0,
          {},
          {Option::Json},
-         "Prints everything that is where: records, fields, areas, registers, adapters, settings.",
+         "Prints everything that is where: records, fields, areas, registers, adapters, languages, "
+         "settings.",
          Commands::tables,
          false},
         {"complete",

@@ -1,5 +1,6 @@
 #include "adapters/AdapterTable.h"
 #include "device/EEInfoDetail.h"
+#include "device/LanguageTable.h"
 #include "device/Latin1.h"
 #include "device/ResolverFile.h"
 #include "device/SettingsKeys.h"
@@ -74,6 +75,14 @@ QJsonObject ofAdapter(const AdapterRow& adapter)
             {"dhcp"_l1, static_cast<int>(adapter.dhcpRegister.id())}};
 }
 
+QJsonObject ofLanguage(const Languages::Language& language)
+{
+    return {{"value"_l1, static_cast<int>(language.value)},
+            {"name"_l1, QString::fromLatin1(language.name)},
+            {"word"_l1, QString::fromLatin1(language.word)},
+            {"fallback"_l1, &language == &Languages::fallback}};
+}
+
 QJsonObject files()
 {
     return {{"settings"_l1, QString::fromLatin1(SettingsKeys::file)},
@@ -98,6 +107,7 @@ void Commands::tables(const Arguments& /*given*/)
         {"areas"_l1, arrayOf(areaFiles, ofArea)},
         {"registers"_l1, arrayOf(registerTable, Json::ofRegister)},
         {"adapters"_l1, arrayOf(adapterTable, ofAdapter)},
+        {"languages"_l1, arrayOf(Languages::all, ofLanguage)},
         {"settings"_l1, arrayOf(panelSettings, ofSetting)},
         {"files"_l1, files()},
         {"buzzerKey"_l1, QString::fromLatin1(SettingsKeys::buzzer)},

@@ -6,12 +6,26 @@ def octets(text):
     return bytes(int(octet) for octet in text.split("."))
 
 
-def word(*words):
-    """Words that stand for 0, 1 and so on."""
+# Values that have words, in the order in which the program lists them. The languages' are those of
+# their buttons.
+WORDS = {
+    "switch": {"off": 0, "on": 1},
+    "language": {"chinese": 0, "english": 1},
+    "default_adapter": {"auto": 0, "eth0": 1, "eth1": 2},
+}
+
+
+def word(kind):
+    """Words that stand for numbers."""
     def encode(text, before):
-        number = words.index(text) if text in words else int(text)
+        number = WORDS[kind][text] if text in WORDS[kind] else int(text)
         return number.to_bytes(len(before), "little")
     return encode
+
+
+def words_that_fit(kind):
+    """As a complaint about another word lists them."""
+    return " or ".join(WORDS[kind])
 
 
 def number(text, before):
@@ -34,8 +48,9 @@ def adapters(text, before):
 
 ENCODE = {
     "number": number, "level": number, "width": width, "adapter_count": adapters, "ipv4": address,
-    "netmask": address, "switch": word("off", "on"), "language": word("chinese", "english"),
-    "default_adapter": word("auto", "eth0", "eth1"), "bytes": lambda text, before: bytes.fromhex(text),
+    "netmask": address, "switch": word("switch"), "language": word("language"),
+    "default_adapter": word("default_adapter"),
+    "bytes": lambda text, before: bytes.fromhex(text),
     "mac": lambda text, before: bytes.fromhex(text.replace(":", "")),
 }
 
@@ -46,7 +61,7 @@ FITTING = {
     "ipv4": ["0.0.0.0", "1.2.3.4", "10.255.0.1", "192.168.1.10", "223.255.255.254"],
     "netmask": ["0.0.0.0", "128.0.0.0", "255.255.255.0", "255.255.255.255"],
     "switch": ["on", "off", "1", "0"],
-    "language": ["chinese", "english", "1", "0"],
+    "language": [*WORDS["language"], *map(str, reversed(WORDS["language"].values()))],
     "default_adapter": ["eth1", "auto", "eth0", "2", "1", "0"],
     "mac": ["02:00:5e:0a:00:01", "FE:dc:BA:98:76:54", "00:00:00:00:00:01"],
 }
@@ -60,7 +75,7 @@ UNFIT = {
              "224.0.0.1", "255.255.255.255", "0.0.0.1"],
     "netmask": ["255.0.255.0", "0.255.255.255", "255.255.255.1", "24", "255.255.255"],
     "switch": ["2", "ON", "yes", "onn"],
-    "language": ["2", "German", "English"],
+    "language": ["255", "klingon", "English"],
     "default_adapter": ["3", "eth2", "none"],
     "mac": ["02:00:5e:0a:00", "02:00:5e:0a:00:01:02", "02-00-5e-0a-00-01", "02005e0a0001",
             "0g:00:5e:0a:00:01", "020:0:5e:0a:00:01", "01:00:5e:0a:00:01", "00:00:00:00:00:00"],
@@ -100,10 +115,9 @@ def encode(row, text, before):
 def shown(row, text):
     """How the program prints a value that somebody typed, so that it can be typed again."""
     kind = row["kind"]
-    words = {"switch": ["off", "on"], "language": ["chinese", "english"],
-             "default_adapter": ["auto", "eth0", "eth1"]}
-    if kind in words:
-        return text if text in words[kind] else words[kind][int(text)]
+    if kind in WORDS:
+        words = {str(number): word for word, number in WORDS[kind].items()}
+        return words.get(text, text)
     if kind in ("number", "level", "width"):
         return str(int(text, 0))
     return text.lower()

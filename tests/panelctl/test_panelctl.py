@@ -13,7 +13,7 @@ import subprocess
 import termios
 import unittest
 
-from panel_values import fitting, shown, unfit
+from panel_values import WORDS, fitting, shown, unfit
 from panel_world import (AREAS, FACTORY, FIELDS, PROGRAM, REGISTER_PIPE, REGISTERS, TABLES, WAIT_S,
                          PanelTest)
 
@@ -264,6 +264,12 @@ class Tables(PanelTest):
         self.assertEqual(self.json("device", "fields"), TABLES["fields"])
         self.assertEqual(self.json("tables"), json.loads(self.output("tables")))
 
+    def test_languages_are_the_words_of_their_values(self):
+        self.assertEqual({row["word"]: row["value"] for row in TABLES["languages"]},
+                         WORDS["language"])
+        self.assertEqual([row["name"] for row in TABLES["languages"] if row["fallback"]],
+                         ["English"])
+
     def test_lists_for_people_have_one_line_for_each(self):
         lines = on_terminal(200, "reg", "list")
         self.assertEqual(len(lines), len(REGISTERS))
@@ -329,7 +335,7 @@ class Completion(PanelTest):
                 ((), groups), (("help",), groups),
                 (("dns",), ["clear", "set", "show"]), (("reg", "read"), [*names, "--json"]),
                 (("--json", "reg", "read"), [*names, "--json"]),
-                (("reg", "write", "language"), ["chinese", "english", "--notify"]),
+                (("reg", "write", "language"), [*WORDS["language"], "--notify"]),
                 (("device", "set"), [*fields, "--image"]),
                 (("device", "set", "--image", "x", "settings_close_hidden"),
                  ["off", "on", "--image"]),

@@ -135,7 +135,7 @@ class Registers(RegisterTest):
 
     def test_refused_value_sends_no_notice(self):
         listener = self.hear(REGISTER_PIPE)
-        self.complaint(2, "reg", "write", "language", "german", "--notify")
+        self.complaint(2, "reg", "write", "language", "klingon", "--notify")
         self.assertEqual(listener.heard(), b"")
 
 

@@ -12,6 +12,7 @@ import time
 import unittest
 
 import jsonschema
+from panel_values import words_that_fit
 from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, PROGRAM, REGISTER_PIPE, REGISTERS,
                          RESOLVER, TABLES, WAIT_S, PanelTest, patched, start, wait_for)
 
@@ -134,6 +135,11 @@ class Export(TransferTest):
     def test_settings_are_those_of_the_tables(self):
         self.assertEqual(set(places(self.exported("--identity"))) - {"version"},
                          {row["place"] for row in TABLES["settings"]})
+
+    def test_schema_takes_the_languages_of_the_tables(self):
+        display = SCHEMA["properties"]["display"]["properties"]
+        self.assertEqual(display["language"]["enum"],
+                         [row["word"] for row in TABLES["languages"]])
 
     def test_panel_with_one_adapter_has_nothing_of_a_second(self):
         IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
@@ -278,7 +284,8 @@ class Errors(TransferTest):
         ("display.brightness", 78, "no level"), ("display.brightness", "140", "whole number"),
         ("display.brightness", 76.5, "whole number"), ("display.brightness", 1e300, "whole"),
         ("display.brightness", -4, "whole number"), ("display.brightness", None, "whole number"),
-        ("display.language", "german", "chinese or english"), ("display.language", 1, "quotation"),
+        ("display.language", "klingon", words_that_fit("language")),
+        ("display.language", 1, "quotation"),
         ("display.contrast", 3, "no such setting"), ("volume", 3, "no such setting"),
         ("sound.buzzer", "on", "true or false"), ("sound.buzzer", 1, "true or false"),
         ("network.default_adapter", "wlan0", "auto or eth0 or eth1"),

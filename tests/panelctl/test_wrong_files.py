@@ -2,6 +2,7 @@
 
 import unittest
 
+from panel_values import words_that_fit
 from panel_world import FACTORY, IMAGE, PanelTest, patched, start
 
 # What each file holds, and the one complaint about it: its place and its text.
@@ -31,7 +32,7 @@ FILES = (
     (b'{"version": 1, "display": {"Language": "english"}}', "display.Language",
      "there is no such setting"),
     (b'{"version": 1, "display": {"language": "English"}}', "display.language",
-     "'English' does not fit: it takes chinese or english"),
+     f"'English' does not fit: it takes {words_that_fit('language')}"),
     (b'{"version": 1, "sound": {"buzzer": "yes"}}', "sound.buzzer", "it takes true or false"),
     (b'{"version": 1, "network": {"eth0": {"ip": "192.168.1.20/24"}}}', "network.eth0.ip",
      "'192.168.1.20/24' does not fit: it takes an address like 192.168.1.10"),
