@@ -21,7 +21,7 @@ QByteArray secondsSinceStart()
 } // namespace
 
 NoticeReader::NoticeReader(const QString& path, int words, QObject* parent)
-    : QObject(parent), m_name(QFileInfo(path).fileName()), m_words(words), m_descriptor(-1)
+    : QObject(parent), m_name(QFileInfo(path).fileName()), m_words(words)
 {
     const QByteArray name = QFile::encodeName(path);
     mkfifo(name.constData(), 0777); // may be there already

@@ -26,7 +26,7 @@ private:
 
     QString m_name; ///< The pipe's, without its folder.
     int m_words;
-    int m_descriptor;
+    int m_descriptor = -1;
     QByteArray m_pending; ///< The start of a message whose rest has not arrived.
     QSocketNotifier* m_notifier = nullptr;
 };

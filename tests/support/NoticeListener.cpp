@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-NoticeListener::NoticeListener(const QString& path) : m_descriptor(-1)
+NoticeListener::NoticeListener(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
     mkfifo(name.constData(), 0777); // may be there already

@@ -20,5 +20,5 @@ public:
     QList<quint32> takeNumbers();
 
 private:
-    int m_descriptor;
+    int m_descriptor = -1;
 };
