@@ -40,13 +40,15 @@ def compilations():
         text = pathlib.Path(aside, "compile_commands.json").read_text(encoding="utf-8")
     finally:
         shutil.rmtree(aside)
-    entries = json.loads(text.replace(aside, str(BUILD)))
+    entries = [{"file": entry["file"].replace(aside, str(BUILD)),
+                "words": [word.replace(aside, str(BUILD)) for word in shlex.split(entry["command"])]}
+               for entry in json.loads(text)]
     return [entry for entry in entries if BUILD not in pathlib.Path(entry["file"]).parents]
 
 
 def command_for(entry):
     """The words that check a source with the flags of its target."""
-    words = shlex.split(entry["command"])
+    words = entry["words"].copy()
     while not pathlib.Path(words[0]).name.endswith("++"):
         words.pop(0)  # a cache in front of the compiler
     output = words.index("-o")
