@@ -10,6 +10,7 @@ import signal
 import subprocess
 import time
 import unittest
+import unittest.mock
 
 import jsonschema
 from panel_values import words_that_fit
@@ -353,7 +354,9 @@ class Errors(TransferTest):
                  "network.eth0", "line 2, column 1"),
                 ('{"version": 1, "sound": {"buzzer": true, "b\\u0075zzer": false}}', "sound.buzzer",
                  "line 1, column 42")):
-            with self.subTest(content=content):
+            # Qt's parser loses the first of two objects with one name, in a program that ends.
+            leaks = {"ASAN_OPTIONS": f"{os.environ.get('ASAN_OPTIONS', '')}:detect_leaks=0"}
+            with self.subTest(content=content), unittest.mock.patch.dict(os.environ, leaks):
                 self.assertEqual(self.errors(content.encode()),
                                  [(place, f"is given twice, again at {position}")])
         # The same name in two objects, and one that is a value, are no repetition.
