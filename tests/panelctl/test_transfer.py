@@ -14,8 +14,9 @@ import unittest.mock
 
 import jsonschema
 from panel_values import words_that_fit
-from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, PROGRAM, REGISTER_PIPE, REGISTERS,
-                         RESOLVER, TABLES, WAIT_S, PanelTest, patched, start, wait_for)
+from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, NO_LEAK_SEARCH, PROGRAM,
+                         REGISTER_PIPE, REGISTERS, RESOLVER, TABLES, WAIT_S, PanelTest, patched, start,
+                         wait_for)
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
@@ -355,8 +356,8 @@ class Errors(TransferTest):
                 ('{"version": 1, "sound": {"buzzer": true, "b\\u0075zzer": false}}', "sound.buzzer",
                  "line 1, column 42")):
             # Qt's parser loses the first of two objects with one name, in a program that ends.
-            leaks = {"ASAN_OPTIONS": f"{os.environ.get('ASAN_OPTIONS', '')}:detect_leaks=0"}
-            with self.subTest(content=content), unittest.mock.patch.dict(os.environ, leaks):
+            with self.subTest(content=content), \
+                    unittest.mock.patch.dict(os.environ, NO_LEAK_SEARCH):
                 self.assertEqual(self.errors(content.encode()),
                                  [(place, f"is given twice, again at {position}")])
         # The same name in two objects, and one that is a value, are no repetition.
