@@ -356,8 +356,8 @@ class Errors(TransferTest):
                 ('{"version": 1, "sound": {"buzzer": true, "b\\u0075zzer": false}}', "sound.buzzer",
                  "line 1, column 42")):
             # Qt's parser loses the first of two objects with one name, in a program that ends.
-            with self.subTest(content=content), \
-                    unittest.mock.patch.dict(os.environ, NO_LEAK_SEARCH):
+            environment = NO_LEAK_SEARCH if place == "network.eth0" else {}
+            with self.subTest(content=content), unittest.mock.patch.dict(os.environ, environment):
                 self.assertEqual(self.errors(content.encode()),
                                  [(place, f"is given twice, again at {position}")])
         # The same name in two objects, and one that is a value, are no repetition.
