@@ -1,5 +1,6 @@
 """The tests of a build, one by one, in the order in which a mistake is most likely found soon."""
 
+import dataclasses
 import json
 import os
 import pathlib
@@ -48,6 +49,10 @@ class Memory:
         self._sources = kept.get("sources")
         self.passed = set(kept.get("passed", []))
 
+    def forgets(self, test):
+        """How long a test takes is to be measured anew."""
+        self.passed.discard(test)
+
     def of_sources(self, identity):
         """Forgets what passed in other sources."""
         if self._sources != identity:
@@ -72,6 +77,13 @@ class Memory:
         self._path.write_text(json.dumps({
             "sources": self._sources, "passed": sorted(self.passed), "seconds": self.seconds,
             "noticed": self.noticed}, indent=1))
+
+
+@dataclasses.dataclass
+class Failure:
+    """A test that did not pass, by its result or because it took far too long."""
+    test: str
+    too_long: bool = False
 
 
 class Suite:
@@ -129,9 +141,21 @@ class Suite:
             return run(["cmake", "--build", self._build, "--parallel", self._jobs, "--target",
                         *targets], self._log) == 0
 
+    def set_aside(self, name):
+        """It is asked no more."""
+        del self._tests[name]
+        self._left_out += f"|^{re.escape(name)}$"
+
+    def limit(self, name):
+        """Seconds after which a test takes far too long. None while it is not known how long it
+        takes without a mistake."""
+        known = self.memory.seconds.get(name) if name in self.memory.passed else None
+        return None if known is None else LEAST_SECONDS + LIMIT_FACTOR * known
+
     def failed(self, names, path=""):
-        """The first of the tests that fails or takes far too long, None when all pass. They run
-        side by side; what takes little time and has noticed much in the file comes first."""
+        """The failure of the first of the tests that fails or takes far too long, None when all
+        pass. They run side by side; what takes little time and has noticed much in the file comes
+        first."""
         waiting = queue.SimpleQueue()
         for name in sorted(names, key=lambda name: self.memory.price(name, path)):
             waiting.put(name)
@@ -150,18 +174,16 @@ class Suite:
                 name = waiting.get_nowait()
             except queue.Empty:
                 return None
-            limit = None
-            if name in self.memory.passed:
-                limit = LEAST_SECONDS + LIMIT_FACTOR * self.memory.seconds[name]
+            limit = self.limit(name)
             programs = self._programs(name)
             if programs and not self.makes([path.name for path in programs]):
-                return race.lose(name)
+                return race.lose(Failure(name))
             began = time.monotonic()
             status = run(["ctest", "--test-dir", self._build, "--tests-regex",
                           f"^{re.escape(name)}$", "--output-on-failure"],
                          self._log, limit, race.join)
             if status != 0:
-                race.lose(name)
+                race.lose(Failure(name, too_long=status is None))
             elif limit is None:
                 self.memory.takes(name, time.monotonic() - began)
         return None
@@ -181,10 +203,10 @@ class Race:
             if self.failed:
                 end(process)
 
-    def lose(self, name):
+    def lose(self, failure):
         """A test has failed; those still running are ended, which is no failure of theirs."""
         with self._lock:
             if not self.failed:
-                self.failed = name
+                self.failed = failure
                 for process in self._running:
                     end(process)

@@ -1,5 +1,7 @@
 """The tool behind `./panel mutate`: which mistakes it makes, and what it tells of them."""
 
+import importlib.machinery
+import importlib.util
 import os
 import pathlib
 import re
@@ -8,12 +10,20 @@ import sys
 import tempfile
 import time
 import unittest
+import unittest.mock
 
 HERE = pathlib.Path(__file__).resolve().parent
 TOOL = HERE / "mutate"
 sys.path.insert(0, str(HERE))
 from mistakes import of_lines  # noqa: E402
-from suite import Memory, Suite, run  # noqa: E402
+from suite import Failure, Memory, Suite, run  # noqa: E402
+
+# A program and, here, a module: its name has no ending.
+LOADER = importlib.machinery.SourceFileLoader("mutate", str(TOOL))
+mutate = importlib.util.module_from_spec(importlib.util.spec_from_loader("mutate", LOADER))
+sys.modules["mutate"] = mutate
+LOADER.exec_module(mutate)
+Copy = mutate.Copy
 
 TOY = {
     "CMakeLists.txt": """cmake_minimum_required(VERSION 3.16)
@@ -128,11 +138,14 @@ class Toy(unittest.TestCase):
         self.assertRegex(output, r"(?m)^device +6 +3 +2 +83.3%$")
         self.assertEqual((self.root / "device/Limit.cpp").read_text(), TOY["device/Limit.cpp"])
 
-    def test_ends_when_the_tests_fail_by_themselves(self):
+    def test_what_fails_by_itself_is_asked_no_more(self):
         (self.root / "tests/device/test.cpp").write_text("int main() { return 1; }\n")
-        status, output = self.mutate("--count", "1", "device")
+        status, output = self.mutate("--count", "100", "--seed", "3", "device")
         self.assertEqual(status, 1)
-        self.assertIn("test_device fails without a mistake", output)
+        self.assertEqual(output.count("test_device fails without a mistake: it is asked no more"),
+                         1, output)
+        self.assertIn("others: device/Limit.cpp:10 noticed by elsewhere", output)
+        self.assertRegex(output, r"(?m)^device +6 +0 +2 +33.3%$")
 
     def test_what_passed_without_a_mistake_is_not_tried_again_in_the_same_sources(self):
         self.mutate("--count", "1", "device")
@@ -168,7 +181,7 @@ class Order(unittest.TestCase):
         suite = self.suite(slow="true", quick="true", wrong="exit 1", left_out="true")
         self.assertEqual(sorted(suite.below(".")), ["quick", "slow", "wrong"])
         self.memory.seconds = {"slow": 9.0, "quick": 1.0, "wrong": 2.0}
-        self.assertEqual(suite.failed(suite.below(".")), "wrong")
+        self.assertEqual(suite.failed(suite.below(".")), Failure("wrong"))
         self.assertEqual(self.ran.read_text().split(), ["quick", "wrong"])
 
     def test_what_noticed_mistakes_in_a_file_comes_first_there(self):
@@ -185,8 +198,31 @@ class Order(unittest.TestCase):
     def test_those_still_running_are_ended(self):
         began = time.monotonic()
         suite = self.suite(2, hangs="sleep 1000", wrong="until grep -q hangs ran; do :; done; exit 1")
-        self.assertEqual(suite.failed(["hangs", "wrong"]), "wrong")
+        self.assertEqual(suite.failed(["hangs", "wrong"]), Failure("wrong"))
         self.assertLess(time.monotonic() - began, 900)
+
+    def test_what_takes_far_longer_than_without_a_mistake_has_failed(self):
+        suite = self.suite(slow="test ! -e mistake || sleep 1000")
+        with unittest.mock.patch("suite.LEAST_SECONDS", 5):
+            self.assertIsNone(suite.limit("slow"))
+            self.assertIsNone(suite.failed(["slow"]))
+            self.assertGreaterEqual(suite.limit("slow"), 5)
+            (self.build / "mistake").touch()
+            self.assertEqual(suite.failed(["slow"]), Failure("slow", too_long=True))
+
+    def test_a_slow_machine_is_no_mistake(self):
+        suite = self.suite(slow="true", wrong="exit 1")
+        copy = Copy.__new__(Copy)
+        copy.suite, copy.log, copy.compiles = suite, self.build / "log", lambda *targets: True
+        too_long = Failure("slow", too_long=True)
+        self.memory.takes("slow", 1000.0)  # far more than it takes here: the limit was a fair one
+        self.assertTrue(copy.notices(too_long, "a/B.cpp"))
+        self.assertEqual(self.memory.noticed, {"a/B.cpp": {"slow": 1}})
+        self.assertLess(self.memory.seconds["slow"], 1000, "it is measured again")
+        with unittest.mock.patch("mutate.FAIR_FACTOR", 1e9):  # as if it took as long here
+            self.assertFalse(copy.notices(too_long, "a/B.cpp"))
+        self.assertFalse(copy.notices(Failure("wrong"), "a/B.cpp"), "it fails by itself")
+        self.assertEqual(suite.below("."), ["slow"])
 
     def test_programs_that_were_not_built_anew_cannot_notice(self):
         program, script = self.build / "program", self.build.parent / "script"
