@@ -76,18 +76,30 @@ bool takeOver(const Folder& folder, const QByteArray& old, int draft)
            fchmod(draft, found.st_mode & ALLPERMS) == 0;
 }
 
-bool giveName(const Folder& folder, int draft, const QByteArray& name)
+bool link(const Folder& folder, int draft, const QByteArray& name)
+{
+    const std::string nameless = "/proc/self/fd/" + std::to_string(draft);
+    return linkat(AT_FDCWD, nameless.c_str(), folder.number(), name.constData(),
+                  AT_SYMLINK_FOLLOW) == 0;
+}
+
+/// Puts the draft, which is complete, in the place of the file. A nameless one becomes a new file
+/// at once; it takes the place of an old one only by a name of its own.
+bool takePlace(const Folder& folder, int draft, const QByteArray& draftName, const QByteArray& name)
 {
     struct stat found = {};
     if (fstat(draft, &found) != 0) {
         return false;
     }
-    if (found.st_nlink > 0) {
-        return true; // it had one from the start
+    if (found.st_nlink == 0) {
+        if (link(folder, draft, name)) {
+            return true;
+        }
+        if (errno != EEXIST || !link(folder, draft, draftName)) {
+            return false;
+        }
     }
-    const std::string nameless = "/proc/self/fd/" + std::to_string(draft);
-    return linkat(AT_FDCWD, nameless.c_str(), folder.number(), name.constData(),
-                  AT_SYMLINK_FOLLOW) == 0;
+    return renameat(folder.number(), draftName.constData(), folder.number(), name.constData()) == 0;
 }
 
 /// The file itself where the path is a link.
@@ -125,9 +137,7 @@ QString replaceFile(const QString& path, const QByteArray& content)
     const Descriptor draft(openDraft(folder, draftName));
     if (draft.isOpen() && writeAll(draft.number(), content) &&
         takeOver(folder, name, draft.number()) && fsync(draft.number()) == 0 &&
-        giveName(folder, draft.number(), draftName) &&
-        renameat(folder.number(), draftName.constData(), folder.number(), name.constData()) == 0 &&
-        fsync(folder.number()) == 0) {
+        takePlace(folder, draft.number(), draftName, name) && fsync(folder.number()) == 0) {
         return {};
     }
     QString wrong = reason();

@@ -9,10 +9,11 @@
 /// wrong, empty when nothing did.
 ///
 /// The new content has no name until it is complete, so that a killed command leaves nothing
-/// behind. Where the file system knows no nameless files, and for the moment before the old file
-/// is replaced, it is called ".NAME.new"; the next replacement removes one that was left.
+/// behind, and a new file gets its own name at once. Before an old file is replaced, and where the
+/// file system knows no nameless files, the new content is called ".NAME.new" for a moment. The
+/// next replacement removes one that was left, and so does removeDraft().
 QString replaceFile(const QString& path, const QByteArray& content);
 
 /// Removes the new content that a killed command may have left beside a file, which itself stays as
-/// it is.
+/// it is. Waits for a replacement that is under way.
 void removeDraft(const QString& path);

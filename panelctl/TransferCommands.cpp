@@ -1,10 +1,12 @@
 // export, import, confirm and recover.
 
 #include "device/Latin1.h"
+#include "device/ResolverFile.h"
 #include "panelctl/Commands.h"
 #include "panelctl/ImportFile.h"
 #include "panelctl/Journal.h"
 #include "panelctl/Json.h"
+#include "panelctl/ReplaceFile.h"
 #include "panelctl/RunningPanel.h"
 
 #include <QFile>
@@ -179,6 +181,14 @@ void apply(const PanelState& panel, const Changes& changes, const Arguments& giv
     Journal::remove();
 }
 
+/// Those of commands that were killed, beside every file of the panel that commands replace.
+void removeDrafts()
+{
+    for (const char* path : {Journal::path, SettingsKeys::file, ResolverFile::path}) {
+        removeDraft(QString::fromLatin1(path));
+    }
+}
+
 } // namespace
 
 void Commands::exportSettings(const Arguments& given)
@@ -221,7 +231,9 @@ void Commands::confirm(const Arguments& /*given*/)
 
 void Commands::recover(const Arguments& /*given*/)
 {
-    if (!settleJournal()) {
+    const bool isTakenBack = settleJournal();
+    removeDrafts();
+    if (!isTakenBack) {
         std::cout << "nothing was cut off\n";
         throw Unchanged();
     }

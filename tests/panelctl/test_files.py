@@ -128,6 +128,22 @@ class Replacement(PanelTest):
         # Between getting its name and taking the place of the old file.
         self.assertLessEqual(left, {".resolv.conf.new"})
 
+    def test_recover_removes_the_draft_that_a_killed_command_left(self):
+        self.trace("-e", "inject=renameat:signal=KILL")
+        self.assertEqual(self.drafts(), [".resolv.conf.new"])
+        self.assertEqual(start("recover").returncode, 3)
+        self.assertEqual(self.drafts(), [])
+        self.assertEqual(RESOLVER.read_bytes(), line("eth0", "1.1.1.1"))
+
+    def test_new_file_never_has_a_draft(self):
+        RESOLVER.unlink()
+        for name, number in self.calls_of(self.trace()):
+            RESOLVER.unlink(missing_ok=True)
+            self.trace("-e", f"inject={name}:signal=KILL:when={number}")
+            with self.subTest(call=name, number=number):
+                self.assertEqual(self.drafts(), [])
+                self.assertIn(RESOLVER.exists() and RESOLVER.read_bytes(), (False, self.NEW))
+
     def test_file_system_without_nameless_files_serves_as_well(self):
         nameless = next(number for number, call in enumerate(
             (call for call in self.trace() if call.startswith("openat(")), 1)
