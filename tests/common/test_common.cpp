@@ -192,6 +192,8 @@ void TestCommon::font_droppedByTheHost_isRegisteredAgain()
     QFontDatabase::removeAllApplicationFonts();
     const int id = PanelFont::registerFile(fontFile);
     QVERIFY(!QFontDatabase::applicationFontFamilies(id).isEmpty());
+    QCOMPARE(id, 0); // the first of a process is remembered like any other
+    QCOMPARE(PanelFont::registerFile(fontFile), id);
 }
 
 void TestCommon::translation_fileFollowsTheLanguage_data()

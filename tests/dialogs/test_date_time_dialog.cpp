@@ -114,6 +114,8 @@ private slots:
     void entry_dayIsNotCheckedAgainstTheMonth();
     void entry_cancelled_changesNothing();
     void entry_outOfRange_isRefusedByTheKeypad();
+    void entry_pressReachesItsFieldToo_data();
+    void entry_pressReachesItsFieldToo();
     void entry_clearsTheFocus();
     void entry_combinesWithTheMomentShownThen();
     void press_beepsByTheSwitch_data();
@@ -130,6 +132,7 @@ private slots:
     void instance_isOneAndKeepsItsArguments();
     void instance_takesTheNextSettingsOnceTheFirstAreGone();
     void drag_startsOnTheTitleBar();
+    void drag_leavesPressesToWhoeverIsBehind();
     void deletedWhileTheKeypadIsOpen_closesTheKeypad();
     void caller_goneMeanwhile_closesDialogAndKeypad();
 };
@@ -420,6 +423,27 @@ void TestDateTimeDialog::entry_outOfRange_isRefusedByTheKeypad()
     QCOMPARE(field("hourLineEdit")->text(), QStringLiteral("09"));
 }
 
+void TestDateTimeDialog::entry_pressReachesItsFieldToo_data()
+{
+    QTest::addColumn<bool>("isEntered");
+    QTest::newRow("entered") << true;
+    QTest::newRow("cancelled") << false;
+}
+
+void TestDateTimeDialog::entry_pressReachesItsFieldToo()
+{
+    QFETCH(bool, isEntered);
+    dialog()->show();
+    showMoment(2024, 3, 7, 9, 5, 0);
+    QLineEdit* hour = field("hourLineEdit");
+    QCOMPARE(hour->cursorPosition(), 2);
+    const Hands::WhenOpen<InputDialog> typing([&](InputDialog& keypad) {
+        isEntered ? Hands::type(keypad, "8E"_s) : void(keypad.close());
+    });
+    QTest::mousePress(hour, Qt::LeftButton, Qt::NoModifier, QPoint(1, hour->height() / 2));
+    QCOMPARE(hour->cursorPosition(), 0); // the press put it where it fell
+}
+
 void TestDateTimeDialog::entry_clearsTheFocus()
 {
     dialog()->show();
@@ -655,6 +679,16 @@ void TestDateTimeDialog::drag_startsOnTheTitleBar()
     QVERIFY(dialog()->inRange(&corner, titleBar));
     corner += QPoint(1, 0);
     QVERIFY(!dialog()->inRange(&corner, titleBar));
+}
+
+void TestDateTimeDialog::drag_leavesPressesToWhoeverIsBehind()
+{
+    dialog()->show();
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseMove}) {
+        QMouseEvent event(type, QPointF(50, 20), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(dialog(), &event);
+        QVERIFY2(!event.isAccepted(), "a plain window takes neither");
+    }
 }
 
 void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_closesTheKeypad()

@@ -115,6 +115,7 @@ private slots:
     void drag_startsOnTheTitleBar();
     void drag_movesByTheOffset();
     void drag_otherButtons_moveNothing();
+    void drag_leavesPressesToWhoeverIsBehind();
     void inRange_isOnePixelWider_data();
     void inRange_isOnePixelWider();
     void texts_followTheTranslator();
@@ -653,6 +654,17 @@ void TestInputDialog::drag_otherButtons_moveNothing()
               Qt::LeftButton | Qt::RightButton);
     QCOMPARE(keypad.pos(), before + QPoint(80, 0));
     QVERIFY(InputDialog::p_move);
+}
+
+void TestInputDialog::drag_leavesPressesToWhoeverIsBehind()
+{
+    InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
+    keypad.show();
+    for (const QEvent::Type type : {QEvent::MouseButtonPress, QEvent::MouseMove}) {
+        QMouseEvent event(type, QPointF(50, 20), Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&keypad, &event);
+        QVERIFY2(!event.isAccepted(), "a plain window takes neither");
+    }
 }
 
 void TestInputDialog::inRange_isOnePixelWider_data()

@@ -11,8 +11,8 @@ import subprocess
 import threading
 import time
 
-LEAST_SECONDS = 60
-LIMIT_FACTOR = 10  # of the time without a mistake
+LEAST_SECONDS = 30
+LIMIT_FACTOR = 5  # of the time without a mistake
 
 
 def run(command, log, limit=None, started=lambda process: None):
@@ -52,6 +52,7 @@ class Memory:
     def forgets(self, test):
         """How long a test takes is to be measured anew."""
         self.passed.discard(test)
+        self.seconds.pop(test, None)
 
     def of_sources(self, identity):
         """Forgets what passed in other sources."""
@@ -147,9 +148,9 @@ class Suite:
         self._left_out += f"|^{re.escape(name)}$"
 
     def limit(self, name):
-        """Seconds after which a test takes far too long. None while it is not known how long it
-        takes without a mistake."""
-        known = self.memory.seconds.get(name) if name in self.memory.passed else None
+        """Seconds after which a test takes far too long. None while nobody knows how long it takes
+        without a mistake; in earlier sources is good enough, as what is too long is looked into."""
+        known = self.memory.seconds.get(name)
         return None if known is None else LEAST_SECONDS + LIMIT_FACTOR * known
 
     def failed(self, names, path=""):
@@ -184,7 +185,7 @@ class Suite:
                          self._log, limit, race.join)
             if status != 0:
                 race.lose(Failure(name, too_long=status is None))
-            elif limit is None:
+            elif name not in self.memory.passed:
                 self.memory.takes(name, time.monotonic() - began)
         return None
 
