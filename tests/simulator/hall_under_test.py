@@ -1,5 +1,6 @@
 """A hall of simulated panels, for tests that work in its control room."""
 
+import json
 import os
 import pathlib
 import re
@@ -20,6 +21,12 @@ class Result:
 
     def __init__(self, status, output):
         self.status, self.output = status, output
+
+
+def recap_of(report):
+    """What the report of a play counts for each panel."""
+    return {name: {key: int(value) for key, value in re.findall(r"(\w+)=(\d+)", counts)}
+            for name, counts in re.findall(r"^(panel-\d+) +: (.*)$", report, re.M)}
 
 
 class Hall:
@@ -64,6 +71,15 @@ class Hall:
 
     def run(self, script):
         return self.result(self.start(script))
+
+    def exported(self, name, *options, address=None):
+        """What `panelctl export` says on this panel, asked at an address that the control room does
+        not know yet, if there is one."""
+        place = f"-o HostName={address}" if address else ""
+        result = self.run(f"ssh {place} {name} panelctl export {' '.join(options)}")
+        if result.status != 0:
+            raise AssertionError(result.output)
+        return json.loads(result.output)
 
     def output_so_far(self, number):
         path = self.files / f".script{number}.out"

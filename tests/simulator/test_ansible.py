@@ -6,7 +6,7 @@ import re
 import sys
 import unittest
 
-from hall_under_test import Hall
+from hall_under_test import Hall, recap_of
 
 BUILD = sys.argv.pop(1)
 COUNT = 5
@@ -53,24 +53,13 @@ class AnsibleTest(unittest.TestCase):
     def result_of(self, name):
         return json.loads((self.hall.files / "results" / name).read_text())
 
-    def exported(self, name, address=None):
-        place = f"-o HostName={address}" if address else ""
-        result = self.hall.run(f"ssh {place} {name} panelctl export")
-        self.assertEqual(result.status, 0, result.output)
-        return json.loads(result.output)
-
-    def recap(self, output):
-        """What the report says of each panel."""
-        return {name: {key: int(value) for key, value in re.findall(r"(\w+)=(\d+)", counts)}
-                for name, counts in re.findall(r"^(panel-\d+) +: (.*)$", output, re.M)}
-
 
 class Settings(AnsibleTest):
     LIMIT = "-l panel-001"
 
     def test_what_differs_is_changed_and_told_and_nothing_else(self):
         self.play({"display": {"brightness": 140}, "sound": {"buzzer": True}}, self.LIMIT)
-        before = self.exported("panel-001")
+        before = self.hall.exported("panel-001")
         wanted = {"display": {"brightness": 200, "language": before["display"]["language"]},
                   "sound": {"buzzer": False}}
         output = self.play(wanted, self.LIMIT, "--diff")
@@ -79,7 +68,7 @@ class Settings(AnsibleTest):
                          {"display.brightness": 200, "sound.buzzer": False})
         self.assertIn("-display.brightness: 140\n", output)
         self.assertIn("+display.brightness: 200\n", output)
-        self.assertEqual(self.exported("panel-001"), {
+        self.assertEqual(self.hall.exported("panel-001"), {
             **before, "display": {**before["display"], "brightness": 200},
             "sound": {"buzzer": False}})
         self.play(wanted, self.LIMIT)
@@ -87,20 +76,20 @@ class Settings(AnsibleTest):
                           self.result_of("panel-001")["changes"]), (False, []))
 
     def test_check_mode_tells_and_changes_nothing(self):
-        before = self.exported("panel-001")
+        before = self.hall.exported("panel-001")
         output = self.play({"display": {"brightness": 76}}, self.LIMIT, "--check", "--diff")
         self.assertIn("+display.brightness: 76\n", output)
         self.assertIn("\nchanged: [panel-001]\n", output)
-        self.assertEqual(self.exported("panel-001"), before)
+        self.assertEqual(self.hall.exported("panel-001"), before)
 
     def test_unknown_settings_and_wrong_values_fail_with_their_places(self):
-        before = self.exported("panel-001")
+        before = self.hall.exported("panel-001")
         output = self.play({"display": {"brightness": 78, "colour": 3},
                             "sound": {"buzzer": False if before["sound"]["buzzer"] else True}},
                            self.LIMIT, status=2)
         for text in ("display.brightness: '78' does not fit", "display.colour: there is no such"):
             self.assertIn(text, output)
-        self.assertEqual(self.exported("panel-001"), before)
+        self.assertEqual(self.hall.exported("panel-001"), before)
 
     def test_only_settings_that_differ_are_sent(self):
         self.play({"sound": {"buzzer": True}}, self.LIMIT)
@@ -120,7 +109,7 @@ class Settings(AnsibleTest):
         self.assertEqual(result.status, 0, result.output)
         facts = json.loads((self.hall.files / "results" / "facts").read_text())
         identity = facts["panel"].pop("identity")
-        self.assertEqual(facts["panel"], self.exported("panel-002"))
+        self.assertEqual(facts["panel"], self.hall.exported("panel-002"))
         self.assertRegex(identity["eth0_mac"], "^02:00:5e:")
         self.assertRegex(facts["panelctl_version"], r"^\d+\.\d+\.\d+$")
 
@@ -179,7 +168,7 @@ class Faults(AnsibleTest):
     def test_each_panel_has_the_old_settings_or_the_new_and_the_report_names_it(self):
         """One without a cable, one that loses power in the middle, one with a full disk, one that is
         another device, and one that is as it should be."""
-        old = {name: self.exported(name) for name in PANELS}
+        old = {name: self.hall.exported(name) for name in PANELS}
         wanted = {"display": {"brightness": 200, "language": "chinese"},
                   "network": {"eth0": {"mask": "255.128.0.0", "dns": ["10.64.0.9"]}}}
         (self.hall.files / "tool").write_text(HANGING_TOOL)
@@ -203,12 +192,12 @@ class Faults(AnsibleTest):
         new = json.loads(json.dumps(old["panel-005"]))
         for part in ("display", "network"):
             new[part] = self.merged(new[part], wanted[part])
-        self.assertEqual(self.exported("panel-005"), new)
+        self.assertEqual(self.hall.exported("panel-005"), new)
         for name in PANELS[:3]:
-            self.assertEqual(self.exported(name), old[name], name)
+            self.assertEqual(self.hall.exported(name), old[name], name)
         again = self.play(wanted)
         self.assertEqual({name: counts["failed"] + counts["unreachable"]
-                          for name, counts in self.recap(again).items()}, dict.fromkeys(PANELS, 0))
+                          for name, counts in recap_of(again).items()}, dict.fromkeys(PANELS, 0))
 
     def merged(self, old, new):
         if not isinstance(new, dict):
@@ -216,7 +205,7 @@ class Faults(AnsibleTest):
         return {**old, **{key: self.merged(old.get(key), value) for key, value in new.items()}}
 
     def assert_report(self, result):
-        recap = self.recap(result.output)
+        recap = recap_of(result.output)
         self.assertEqual(set(recap), set(PANELS), result.output)
         self.assertEqual({name for name in recap if recap[name]["unreachable"]},
                          {"panel-001", "panel-004"}, result.output)

@@ -5,7 +5,7 @@ import re
 import sys
 import unittest
 
-from hall_under_test import ROOT, Hall
+from hall_under_test import ROOT, Hall, recap_of
 
 BUILD = sys.argv.pop(1)
 COUNT = 5
@@ -35,22 +35,16 @@ class Story(unittest.TestCase):
         return result.output
 
     def exported(self, name, address=None):
-        place = f"-o HostName={address}" if address else ""
-        result = self.hall.run(f"ssh {place} {name} panelctl export --identity")
-        self.assertEqual(result.status, 0, result.output)
-        return json.loads(result.output)
+        return self.hall.exported(name, "--identity", address=address)
 
     def recaps(self, output):
         """Of each play, panels by what is counted of them."""
-        plays = output.split("PLAY RECAP")[1:]
-        return [{name: dict(re.findall(r"(\w+)=(\d+)", counts))
-                 for name, counts in re.findall(r"^(panel-\d+) +: (.*)$", play, re.M)}
-                for play in plays]
+        return [recap_of(play) for play in output.split("PLAY RECAP")[1:]]
 
     def assert_changed_nothing(self, recap):
         for name, counts in recap.items():
             self.assertEqual((counts["changed"], counts["failed"], counts["unreachable"]),
-                             ("0", "0", "0"), name)
+                             (0, 0, 0), name)
 
     def test_there_are_three(self):
         self.assertEqual(set(stories()), {
@@ -79,9 +73,9 @@ class Story(unittest.TestCase):
             kept = json.loads((self.hall.files / "kept" / f"{name}.json").read_text())
             self.assertEqual(kept, panel)
         check, first, rest, again, _ = self.recaps(output)
-        self.assertEqual([counts["changed"] for counts in check.values()], ["1"] * COUNT)
+        self.assertEqual([counts["changed"] for counts in check.values()], [1] * COUNT)
         self.assertEqual(list(first), ["panel-001"])
-        self.assertEqual([counts["changed"] for counts in rest.values()], ["0"] + ["1"] * 4)
+        self.assertEqual([counts["changed"] for counts in rest.values()], [0] + [1] * 4)
         self.assert_changed_nothing(again)
 
     def test_change_the_network_of_a_hall_without_losing_a_panel(self):
