@@ -26,7 +26,7 @@ add_displays() {
     local name
     for name in "${displays[@]}"; do
         is_panel_of "$panels" "$name" ||
-            fail "--display is one of the $panels panels, for example panel-001, not '$name'"
+            fail "--display names a panel that is started, for example panel-001, not '$name'"
         options+=(--display "$name")
     done
     wanted+=(panel-host SettingsPlugin)

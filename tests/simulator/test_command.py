@@ -133,7 +133,7 @@ class Words(Machine):
                 (["plant", "--panels", "2001"], "--panels is at most 2000"),
                 (["plant", "--files"], "--files needs a value"),
                 (["plant", "--display"], "--display needs a value"),
-                *((["plant", "--display", name], f"one of the 5 panels, for example panel-001, not '{name}'")
+                *((["plant", "--display", name], f"names a panel that is started, for example panel-001, not '{name}'")
                   for name in ("panel-006", "panel-000", "panel-5", "panel-0005", "5", "panel-00x", "")),
                 (["plant", "ansible-playbook"], "unknown option 'ansible-playbook'"),
                 (["run", "--state", "/dev/null/x"], "no permission to write to /dev/null/x"),

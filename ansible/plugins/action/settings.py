@@ -115,7 +115,8 @@ class ActionModule(ActionBase):
         if status != 0:
             raise PanelError(reason(errors) or "the import does not begin")
         result["state"] = "unknown"
-        # At the one time, so that the panel has taken everything back before this gives up.
+        # The panel begins to count later than this does: whoever gives up here has not confirmed what
+        # is being taken back there.
         self._confirm_at(new, old, folder.strip(), time.monotonic() + self._args["confirm"], result)
         del result["state"]
 
