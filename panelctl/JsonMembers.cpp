@@ -12,7 +12,7 @@ class Scan
 public:
     explicit Scan(const QByteArray& json) : m_json(json)
     {
-        for (m_at = 0; m_at < m_json.size(); ++m_at) {
+        for (; m_at < m_json.size(); ++m_at) {
             look(m_json.at(m_at));
         }
     }
