@@ -34,10 +34,22 @@ constexpr int languageByte = 169;
 
 /// The buttons of the languages, from the left.
 const char* const languageButtons[] = {"Chinese", "English"};
+constexpr int preferenceByte = 180;
+const QString dhcpArea = QStringLiteral("/hmi_data/sfb.dat");
+constexpr int dhcpBits[] = {20, 21};
+constexpr int hardwareByte = 256 + 6;
+const QString clientStart = QStringLiteral("udhcpc -i ");
+const QString resolver = QStringLiteral("/etc/resolv.conf");
+const QString resolverBackup = QStringLiteral("/etc/resolvbak.conf");
 const QString closeArea = QStringLiteral("/tmp/smb.dat");
 constexpr int closeBit = 16;
 constexpr int closeHiddenByte = 157;
 constexpr int brightnessByte = 29;
+
+/// Commands of every dialog that is made, until the Network page has read the screen's width: the
+/// window's three records, then the width and the brightness for the General page.
+const QStringList commandsOfEach = {readImage, readImage, readImage, readImage,
+                                    QStringLiteral("/root/plat-intf/getbright")};
 
 const QString selectedButton = QStringLiteral("border: 0px;background-color:rgb(96, 157, 191);");
 const QString unselectedButton = QStringLiteral("border: 0px;background-color:rgb(240, 240, 240);");
@@ -70,6 +82,64 @@ bool samePicture(const QLabel* label, const char* path)
 {
     return label->pixmap(Qt::ReturnByValue).toImage() ==
            QPixmap(QString::fromLatin1(path)).toImage();
+}
+
+enum Adapter { Static, Dynamic, Off, OffAndDynamic };
+using Adapters = QList<Adapter>;
+
+/// What is stored when a dialog is made. The settings file has a switch for each adapter.
+void storeAdapters(const Adapters& adapters, int preference)
+{
+    PanelWorld::patchImage(hardwareByte, QByteArray(1, char(adapters.size() - 1)));
+    PanelWorld::patchFile(languageArea, preferenceByte, QByteArray(1, char(preference)));
+    QSettings settings(settingsFile, QSettings::IniFormat);
+    for (int at = 0; at < adapters.size(); ++at) {
+        const Adapter adapter = adapters.at(at);
+        settings.setValue(QStringLiteral("Network%1/enable").arg(at),
+                          adapter == Static || adapter == Dynamic);
+        PanelWorld::setAreaBit(dhcpArea, dhcpBits[at],
+                               adapter == Dynamic || adapter == OffAndDynamic);
+    }
+}
+
+QStringList comesUp(int adapter)
+{
+    return {QStringLiteral("ifconfig eth%1 192.168.%2.10 up").arg(adapter).arg(adapter + 1)};
+}
+
+/// Both routes. An adapter that is not filled yet, or dynamic, has no gateway.
+QStringList routes(const char* gateway0, const char* gateway1, int preferred = 0)
+{
+    const auto route = [preferred](const char* gateway, int adapter) {
+        return QStringLiteral("route add default gw %1 dev eth%2 metric %3")
+            .arg(QString::fromLatin1(gateway))
+            .arg(adapter)
+            .arg(preferred == adapter + 1 ? 0 : 1);
+    };
+    const QString remove = QStringLiteral("route del default");
+    return {remove, remove, route(gateway0, 0), route(gateway1, 1)};
+}
+
+/// DHCP clients that were started. Those run in the background, so each line comes when it likes.
+QStringList clientsStarted()
+{
+    QStringList adapters;
+    for (const QString& command : PanelWorld::commands().filter(clientStart)) {
+        adapters << command.mid(clientStart.size()).section(QLatin1Char(' '), 0, 0);
+    }
+    adapters.sort();
+    return adapters;
+}
+
+QStringList commandsWithoutClients()
+{
+    QStringList others;
+    for (const QString& command : PanelWorld::commands()) {
+        if (!command.startsWith(clientStart)) {
+            others << command;
+        }
+    }
+    return others;
 }
 
 /// Icon (0) or caption (1) of a bar button.
@@ -131,6 +201,8 @@ public:
 
 } // namespace
 
+Q_DECLARE_METATYPE(Adapter)
+
 class TestSettings : public QObject
 {
     Q_OBJECT
@@ -139,7 +211,11 @@ private slots:
     void initTestCase();
     void init();
 
-    void construction_readsTheThreeRecordsFirst();
+    void making_theFirst_readsOnceMore();
+    void making_runsTheseCommandsAndNoOther_data();
+    void making_runsTheseCommandsAndNoOther();
+    void making_withAPreferredAdapter_rebuildsTheRoutesTwiceMore();
+    void making_withoutResolverFiles_makesThemOnce();
     void construction_withoutTools_isStillAWindow();
     void widgetTree_isComplete_data();
     void widgetTree_isComplete();
@@ -190,11 +266,17 @@ private slots:
     void language_lastsForTheNextDialog();
     void dialogs_areIndependent();
     void dialogs_leaveNothingBehind();
+
+private:
+    QStringList m_commandsOfTheFirst;
 };
 
 void TestSettings::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
+    init();
+    const auto first = makeDialog();
+    m_commandsOfTheFirst = PanelWorld::commands();
 }
 
 void TestSettings::init()
@@ -202,20 +284,87 @@ void TestSettings::init()
     PanelWorld::restoreTools();
     PanelWorld::patchImage(closeHiddenByte, QByteArray(1, '\0'));
     setLanguageRegister(0);
+    storeAdapters({Static}, 0);
+    PanelWorld::writeFile(resolver, QByteArray());
+    PanelWorld::writeFile(resolverBackup, QByteArray());
     QFile::remove(noticePipe);
     PanelWorld::clearCommands();
 }
 
-void TestSettings::construction_readsTheThreeRecordsFirst()
+void TestSettings::making_theFirst_readsOnceMore()
 {
-    const Settings dialog(nullptr);
-    const QStringList commands = PanelWorld::commands();
-    QVERIFY(commands.size() >= 5);
-    QCOMPARE(commands.mid(0, 3), QStringList({readImage, readImage, readImage}));
-    // Then the General page: its screen width and the backlight.
-    QCOMPARE(commands.mid(3, 2),
-             QStringList({readImage, QStringLiteral("/root/plat-intf/getbright")}));
-    QVERIFY2(!commands.contains(writeImage), "nothing is written at start");
+    QStringList expected = commandsOfEach;
+    expected << readImage; // for the date dialog, whose width depends on the screen's
+    QCOMPARE(m_commandsOfTheFirst,
+             expected + QStringList(readImage) + comesUp(0) + routes("192.168.1.1", "0.0.0.0"));
+}
+
+void TestSettings::making_runsTheseCommandsAndNoOther_data()
+{
+    QTest::addColumn<Adapters>("adapters");
+    QTest::addColumn<QStringList>("commands");
+    QTest::addColumn<QStringList>("clients");
+    const QStringList none;
+    const QStringList eth0 = comesUp(0) + routes("192.168.1.1", "0.0.0.0");
+    const QStringList eth1 = comesUp(1) + routes("192.168.1.1", "192.168.2.1");
+    const QStringList eth1Alone = comesUp(1) + routes("0.0.0.0", "192.168.2.1");
+    const auto row = [](const char* name, const Adapters& adapters, const QStringList& commands,
+                        const QStringList& clients) {
+        QTest::newRow(name) << adapters << commands << clients;
+    };
+    // clang-format off
+    row("one, static",            {Static},               eth0,        none);
+    row("one, dynamic",           {Dynamic},              none,        {"eth0"});
+    row("one, off",               {Off},                  none,        none);
+    row("static, static",         {Static, Static},       eth0 + eth1, none);
+    row("static, dynamic",        {Static, Dynamic},      eth0,        {"eth1"});
+    row("static, off",            {Static, Off},          eth0,        none);
+    row("dynamic, static",        {Dynamic, Static},      eth1Alone,   {"eth0"});
+    row("dynamic, dynamic",       {Dynamic, Dynamic},     none,        {"eth0", "eth1"});
+    row("off, static",            {Off, Static},          eth1Alone,   none);
+    row("off, off",               {Off, Off},             none,        none);
+    // The list of the modes follows its register as if somebody had chosen. Of eth1 that starts a
+    // client.
+    row("one, off and dynamic",    {OffAndDynamic},         {longBeep},             none);
+    row("static, off and dynamic", {Static, OffAndDynamic}, eth0 + QStringList(longBeep), {"eth1"});
+    // clang-format on
+}
+
+void TestSettings::making_runsTheseCommandsAndNoOther()
+{
+    QFETCH(Adapters, adapters);
+    QFETCH(QStringList, commands);
+    QFETCH(QStringList, clients);
+    storeAdapters(adapters, 0);
+    setKeyClick("on");
+    PanelWorld::clearCommands();
+    const auto dialog = makeDialog();
+    QTRY_COMPARE(clientsStarted(), clients);
+    QCOMPARE(commandsWithoutClients(), commandsOfEach + QStringList(readImage) + commands);
+}
+
+void TestSettings::making_withAPreferredAdapter_rebuildsTheRoutesTwiceMore()
+{
+    storeAdapters({Static, Static}, 2);
+    setKeyClick("on");
+    PanelWorld::clearCommands();
+    const auto dialog = makeDialog();
+    // The list of the adapters follows the register, and that of the other tab follows the list.
+    const QStringList both = routes("192.168.1.1", "192.168.2.1", 2);
+    QCOMPARE(PanelWorld::commands(), commandsOfEach + QStringList(readImage) + comesUp(0) +
+                                         routes("192.168.1.1", "0.0.0.0", 2) + comesUp(1) + both +
+                                         QStringList(longBeep) + both + both);
+}
+
+void TestSettings::making_withoutResolverFiles_makesThemOnce()
+{
+    QFile::remove(resolver);
+    QFile::remove(resolverBackup);
+    PanelWorld::clearCommands();
+    const auto dialog = makeDialog();
+    QStringList expected = commandsOfEach;
+    expected << readImage << "touch " + resolverBackup << "cp " + resolverBackup + ' ' + resolver;
+    QCOMPARE(PanelWorld::commands(), expected + comesUp(0) + routes("192.168.1.1", "0.0.0.0"));
 }
 
 void TestSettings::construction_withoutTools_isStillAWindow()
