@@ -212,6 +212,12 @@ int lockf(int descriptor, int command, off_t length)
     return endOf("lockf", {ENOLCK, EINTR}) != asAlways ? -1 : real(descriptor, command, length);
 }
 
+int lockf64(int descriptor, int command, off64_t length)
+{
+    ORIGINAL(lockf64);
+    return endOf("lockf", {ENOLCK, EINTR}) != asAlways ? -1 : real(descriptor, command, length);
+}
+
 int fcntl(int descriptor, int command, ...)
 {
     ORIGINAL(fcntl);
@@ -222,7 +228,9 @@ int fcntl(int descriptor, int command, ...)
     if (command == F_GETFD) { // asks whether a descriptor is open: no failure but an answer
         return real(descriptor, command);
     }
-    const int end = command == F_SETLKW ? endOf("fcntl", {ENOLCK, EINTR}) : endOf("fcntl", {EBADF});
+    // On 32 bits a lock in a file of any length is a command of its own.
+    const bool waits = command == F_SETLKW64;
+    const int end = waits ? endOf("fcntl", {ENOLCK, EINTR}) : endOf("fcntl", {EBADF});
     return end != asAlways ? -1 : real(descriptor, command, argument);
 }
 
@@ -276,6 +284,12 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept
     va_end(arguments);
     return failsWaiting("ioctl", ENOTTY) ? -1 : real(descriptor, request, argument);
 }
+
+// What the two are called by 32-bit programs whose times have 64 bits.
+int fcntlOfLongTimes(int descriptor, int command, ...) __asm__("__fcntl_time64")
+    __attribute__((alias("fcntl")));
+int ioctlOfLongTimes(int descriptor, unsigned long request, ...) noexcept __asm__("__ioctl_time64")
+    __attribute__((alias("ioctl")));
 
 int ftruncate64(int descriptor, off64_t length) noexcept
 {

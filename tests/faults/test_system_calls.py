@@ -1,5 +1,5 @@
 """What the operations of the rooms ask of the system, seen from outside with strace. Runs in a panel
-of its own; the one argument is the build folder."""
+of its own; the last argument is the build folder."""
 
 import pathlib
 import re
@@ -175,9 +175,12 @@ def in_short(call):
 # they are called, or only compute, or only print.
 HARMLESS = {
     "__errno_location", "abort", "clearerr", "ferror", "fileno", "flockfile", "fprintf", "fstat",
-    "funlockfile", "memchr", "memcmp", "memcpy", "memmove", "memset", "perror", "printf", "pthread_sigmask", "puts", "sigaddset", "sigemptyset",
-    "setvbuf", "sigismember", "sigpending", "sigtimedwait", "snprintf", "stderr", "stdout", "strlen",
-    "strnlen", "strtol", "sync", "vsnprintf",
+    "funlockfile", "memchr", "memcmp", "memcpy", "memmove", "memset", "perror", "printf",
+    "pthread_sigmask", "puts", "setvbuf", "sigaddset", "sigemptyset", "sigismember", "sigpending",
+    "sigtimedwait", "snprintf", "stderr", "stdout", "strlen", "strnlen", "strtol", "sync",
+    "vsnprintf",
+    # What two of them are called by 32-bit programs whose times have 64 bits.
+    "__fstat64_time64", "__sigtimedwait64",
 }
 ROOMS = ("fileio", "regstore", "device", "mtd")
 
@@ -188,7 +191,7 @@ def symbols(path, *options):
     listed = subprocess.run(["nm", "--format=posix", *options, path],
                             check=True, capture_output=True, text=True).stdout.splitlines()
     names = {line.split()[0].split("@")[0] for line in listed if " " in line}
-    own = re.compile(r"_Z|_U|_GLOBAL_|__asan_|__ubsan_|__cxa_|__gxx_|__gcov|qt_|__llvm|__stack_chk")
+    own = re.compile(r"_Z|_U|_GLOBAL_|__aeabi_|__asan_|__ubsan_|__cxa_|__gxx_|__gcov|qt_|__llvm|__stack_chk")
     return {name for name in names if not own.match(name)}
 
 

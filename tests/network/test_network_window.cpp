@@ -55,9 +55,11 @@ int missingWidth(const QWidget& part)
     return missing;
 }
 
-/// The parts of a pane that nobody sees as a whole, wherever a finger drags its scroll bar.
+/// The parts of a pane that nobody sees as a whole, wherever a finger drags its scroll bar from its
+/// top to its end.
 QList<QWidget*> hiddenParts(AdapterPane& pane)
 {
+    pane.verticalScrollBar()->setValue(0);
     QList<QWidget*> hidden = partsOf(pane);
     const auto look = [&hidden] {
         QCoreApplication::processEvents(); // what was dragged moves
@@ -79,6 +81,18 @@ QList<QWidget*> hiddenParts(AdapterPane& pane)
             look();
         }
         touch.lift();
+    }
+    return hidden;
+}
+
+/// The same, dragged once more when a box has opened meanwhile: that takes the bar from the finger.
+QList<QWidget*> hiddenParts(AdapterPane& pane, const Hands::Answers& closing)
+{
+    QList<QWidget*> hidden;
+    int boxes = -1;
+    while (boxes != closing.boxes().size()) {
+        boxes = closing.boxes().size();
+        hidden = hiddenParts(pane);
     }
     return hidden;
 }
@@ -198,7 +212,7 @@ void TestNetworkWindow::window_everythingIsWithinReach()
         for (const auto& enter : states) {
             enter();
             QTRY_COMPARE(pane.verticalScrollBar()->isVisible(), screen.height() < 480);
-            QCOMPARE(hiddenParts(pane), QList<QWidget*>());
+            QCOMPARE(hiddenParts(pane, closing), QList<QWidget*>());
             QCOMPARE(partsOf(pane).size(), 54);
             for (const QWidget* part : partsOf(pane)) {
                 QVERIFY2(missingWidth(*part) <= 0, qPrintable(part->property("text").toString()));
