@@ -16,7 +16,7 @@ usage_arm() {
                      (default: panel-settings-arm in $XDG_STATE_HOME or ~/.local/state)
 ./panel arm check
   starts a new one, presses on its touch screen what somebody would try on a new board, looks from
-  inside what became of it, and runs the tests of files and registers there; takes minutes
+  inside what became of it, and runs the tests of files, registers and flash there; takes minutes
 END
 }
 
@@ -116,12 +116,13 @@ arm_run() {
 }
 
 # Programs of the build that the check runs in the machine.
-machine_tests=(tests/fileio/test_fileio tests/regstore/test_regstore)
+machine_tests=(tests/fileio/test_fileio tests/regstore/test_regstore tests/mtd/test_mtd
+    tests/mtd/libmtd_emulation.so)
 
 arm_check() {
     local folder=$root/build/arm/check status=0
     no_options "$@"
-    make_machine SettingsPlugin panelctl panel-host test_fileio test_regstore
+    make_machine SettingsPlugin panelctl panel-host test_fileio test_regstore test_mtd
     rm -rf "$folder"
     mkdir -p "$folder/pictures"
     "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \

@@ -3,10 +3,13 @@
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 import tempfile
 import unittest
+
+from patience import wait_for
 
 BUILD = sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
@@ -114,11 +117,13 @@ class MachineStart(ArmTest):
         self.state = self.folder / "state"
         self.disk = self.state / "disk"
 
-    def start(self, *options):
-        return self.run_tool(START, "--build", BUILD, "--parts", self.folder / "parts",
-                             "--libraries", self.folder / "libraries", "--state", self.state,
-                             "--screen-socket", self.folder / "screen/vnc",
-                             "--archives", os.devnull, *options)
+    def command(self, *options, build=BUILD):
+        return [START, "--build", build, "--parts", self.folder / "parts",
+                "--libraries", self.folder / "libraries", "--state", self.state,
+                "--screen-socket", self.folder / "screen/vnc", "--archives", os.devnull, *options]
+
+    def start(self, *options, **places):
+        return self.run_tool(*self.command(*options, **places))
 
     def field(self, name):
         """A field of the device image on the disk."""
@@ -159,10 +164,55 @@ class MachineStart(ArmTest):
         self.assert_fails_with(result, "not enough free memory", "512 MiB")
         self.assertEqual(result.stderr.count("\n"), 1)
 
+    def test_memory_that_is_not_free_is_told_before_anything_is_made(self):
+        meminfo = self.folder / "meminfo"
+        meminfo.write_text("MemTotal: 9999999 kB\nMemAvailable: 307200 kB\n", encoding="utf-8")
+        result = self.run_tool("unshare", "--user", "--map-root-user", "--mount", "sh", "-c",
+                               'mount --bind "$0" /proc/meminfo && exec "$@"', meminfo,
+                               *self.command())
+        self.assertEqual(result.stderr, "arm: not enough free memory: the machine takes 512 MiB, "
+                                        "300 are free\n")
+        self.assertEqual(result.returncode, 2)
+        self.assertFalse(self.disk.exists() or self.called.exists())
+
     def test_a_failing_emulator_says_why(self):
-        self.tool("bwrap", "echo 'qemu-system-arm: for a reason' >&2; exit 1")
-        self.assertEqual(self.start().stderr,
-                         "arm: the machine failed: qemu-system-arm: for a reason\n")
+        for script, told in (("echo 'qemu-system-arm: for a reason' >&2; exit 1",
+                              "the machine failed: qemu-system-arm: for a reason"),
+                             ("exit 3", "the machine failed: it ended with status 3"),
+                             ("kill -KILL $$", "the machine was killed; it takes 512 MiB of memory")):
+            with self.subTest(script=script):
+                self.tool("bwrap", script)
+                result = self.start()
+                self.assertEqual(result.stderr, f"arm: {told}\n")
+                self.assertEqual(result.returncode, 1)
+
+    def test_a_product_that_is_not_built_is_told(self):
+        result = self.start(build=self.folder)
+        self.assertEqual(result.stderr, f"arm: the product is not built in {self.folder}\n")
+        self.assertFalse(self.state.exists())
+
+    def test_ctrl_c_ends_the_machine_and_leaves_the_device_alone(self):
+        scratch, screen = self.tools / "scratch", self.folder / "screen/vnc"
+        scratch.mkdir()
+        self.tool("bwrap", f'echo $$ >"{self.called}.new"; mv "{self.called}.new" "{self.called}"; '
+                           f': >"{screen}"; exec sleep 1000000')
+        environment = {**os.environ, "PATH": f"{self.tools}:{os.environ['PATH']}",
+                       "TMPDIR": str(scratch)}
+        for number, status in ((signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 143)):
+            with self.subTest(signal=number):
+                self.called.unlink(missing_ok=True)
+                process = subprocess.Popen(list(map(str, self.command())), env=environment,
+                                           start_new_session=True, stdin=subprocess.DEVNULL)
+                wait_for(lambda: self.called.exists() and screen.exists(), "the machine")
+                self.assertTrue(list(scratch.iterdir()))
+                # A terminal's Ctrl-C reaches the machine, too, which hears of none.
+                os.kill(process.pid, number)
+                self.assertEqual(process.wait(), status)
+                machine = pathlib.Path("/proc", self.called.read_text(encoding="utf-8").strip())
+                self.assertFalse(machine.exists())
+                self.assertFalse(screen.exists())
+                self.assertEqual(list(scratch.iterdir()), [])
+                self.assertEqual([path.name for path in self.state.iterdir()], ["disk"])
 
     def test_no_packet_can_leave(self):
         self.start("--adapters", "2")

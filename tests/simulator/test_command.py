@@ -701,6 +701,44 @@ class Clean(Machine):
                 self.assertTrue((device / "state" / "image").exists())
 
 
+class EmulatedPanel(Machine):
+    """./panel arm run."""
+
+    def setUp(self):
+        super().setUp()
+        (self.project / "arm" / "machine").mkdir()
+        self.script(self.project / "arm" / "machine" / "parts", "arm-machine-parts")
+
+    def started_with(self, *arguments):
+        self.succeed("arm", "run", *arguments)
+        return self.calls()[-1]
+
+    def words(self, state, rest):
+        build = f"{self.project}/build"
+        return (f"simulator-run --build {build}/armhf --emulated {build}/arm/machine "
+                f"{build}/arm/armhf/prefix --state {state} {rest}")
+
+    def test_has_a_device_of_its_own_and_is_otherwise_as_the_simulated_one(self):
+        self.assertEqual(self.started_with(),
+                         self.words(f"{self.home}/.local/state/panel-settings-arm",
+                                    "--size 1024x600 --adapters 2 --language english"))
+
+    def test_hands_the_same_options_on(self):
+        self.assertEqual(
+            self.started_with("--fresh", "--size", "800x480", "--adapters=1", "--state",
+                              str(self.folder / "my device")),
+            self.words(f"{self.folder}/my device",
+                       "--size 800x480 --adapters 1 --language english --fresh"))
+
+    def test_has_no_inspector(self):
+        self.assert_refused(["arm", "run", "--inspect"], "unknown option '--inspect'")
+
+    def test_parts_that_cannot_be_fetched_end_it(self):
+        self.script(self.project / "arm" / "machine" / "parts", "arm-machine-parts", "exit 2")
+        self.assertEqual(self.panel("arm", "run").returncode, 2)
+        self.assertEqual(self.calls()[-1].split()[0], "arm-machine-parts")
+
+
 class Test(Machine):
     def test_every_build_is_tested_and_summed_up_in_the_last_line(self):
         output = self.succeed("test")

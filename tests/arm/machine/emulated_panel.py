@@ -71,8 +71,9 @@ class EmulatedPanel:
         """Switches it on, and returns when its home page is there."""
         self.size = size
         self._process = subprocess.Popen(
-            ["setpriv", "--pdeathsig", "TERM", START, *self._options, *options, "--size", f"{size[0]}x{size[1]}", "--control",
-             self._folder / "control", "--screen-socket", self._folder / "screen/vnc"],
+            ["setpriv", "--pdeathsig", "TERM", START, *self._options, *options,
+             "--size", f"{size[0]}x{size[1]}", "--control", self._folder / "control",
+             "--screen-socket", self._folder / "screen/vnc"],
             stdin=subprocess.DEVNULL)
         control = self._folder / "control"
         self._machine = Channel(control / "machine", self._alive)
@@ -82,9 +83,9 @@ class EmulatedPanel:
         self.wait_until_on()
 
     def wait_until_on(self):
-        """Returns when the home page of this boot is there."""
+        """Returns when the home page of this boot is there, and what is pressed on it is heard."""
         self._agent.take_until(READY)
-        self.look("until [ -s /panel/run/main ]; do usleep 100000; done")
+        self.look("until [ -s /panel/run/main ] && [ -e /panel/run/touch ]; do usleep 100000; done")
         self.find(name="open")
 
     def restart(self, press):
@@ -123,8 +124,8 @@ class EmulatedPanel:
                 return answer["return"]
 
     def press(self, x, y):
-        """Presses and lets go of a point of the touch screen, in pixels."""
-        self._touch(x, y, None)
+        """Presses and lets go of a point of the touch screen, in pixels. A finger comes from nowhere:
+        nothing moves before the press."""
         self._touch(x, y, True)
         self._touch(x, y, False)
 
@@ -133,9 +134,8 @@ class EmulatedPanel:
             # The middle of the pixel.
             return {"type": "abs", "data": {
                 "axis": name, "value": (2 * value + 1) * (LONGEST_AXIS + 1) // (2 * length)}}
-        events = [axis("x", x, self.size[0]), axis("y", y, self.size[1])]
-        if down is not None:
-            events.append({"type": "btn", "data": {"button": "left", "down": down}})
+        events = [axis("x", x, self.size[0]), axis("y", y, self.size[1]),
+                  {"type": "btn", "data": {"button": "left", "down": down}}]
         self.machine("input-send-event", events=events)
 
     def picture(self, path):
