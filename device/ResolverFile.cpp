@@ -17,16 +17,16 @@ namespace ResolverFile {
 void makeMissing()
 {
     if (!QFile::exists(QString::fromLatin1(backupPath))) {
-        ShellLine::run("touch /etc/resolvbak.conf");
+        ShellLine::run("touch %s", backupPath);
     }
     if (!QFile::exists(QString::fromLatin1(path))) {
-        ShellLine::run("cp /etc/resolvbak.conf /etc/resolv.conf");
+        ShellLine::run("cp %s %s", backupPath, path);
     }
 }
 
 void backUp()
 {
-    ShellLine::run("cp /etc/resolv.conf /etc/resolvbak.conf");
+    ShellLine::run("cp %s %s", path, backupPath);
 }
 
 bool server(int adapter, int index, QString& address)

@@ -14,7 +14,7 @@ COMMENT = re.compile(rf"({STRING})|//[^\n]*")
 FACTS = (
     ("the file of an area or a notice pipe", r'"(/(?:tmp|hmi_data)/\w+\.dat|/tmp/fifo_\w+)"',
      "regstore/AreaFiles.h"),
-    ("a path of the resolver file", r'"(/etc/resolv\w*\.conf)"', "device/ResolverFile.h"),
+    ("a path of the resolver file", r"(/etc/resolv\w*\.conf)", "device/ResolverFile.h"),
     ("the settings file or a key of it", r'"(/hmi/Config/\w+\.ini|[A-Z]\w*/(?:enable|buzzer))"',
      "device/SettingsKeys.h"),
     ("a file of a DHCP client", r'"(/var/run/udhcpc\w*\.pid)"', "adapters/AdapterTable.h"),

@@ -158,7 +158,10 @@ class Commands(unittest.TestCase):
     def test_commands_areThoseOfTheSources(self):
         run = in_source(r"ShellLine::(?:run|runAndSync|format)\((?:command, )?%TEXT")
         tools = in_source(r"\b(?:readcmd|writecmd|ToolPipe tool|setIdentity)\(%TEXT")
-        self.assertEqual(set(column("Commands", "Command")), run | tools)
+        # The paths of these stand in a table; that they run as they are listed, their tests see.
+        paths = "|".join(re.escape(TABLES["files"][name]) for name in ("resolver", "resolverBackup"))
+        listed = {re.sub(paths, "%s", command) for command in column("Commands", "Command")}
+        self.assertEqual(listed, run | tools)
 
     def test_noCommand_isListedTwice(self):
         commands = column("Commands", "Command")
