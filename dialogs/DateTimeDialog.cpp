@@ -6,6 +6,7 @@
 #include "device/Latin1.h"
 #include "device/ShellLine.h"
 #include "dialogs/AskNumber.h"
+#include "dialogs/DialogForm.h"
 #include "dialogs/DialogStyle.h"
 #include "dialogs/InputDialog.h"
 #include "regstore/NamedRegister.h"
@@ -58,18 +59,11 @@ constexpr std::array<Field, 6> fields = {{
 }};
 
 /// Whether the runtime forbids setting the clock. A register that cannot be read forbids nothing.
+/// The whole byte counts: the neighbours that arrive above the one bit lock the clock as well.
 bool clockIsLocked()
 {
     quint32 word = 0;
     return Registers::dateLock.read(word) == 0 && (word & 0xFFU) != 0;
-}
-
-/// The form, with its widgets made: the members that follow it need them.
-Ui_DateTimeDialog* makeForm(QDialog* dialog)
-{
-    auto* form = new Ui_DateTimeDialog;
-    form->setupUi(dialog);
-    return form;
 }
 
 } // namespace
@@ -92,11 +86,11 @@ void DateTimeDialog::release()
 
 DateTimeDialog::DateTimeDialog(int fontId, QWidget* parent)
     : QDialog(parent),
-      ui(makeForm(this)),
+      ui(makeForm<Ui_DateTimeDialog>(this)),
       m_fontId(fontId),
       m_drag(this, ui->titleBarFrame, outerMargin)
 {
-    setFixedSize(450, 420);
+    setFixedSize(450, 420); // until init() knows the screen
     init(fontId);
     setStyleSheet(dialogStyle);
     for (const Field& field : fields) {

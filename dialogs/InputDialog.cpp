@@ -5,6 +5,7 @@
 #include "common/Message.h"
 #include "common/PanelFont.h"
 #include "device/Latin1.h"
+#include "dialogs/DialogForm.h"
 #include "dialogs/DialogStyle.h"
 #include "ui_InputDialog.h"
 
@@ -33,14 +34,6 @@ constexpr std::array<Key, 10> digitKeys = {
     &Ui_InputDialog::pushButton3, &Ui_InputDialog::pushButton4, &Ui_InputDialog::pushButton5,
     &Ui_InputDialog::pushButton6, &Ui_InputDialog::pushButton7, &Ui_InputDialog::pushButton8,
     &Ui_InputDialog::pushButton9};
-
-/// The form, with its widgets made: the members that follow it need them.
-Ui_InputDialog* makeForm(QDialog* dialog)
-{
-    auto* form = new Ui_InputDialog;
-    form->setupUi(dialog);
-    return form;
-}
 
 } // namespace
 
@@ -79,7 +72,7 @@ void InputDialog::release()
 InputDialog::InputDialog(int fontId, int min, int max, int current, QSettings* settings,
                          QWidget* parent)
     : QDialog(parent),
-      ui(makeForm(this)),
+      ui(makeForm<Ui_InputDialog>(this)),
       m_fontId(fontId),
       m_currentText(QString::number(current)),
       m_minValue(min),
@@ -226,7 +219,7 @@ void InputDialog::onEnter()
     const int value = m_inputText.toInt(); // 0 for more than an int holds
     if (isInRange(value)) {
         done(value + 1);
-        close();
+        close(); // hidden by now: only sends the close event that its other ends send, too
         m_inputText.clear();
         return;
     }

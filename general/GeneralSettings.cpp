@@ -234,7 +234,6 @@ bool GeneralSettings::eventFilter(QObject* watched, QEvent* event)
         const auto* press = static_cast<QMouseEvent*>(event);
         if (press->button() == Qt::LeftButton) {
             jumpSliderTo(press->localPos().x());
-            return QObject::eventFilter(watched, event); // NOLINT(bugprone-parent-virtual-call)
         }
     }
     if (auto* lineEdit = qobject_cast<QLineEdit*>(watched)) {

@@ -275,6 +275,7 @@ void NetworkSettings::updateSystemAndSaveToEE(networkIndexType adapter, QLineEdi
         setMask(adapter, row.text());
         setMaskToEE(adapter, row.value());
     } else if (isConfigGateway(adapter, edit)) {
+        // Before it is stored, as an address is; the routes are built again after every entry.
         setGateway(DefaultRoutes::preferenceOfRegister);
         setGatewayToEE(adapter, pane(adapter).row(AdapterPane::Gateway).value());
     } else if (isConfigFirstDns(adapter, edit)) {
@@ -569,7 +570,6 @@ void NetworkSettings::onSetDefaultGateway()
         updateDefaultNetwork(shown);
         updateDefaultGateway(shown);
     }
-    updateDefaultGateway(adapter);
     DefaultRoutes::storeAdapterNumber(adapter);
     setGateway(DefaultRoutes::preferenceOfRegister);
 }
@@ -640,7 +640,7 @@ void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
         updateMaskData(adapter);
         updateGatewayData(adapter);
         pane(adapter).setEditable(true);
-        enableNetwork(adapter);
+        enableNetwork(adapter); // fills all fields once more, as it does for a choice of the mode
         setGateway(DefaultRoutes::preferenceOfRegister);
     }
     pane(adapter).setModeOffered(true);

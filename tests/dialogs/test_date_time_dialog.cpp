@@ -121,6 +121,7 @@ private slots:
     void press_beepsByTheSwitch_data();
     void press_beepsByTheSwitch();
     void lockRegister_closesTheFields();
+    void lockRegister_locksByItsNeighboursToo();
     void lockRegister_isReadAtEveryPress();
     void lockRegister_isReadForEveryEvent();
     void lockRegister_unreadable_locksNothing();
@@ -514,6 +515,16 @@ void TestDateTimeDialog::lockRegister_closesTheFields()
     // Pressing still beeps.
     QCOMPARE(PanelWorld::commands(),
              QStringList({longBeep, longBeep, longBeep, longBeep, longBeep, longBeep}));
+}
+
+void TestDateTimeDialog::lockRegister_locksByItsNeighboursToo()
+{
+    dialog()->show();
+    const int next = lockBit + 1;
+    PanelWorld::setAreaBit(lockArea, next, true);
+    QCOMPARE(enter("hourLineEdit", QStringLiteral("1")), QString());
+    PanelWorld::setAreaBit(lockArea, next, false);
+    QVERIFY(!enter("hourLineEdit", QStringLiteral("1")).isEmpty());
 }
 
 void TestDateTimeDialog::lockRegister_isReadAtEveryPress()
