@@ -3,6 +3,7 @@
 #include "common/PanelFont.h"
 #include "common/Translation.h"
 #include "tests/support/Hands.h"
+#include "tests/support/LanguageChanges.h"
 #include "tests/support/PanelWorld.h"
 
 #include <QApplication>
@@ -20,20 +21,6 @@ namespace {
 
 const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
 const QString fontFile = QStringLiteral("/hmi/default.ttf");
-
-/// Counts the language changes that reach the application.
-class LanguageChanges : public QObject
-{
-public:
-    LanguageChanges() { qApp->installEventFilter(this); }
-    int count = 0;
-
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        count += watched == qApp && event->type() == QEvent::LanguageChange ? 1 : 0;
-        return false;
-    }
-};
 
 /// Counts how often a text is looked up in it.
 class CountingTranslator : public QTranslator

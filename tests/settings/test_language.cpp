@@ -4,6 +4,7 @@
 #include "network/NetworkSettings.h"
 #include "settings/Settings.h"
 #include "tests/support/Hands.h"
+#include "tests/support/LanguageChanges.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Text.h"
@@ -36,20 +37,6 @@ public:
         return mark() + QString::fromUtf8(text);
     }
     static QString mark() { return QStringLiteral("@"); }
-};
-
-/// Counts the language changes that reach the application.
-class LanguageChanges : public QObject
-{
-public:
-    LanguageChanges() { qApp->installEventFilter(this); }
-    int count = 0;
-
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        count += watched == qApp && event->type() == QEvent::LanguageChange ? 1 : 0;
-        return false;
-    }
 };
 
 /// Visible texts of a window that hold letters and miss the mark. Fields hold values, which no
