@@ -1,3 +1,4 @@
+#include "general/GeneralSettings.h"
 #include "settings/Settings.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Text.h"
@@ -27,13 +28,28 @@ QList<QByteArray> stored()
             PanelWorld::fileContent("/hmi_data/sfb.dat"_s)};
 }
 
+/// Whether panelctl ends well.
+bool panelctl(const QStringList& words, const QByteArray& input = QByteArray())
+{
+    constexpr int forEver = -1; // CTest ends what hangs
+    QProcess process;
+    process.start("/panel-build/panelctl/panelctl"_s, words);
+    process.write(input);
+    process.closeWriteChannel();
+    return process.waitForFinished(forEver) && process.exitCode() == 0;
+}
+
 bool import()
 {
-    QProcess process;
-    process.start("/panel-build/panelctl/panelctl"_s, {"import"_s, "-"_s});
-    process.write(settings);
-    process.closeWriteChannel();
-    return process.waitForFinished() && process.exitCode() == 0;
+    return panelctl({"import"_s, "-"_s}, settings);
+}
+
+/// Address, gateway and mask of eth0.
+QByteArray addresses()
+{
+    constexpr int first = 41;
+    constexpr int bytes = 12;
+    return PanelWorld::image().mid(first, bytes);
 }
 
 /// Returns when every timer of that interval has fired that was started before.
@@ -47,7 +63,7 @@ void waitForEarlierTimers(int intervalMs)
 
 } // namespace
 
-/// Settings that are imported while the window is open, and that nobody touches there.
+/// Settings that are imported while the window is open.
 class TestImport : public QObject
 {
     Q_OBJECT
@@ -55,6 +71,7 @@ class TestImport : public QObject
 private slots:
     void initTestCase();
     void import_underAnOpenWindow_isNotOverwritten();
+    void changeInAWindow_bringsBackTheAddressesItWasMadeWith();
 };
 
 void TestImport::initTestCase()
@@ -77,6 +94,18 @@ void TestImport::import_underAnOpenWindow_isNotOverwritten()
     QVERIFY(QMetaObject::invokeMethod(window.get(), "onGeneralSettingsClicked"));
     window.reset();
     QCOMPARE(stored(), imported);
+}
+
+void TestImport::changeInAWindow_bringsBackTheAddressesItWasMadeWith()
+{
+    QVERIFY(panelctl({"device"_s, "set"_s, "eth0_ip"_s, "192.168.1.10"_s}));
+    const auto window = std::make_unique<Settings>(nullptr);
+    window->init();
+    const QByteArray before = addresses();
+    QVERIFY(import());
+    QVERIFY(addresses() != before);
+    QVERIFY(QMetaObject::invokeMethod(window->findChild<GeneralSettings*>(), "onBacklightOn"));
+    QCOMPARE(addresses(), before);
 }
 
 QTEST_MAIN(TestImport)
