@@ -6,6 +6,7 @@
 #include "panelctl/RegisterValue.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/Value.h"
+#include "panelctl/Wording.h"
 #include "regstore/AreaFiles.h"
 #include "regstore/RegisterNames.h"
 
@@ -101,7 +102,7 @@ const char* makeArea(const AreaFile& area, const QString& path, const std::vecto
 {
     const QFileInfo found(path);
     if (found.exists() && !found.isFile()) {
-        fail(path, "it is there and no file"_l1);
+        fail(path, "it exists and is not a file"_l1);
     }
     if (found.exists()) {
         const bool isShort = found.size() < int(newAreaBytes);
@@ -133,7 +134,7 @@ const char* makePipe(const QString& path)
         fail(path, qt_error_string(error));
     }
     if (!S_ISFIFO(found.st_mode)) {
-        fail(path, "it is there and no pipe"_l1);
+        fail(path, "it exists and is not a pipe"_l1);
     }
     return "kept";
 }
@@ -174,9 +175,11 @@ QString areaProblem(const QString& path)
     if (!found.isFile()) {
         return "is no file"_l1;
     }
-    return found.size() == int(newAreaBytes)
-               ? QString()
-               : QString("has %1 bytes instead of %2"_l1).arg(found.size()).arg(newAreaBytes);
+    return found.size() == int(newAreaBytes) ? QString()
+                                             : QString("has %1 instead of %2"_l1)
+                                                   .arg(QString::fromStdString(Wording::counted(
+                                                       std::size_t(found.size()), "byte")))
+                                                   .arg(newAreaBytes);
 }
 
 QString pipeProblem(const QString& path)
@@ -210,9 +213,8 @@ public:
             Json::print(m_rows);
         }
         if (!m_rows.isEmpty()) {
-            throw Failure(std::to_string(m_rows.size()) +
-                          (m_rows.size() == 1 ? " file is" : " files are") +
-                          " not as areas create makes them");
+            throw Failure("the areas and pipes have " +
+                          Wording::counted(std::size_t(m_rows.size()), "problem"));
         }
     }
 

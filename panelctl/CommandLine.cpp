@@ -38,7 +38,7 @@ std::string valueOf(const OptionRow& row, const Words& line, std::size_t& at)
     }
     // An empty value is a variable of the caller's without content, and not a file or folder.
     if (value.empty()) {
-        throw UsageError(std::string("'") + row.name + "' needs a " + row.value);
+        throw UsageError(std::string("'") + row.name + "' needs a value: " + row.value);
     }
     return value;
 }

@@ -36,7 +36,7 @@ const std::vector<Command>& all()
          2,
          {WordKind::Register, WordKind::RegisterValue},
          {Option::Notify},
-         "Writes a register, which is all of it. Behind an ID, --help says what VALUE may be.",
+         "Writes a whole register. Behind an ID, --help says what VALUE may be.",
          Commands::regWrite},
         {"reg",
          "watch",
@@ -171,9 +171,9 @@ const std::vector<Command>& all()
          {WordKind::Free},
          {Option::DryRun, Option::Only, Option::Identity, Option::Now, Option::Confirm,
           Option::Json},
-         "Takes settings over that export has printed, all of them or none, and prints each "
-         "change. "
-         "Settings that the file does not have stay. Says every error of the file at once. Ends "
+         "Takes over settings that export has printed, all of them or none, and prints each "
+         "change. Settings that the file does not have stay. Says every error of the file at once. "
+         "Ends "
          "with 3 when nothing changes.",
          Commands::importSettings},
         {"confirm",
@@ -194,7 +194,8 @@ const std::vector<Command>& all()
          {},
          {},
          "Takes an import back that was cut off or not confirmed in time, as every other command "
-         "does first, too. For the panel's start. Ends with 3 when there was none.",
+         "does first, too, and removes what a killed command left behind. For the panel's start. "
+         "Ends with 3 when there was no import to take back.",
          Commands::recover},
         {"tables",
          "",
@@ -203,7 +204,7 @@ const std::vector<Command>& all()
          0,
          {},
          {Option::Json},
-         "Prints everything that is where: records, fields, areas, registers, adapters, languages, "
+         "Prints where everything is: records, fields, areas, registers, adapters, languages, "
          "settings.",
          Commands::tables,
          false},

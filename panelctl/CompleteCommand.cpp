@@ -1,10 +1,12 @@
 // complete.
 
+#include "adapters/AdapterTable.h"
 #include "panelctl/CommandLine.h"
 #include "panelctl/CommandTable.h"
 #include "panelctl/Commands.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/RegisterValue.h"
+#include "panelctl/ResolverLines.h"
 #include "panelctl/Value.h"
 #include "regstore/RegisterNames.h"
 
@@ -25,6 +27,13 @@ void printNames(const char* suffix)
 {
     for (const RegisterName& name : registerNames) {
         std::cout << name.name << suffix << '\n';
+    }
+}
+
+void printAdapters()
+{
+    for (const AdapterRow& adapter : adapterTable) {
+        std::cout << adapter.interfaceName << '\n';
     }
 }
 
@@ -80,9 +89,9 @@ void printWord(const Command& command, const Words& words)
     case WordKind::FieldValue:
         return printWordsOfField(words.back());
     case WordKind::Adapter:
-        return printEach({"eth0", "eth1"});
+        return printAdapters();
     case WordKind::Server:
-        return printEach({"first", "backup"});
+        return printEach({ResolverLines::serverWords.begin(), ResolverLines::serverWords.end()});
     case WordKind::CommandName:
         return printCommandNames(words);
     case WordKind::None:

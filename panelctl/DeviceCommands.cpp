@@ -6,6 +6,7 @@
 #include "panelctl/DeviceImage.h"
 #include "panelctl/Json.h"
 #include "panelctl/Terminal.h"
+#include "panelctl/Wording.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -34,6 +35,12 @@ const RecordField& requireField(const std::string& name)
     return *field;
 }
 
+/// What a number counts.
+const char* thingOf(Kind kind)
+{
+    return kind == Kind::Width ? "pixel" : "adapter";
+}
+
 /// A value for people.
 std::string explain(const RecordField& field, const Value::Bytes& value)
 {
@@ -41,17 +48,19 @@ std::string explain(const RecordField& field, const Value::Bytes& value)
         field.kind == Kind::Bytes &&
         std::all_of(value.begin(), value.end(), [](std::uint8_t byte) { return byte == 0; });
     if (isEmpty) {
-        return std::to_string(value.size()) + " bytes, all zero";
+        return Wording::counted(value.size(), "byte") + ", all zero";
     }
     if (field.kind == Kind::Bytes) { // in full with --json
         constexpr std::ptrdiff_t shown = 12;
-        return std::to_string(value.size()) + " bytes, " +
+        return Wording::counted(value.size(), "byte") + ", " +
                Value::hex({value.begin(), value.begin() + shown}) + "...";
     }
-    const bool hasUnit = field.kind == Kind::Width || field.kind == Kind::AdapterCount;
+    const std::string shown = Value::show(field.kind, value);
+    if (field.kind == Kind::Width || field.kind == Kind::AdapterCount) {
+        return Wording::counted(std::stoul(shown), thingOf(field.kind));
+    }
     const std::string note = Value::note(field.kind, value);
-    return Value::show(field.kind, value) + (hasUnit ? std::string(" ") + field.unit : "") +
-           (note.empty() ? "" : " (" + note + ")");
+    return shown + (note.empty() ? "" : " (" + note + ")");
 }
 
 void printField(const RecordField& field, const Value::Bytes& value)
@@ -197,8 +206,7 @@ void Commands::deviceCheck(const Arguments& given)
         Json::print(rows);
     }
     if (!problems.empty()) {
-        throw Failure("the device image has " + std::to_string(problems.size()) +
-                      (problems.size() == 1 ? " problem" : " problems"));
+        throw Failure("the device image has " + Wording::counted(problems.size(), "problem"));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "device/ToolPipe.h"
 #include "panelctl/Command.h"
 #include "panelctl/ReplaceFile.h"
+#include "panelctl/Wording.h"
 
 #include <QFile>
 
@@ -80,8 +81,9 @@ void DeviceImage::load()
     if (bytes.size() != static_cast<int>(m_bytes.size())) {
         const bool isLong = bytes.size() > static_cast<int>(m_bytes.size());
         throw Failure((m_file.empty() ? std::string("the device's image") : m_file) + " has " +
-                      (isLong ? "more than 1024" : std::to_string(bytes.size())) +
-                      " bytes; a device image has 1024");
+                      (isLong ? "more than 1024 bytes"
+                              : Wording::counted(std::size_t(bytes.size()), "byte")) +
+                      "; a device image has 1024");
     }
     std::copy(bytes.begin(), bytes.end(), m_bytes.begin());
 }
@@ -90,7 +92,8 @@ void DeviceImage::replaceDevice(const QByteArray& image)
 {
     needTool(writeTool);
     if (image.size() != static_cast<int>(EEInfoDetail::imageBytes)) {
-        throw Failure("an image of " + std::to_string(image.size()) + " bytes is none");
+        throw Failure("an image of " + Wording::counted(std::size_t(image.size()), "byte") +
+                      " is no device image");
     }
     QByteArray bytes = image; // the tools' channel does not promise to leave them alone
     if (PlateformInterface().writecmd(writeCommand, bytes.data(), bytes.size()) != 0) {

@@ -5,6 +5,7 @@
 #include "panelctl/DeviceCheck.h"
 #include "panelctl/JsonMembers.h"
 #include "panelctl/RecordFields.h"
+#include "panelctl/ResolverLines.h"
 #include "panelctl/Value.h"
 
 #include <QJsonArray>
@@ -15,8 +16,6 @@
 #include <optional>
 
 namespace {
-
-constexpr int mostServers = 2;
 
 const Setting* findSetting(const QString& place)
 {
@@ -92,11 +91,11 @@ std::string textOf(const QJsonParseError& error)
     case QJsonParseError::IllegalValue:
         return "no value begins like this";
     case QJsonParseError::MissingObject:
-        return "behind a comma comes one more member";
+        return "a comma has to be followed by one more member";
     case QJsonParseError::UnterminatedObject:
-        return "here belongs a name in double quotation marks, a comma or }";
+        return "a name in double quotation marks, a comma or } has to stand here";
     case QJsonParseError::GarbageAtEnd:
-        return "something follows behind the last }";
+        return "something follows the last }";
     default:
         return error.errorString().toStdString();
     }
@@ -170,7 +169,7 @@ void ImportFile::readMembers(const QString& prefix, const QJsonObject& members)
     for (auto at = members.begin(); at != members.end(); ++at) {
         // A place as a name would be a second way to the same setting.
         if (at.key().contains(QLatin1Char('.'))) {
-            fail(prefix + at.key(), "a name has no dot; objects lie in each other, { ... }");
+            fail(prefix + at.key(), "a name has no dot; put an object into an object, { ... }");
         } else {
             readMember(prefix + at.key(), at.value());
         }
@@ -184,7 +183,7 @@ void ImportFile::readSetting(const Setting& setting, const QJsonValue& value)
         return fail(place, "this panel has one adapter, eth0");
     }
     const bool isList = setting.home == Home::Servers;
-    if (isList && (!value.isArray() || value.toArray().size() > mostServers)) {
+    if (isList && (!value.isArray() || value.toArray().size() > ResolverLines::mostServers)) {
         return fail(place, "it takes a list of two addresses at most");
     }
     const QJsonArray items = isList ? value.toArray() : QJsonArray{value};

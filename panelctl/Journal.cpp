@@ -59,6 +59,16 @@ std::string textOf(const QJsonValue& value)
     return value.toString().toStdString();
 }
 
+/// Says of which file it is, and that it is no command line, when it cannot be understood.
+Snapshot snapshotOf(const QJsonObject& before)
+{
+    try {
+        return Snapshot::fromJson(before);
+    } catch (const std::exception& error) {
+        throw Failure(std::string(Journal::path) + " is no journal: " + error.what());
+    }
+}
+
 } // namespace
 
 const char* const Journal::path = "/hmi_data/panelctl.journal";
@@ -102,7 +112,7 @@ std::optional<Journal> Journal::load()
     if (!object.contains("before"_l1)) {
         throw Failure(std::string(path) + " is no journal");
     }
-    Journal journal(Snapshot::fromJson(object["before"_l1].toObject()));
+    Journal journal(snapshotOf(object["before"_l1].toObject()));
     for (const QJsonValue place : object["places"_l1].toArray()) {
         journal.m_places.insert(textOf(place));
     }

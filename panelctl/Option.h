@@ -26,7 +26,7 @@ inline constexpr std::array optionRows{
     OptionRow{Option::Stored, "--stored", nullptr, "only what outlives a power cut"},
     OptionRow{Option::Identity, "--identity", nullptr, "also what belongs to this device alone"},
     OptionRow{Option::DryRun, "--dry-run", nullptr, "say what would change, and change nothing"},
-    OptionRow{Option::Only, "--only", "PARTS", "these parts, display,sound,network,identity"},
+    OptionRow{Option::Only, "--only", "PARTS", "only these of display,sound,network,identity"},
     OptionRow{Option::Now, "--now", nullptr,
               "let the running adapters and the backlight follow at once"},
     OptionRow{Option::Confirm, "--confirm", "SECONDS",

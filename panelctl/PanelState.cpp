@@ -1,5 +1,6 @@
 #include "panelctl/PanelState.h"
 
+#include "adapters/AdapterSwitch.h"
 #include "device/Latin1.h"
 #include "panelctl/RecordFields.h"
 #include "panelctl/RegisterValue.h"
@@ -12,12 +13,11 @@
 
 namespace {
 
-/// Whether the settings file says that something is switched off; without the key it is not.
+/// Whether the settings file says that the adapter of a setting is switched off.
 bool isOffInFile(const Setting& setting)
 {
     const QSettings file(QString::fromLatin1(SettingsKeys::file), QSettings::IniFormat);
-    const QString key = QString::fromLatin1(setting.key);
-    return file.contains(key) && !file.value(key).toBool();
+    return AdapterSwitch::isOff(&file, adapterOf(setting));
 }
 
 /// The object with a value put where the members @p path lead, from @p depth on.

@@ -1,5 +1,6 @@
 // dns show, set and clear.
 
+#include "adapters/AdapterTable.h"
 #include "device/Latin1.h"
 #include "device/ResolverFile.h"
 #include "device/ResolverText.h"
@@ -8,6 +9,7 @@
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/ResolverLines.h"
 #include "panelctl/Value.h"
+#include "panelctl/Wording.h"
 
 #include <QJsonObject>
 
@@ -16,17 +18,25 @@
 
 namespace {
 
-constexpr int adapters = 2;
-constexpr std::array serverWords{"first", "backup"};
+using ResolverLines::serverWords;
+
+constexpr int adapters = int(adapterTable.size());
+
+QString adapterName(int adapter)
+{
+    return QString::fromLatin1(adapterTable.at(std::size_t(adapter)).interfaceName);
+}
 
 int parseAdapter(const std::string& word)
 {
+    Words names;
     for (int adapter = 0; adapter < adapters; ++adapter) {
-        if (word == "eth" + std::to_string(adapter) || word == std::to_string(adapter)) {
+        names.push_back(adapterName(adapter).toStdString());
+        if (word == names.back() || word == std::to_string(adapter)) {
             return adapter;
         }
     }
-    throw UsageError("there is no adapter '" + word + "'; it takes eth0 or eth1");
+    throw UsageError("there is no adapter '" + word + "'; it takes " + Wording::anyOf(names));
 }
 
 int parseServer(const std::string& word)
@@ -36,7 +46,8 @@ int parseServer(const std::string& word)
             return static_cast<int>(index);
         }
     }
-    throw UsageError("there is no server '" + word + "'; it takes first or backup");
+    throw UsageError("there is no server '" + word + "'; it takes " +
+                     Wording::anyOf({serverWords.begin(), serverWords.end()}));
 }
 
 void writeText(const QByteArray& text)
@@ -46,11 +57,6 @@ void writeText(const QByteArray& text)
         throw Failure(std::string("cannot change ") + ResolverFile::path + ": " +
                       reason.toStdString());
     }
-}
-
-QString adapterName(int adapter)
-{
-    return QString("eth%1"_l1).arg(adapter);
 }
 
 QJsonObject jsonOf(const QByteArray& text, int adapter)

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr int mostServers = 2;
-
 [[noreturn]] void fail(const QFile& file)
 {
     throw Failure(std::string("cannot read ") + ResolverFile::path + ": " +

@@ -8,6 +8,7 @@
 #include "panelctl/RegisterValue.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/ResolverLines.h"
+#include "panelctl/Wording.h"
 #include "regstore/RegisterNames.h"
 
 #include <QDir>
@@ -105,7 +106,8 @@ std::map<std::string, Value::Bytes> valuesOf(const QJsonObject& object, SizeOf s
         const std::string name = at.key().toStdString();
         const Value::Bytes bytes = bytesOf(at.value());
         if (bytes.size() != sizeOf(name)) {
-            throw Failure("'" + name + "' has " + std::to_string(bytes.size()) + " bytes");
+            throw Failure("'" + name + "' has " + Wording::counted(bytes.size(), "byte") +
+                          " instead of " + std::to_string(sizeOf(name)));
         }
         values[name] = bytes;
     }

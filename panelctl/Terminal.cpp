@@ -39,7 +39,7 @@ void printRow(const std::string& row, const std::string& explanation)
     } else if (row.size() + 2 + explanation.size() <= width()) {
         std::cout << row << "  " << explanation << '\n';
     } else {
-        std::cout << row << '\n';
+        std::cout << row.substr(0, row.find_last_not_of(' ') + 1) << '\n';
         printText(indent, explanation);
     }
 }

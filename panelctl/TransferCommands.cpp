@@ -8,10 +8,12 @@
 #include "panelctl/Json.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/RunningPanel.h"
+#include "panelctl/Wording.h"
 
 #include <QFile>
 #include <QJsonArray>
 
+#include <algorithm>
 #include <csignal>
 #include <iostream>
 #include <set>
@@ -29,26 +31,29 @@ QByteArray readInput(const std::string& name)
     return file.readAll();
 }
 
-bool isPart(const std::string& word)
+/// The parts that settings have, in the order of their table.
+Words allParts()
 {
+    Words parts;
     for (const Setting& setting : panelSettings) {
-        if (partOf(setting) == word) {
-            return true;
+        if (parts.empty() || parts.back() != partOf(setting)) {
+            parts.emplace_back(partOf(setting));
         }
     }
-    return false;
+    return parts;
 }
 
 /// The parts of "display,network"; all of them when there is none.
 std::set<std::string> wantedParts(const Arguments& given)
 {
+    const Words known = allParts();
     std::set<std::string> parts;
     const QString list = QString::fromStdString(given.value(Option::Only));
     for (const QString& part : list.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
         const std::string word = part.toStdString();
-        if (!isPart(word)) {
-            throw UsageError("there is no part '" + word +
-                             "'; --only takes display, sound, network or identity");
+        if (std::find(known.begin(), known.end(), word) == known.end()) {
+            throw UsageError("there is no part '" + word + "'; --only takes " +
+                             Wording::anyOf(known));
         }
         parts.insert(word);
     }
@@ -67,8 +72,8 @@ bool isWanted(const Setting& setting, const std::set<std::string>& parts, bool i
     for (const ImportError& error : errors) {
         std::cerr << "panelctl: " << error.place << ": " << error.text << '\n';
     }
-    throw Failure(file + " has " + std::to_string(errors.size()) +
-                  (errors.size() == 1 ? " error" : " errors") + "; nothing is changed");
+    throw Failure(file + " has " + Wording::counted(errors.size(), "error") +
+                  "; nothing is changed");
 }
 
 /// The settings of the file that are wanted and that the panel has otherwise.

@@ -4,6 +4,7 @@
 #include "device/EEInfoDetail.h"
 #include "device/LanguageTable.h"
 #include "panelctl/Command.h"
+#include "panelctl/Wording.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -43,16 +44,6 @@ constexpr auto languageWords = [] {
 }
 
 template <std::size_t count>
-std::string alternatives(const std::array<Word, count>& words)
-{
-    std::string text;
-    for (const Word& word : words) {
-        text += std::string(text.empty() ? "" : " or ") + word.text;
-    }
-    return text;
-}
-
-template <std::size_t count>
 std::vector<std::string> textsOf(const std::array<Word, count>& words)
 {
     std::vector<std::string> texts;
@@ -61,6 +52,12 @@ std::vector<std::string> textsOf(const std::array<Word, count>& words)
         texts.emplace_back(word.text);
     }
     return texts;
+}
+
+template <std::size_t count>
+std::string alternatives(const std::array<Word, count>& words)
+{
+    return Wording::anyOf(textsOf(words));
 }
 
 /// False for anything but digits, decimal or behind "0x" hexadecimal.
@@ -229,7 +226,7 @@ Bytes parseAdapters(const std::string& text, Bytes bytes)
 std::string levels()
 {
     return std::to_string(Brightness::lowestRaw) + " to " + std::to_string(Brightness::highestRaw) +
-           ", " + std::to_string(Brightness::rawPerLevel) + " for each, or 0 for off";
+           " in steps of " + std::to_string(Brightness::rawPerLevel) + ", or 0 for off";
 }
 
 std::string levelProblem(std::uint64_t value)

@@ -25,7 +25,8 @@ def word(kind):
 
 def words_that_fit(kind):
     """As a complaint about another word lists them."""
-    return " or ".join(WORDS[kind])
+    *others, last = WORDS[kind]
+    return f"{', '.join(others)} or {last}"
 
 
 def number(text, before):

@@ -272,8 +272,9 @@ class Look(DeviceTest):
                 with self.subTest(verb=verb, size=size):
                     self.image_file(noise(size))
                     line = self.complaint(1, "device", verb, "--image", self.file, *words)
-                    amount = "more than 1024" if size > 1024 else size
-                    self.assertIn(f"{self.file} has {amount} bytes", line)
+                    amount = ("more than 1024 bytes" if size > 1024 else
+                              "1 byte" if size == 1 else f"{size} bytes")
+                    self.assertIn(f"{self.file} has {amount};", line)
                     self.assertTrue(self.file.read_bytes() == noise(size))
             missing = self.folder / "missing"
             for path in (missing, self.folder, "/no/such/folder/image"):

@@ -290,7 +290,7 @@ class Errors(TransferTest):
         ("display.language", 1, "quotation"),
         ("display.contrast", 3, "no such setting"), ("volume", 3, "no such setting"),
         ("sound.buzzer", "on", "true or false"), ("sound.buzzer", 1, "true or false"),
-        ("network.default_adapter", "wlan0", "auto or eth0 or eth1"),
+        ("network.default_adapter", "wlan0", "auto, eth0 or eth1"),
         ("network.eth0.ip", "10.1.2.300", "an address like"),
         ("network.eth0.ip", "127.0.0.1", "no address"), ("network.eth0.ip", "", "an address"),
         ("network.eth0.mask", "255.0.255.0", "gap"), ("network.eth0.address", "1.2.3.4", "no such"),
