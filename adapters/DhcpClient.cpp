@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr qint64 longestPidLine = 64; ///< Bytes; a pid file that starts with more is none.
+constexpr qint64 longestPidLine = 64; ///< Bytes; a longer one holds no process id.
 
 bool isDigit(char character)
 {

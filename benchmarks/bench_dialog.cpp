@@ -1,5 +1,5 @@
-// Making the settings dialog, against the commands that it runs while it is made. What is over is
-// the building of its widgets.
+// Making the settings dialog, against the commands that it runs while it is made. What takes longer
+// than these is the building of its widgets.
 
 #include "benchmarks/Ratio.h"
 #include "settings/Settings.h"

@@ -46,7 +46,7 @@ struct Arguments
     }
 };
 
-/// What a word behind the name of a command is, for the completion and the help.
+/// What a word after the name of a command is, for the completion and the help.
 enum class WordKind {
     None,
     Free, ///< Nothing that can be listed.

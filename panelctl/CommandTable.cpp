@@ -36,7 +36,7 @@ const std::vector<Command>& all()
          2,
          {WordKind::Register, WordKind::RegisterValue},
          {Option::Notify},
-         "Writes a whole register. Behind an ID, --help says what VALUE may be.",
+         "Writes a whole register. After an ID, --help says what VALUE may be.",
          Commands::regWrite},
         {"reg",
          "watch",
@@ -65,7 +65,7 @@ const std::vector<Command>& all()
          {WordKind::Field, WordKind::FieldValue},
          {Option::Image},
          "Changes fields, all of them or none. Everything else stays as it is. What describes "
-         "the hardware can be changed in a file only. Behind a FIELD, --help says what VALUE may "
+         "the hardware can be changed in a file only. After a FIELD, --help says what VALUE may "
          "be.",
          Commands::deviceSet},
         {"device",
@@ -215,7 +215,7 @@ const std::vector<Command>& all()
          64,
          {WordKind::CommandName},
          {},
-         "Prints what may stand behind the words, for a shell that completes command lines.",
+         "Prints what may follow the words, for a shell that completes command lines.",
          Commands::complete,
          false},
         {"help",

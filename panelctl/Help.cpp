@@ -74,7 +74,7 @@ void printCommands(const std::string& group)
     Terminal::printText(0, "Ends with 0 when it is done, 1 when it failed, 2 when the command line "
                            "is wrong, 3 when nothing had to be done.");
     Terminal::printText(0, "Every command explains itself with --help. Options may stand anywhere; "
-                           "behind -- everything is a word.");
+                           "after -- everything is a word.");
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 /// What the program says about itself.
 namespace Help {
 
-/// The command that @p words begin with, the group, or everything. Behind a register or field
+/// The command that @p words begin with, the group, or everything. After a register or field
 /// also what its value may be. Throws UsageError when they name none of these.
 void print(const Words& words);
 

@@ -106,7 +106,7 @@ ImportError syntaxError(const QByteArray& json, const QJsonParseError& error)
     if (json.trimmed().isEmpty()) {
         return {positionOf(json, 0), "the file is empty"};
     }
-    // The parser is behind the sign already that it does not understand, but for what it never
+    // The parser is past the sign that it does not understand already, but for what it never
     // read.
     const bool isRead = error.error != QJsonParseError::GarbageAtEnd;
     const int offset = std::clamp(error.offset - int(isRead), 0, json.size());

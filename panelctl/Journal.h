@@ -55,7 +55,7 @@ public:
     bool followsNow() const { return m_now; }
     const std::set<std::string>& places() const { return m_places; }
 
-    /// Seconds that remain to confirm the change. A restart does not stop the count. Behind one the
+    /// Seconds that remain to confirm the change. A restart does not stop the count. After one, the
     /// clock is asked, which may be wrong, so that there are never more seconds than were given.
     int secondsLeft() const;
 

@@ -10,7 +10,7 @@ namespace Terminal {
 std::size_t width()
 {
     constexpr std::size_t usual = 80;
-    constexpr std::size_t least = 20; // a terminal that tells less is none
+    constexpr std::size_t least = 20; // fewer than these are no answer
     winsize size = {};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col >= least ? size.ws_col
                                                                                 : usual;

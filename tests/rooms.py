@@ -2,7 +2,7 @@
 
 A row's last cell names what a room may include besides its own headers and those of the C, C++ and
 POSIX libraries: other rooms, single headers, modules of Qt. "Everything" sets no limit, and a folder
-without a row has none either; but only who names a room may include it.
+without a row has none either; but a room is included only by those that name it.
 """
 
 import pathlib
