@@ -6,6 +6,7 @@ the one around it may be busy. The patience only ends what would never end.
 """
 
 import json
+import os
 import pathlib
 import shutil
 import socket
@@ -122,6 +123,18 @@ class EmulatedPanel:
             assert "error" not in answer, answer
             if "return" in answer:
                 return answer["return"]
+
+    def processor_seconds(self):
+        """Processor time of this machine that the emulated one has taken so far. Unlike time on a
+        clock, and the machine's own count of its time, it does not grow when others keep this
+        machine busy."""
+        processes, ticks = [self._process.pid], 0
+        for process in processes:
+            folder = pathlib.Path("/proc", str(process))
+            ticks += sum(map(int, (folder / "stat").read_text().rpartition(")")[2].split()[11:13]))
+            for children in folder.glob("task/*/children"):
+                processes += map(int, children.read_text().split())
+        return ticks / os.sysconf("SC_CLK_TCK")
 
     def press(self, x, y):
         """Presses and lets go of a point of the touch screen, in pixels. A finger comes from nowhere:
