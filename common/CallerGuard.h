@@ -3,8 +3,6 @@
 #include <QDialog>
 #include <QObject>
 
-#include <array>
-
 /// Closes a dialog, as if cancelled, when the object that it was opened for is deleted. A host may
 /// delete its window at any time: nobody waits for the answer then, and a dialog that stayed open
 /// would keep everything else from being pressed.
@@ -22,20 +20,20 @@ public:
     {
         release();
         if (caller) {
-            m_ends[0] = QObject::connect(caller, &QObject::destroyed, dialog, &QDialog::reject);
+            m_gone = QObject::connect(caller, &QObject::destroyed, dialog, &QDialog::reject);
         }
         if (const auto* asker = qobject_cast<const QDialog*>(caller)) {
-            m_ends[1] = QObject::connect(asker, &QDialog::finished, dialog, &QDialog::reject);
+            m_closed = QObject::connect(asker, &QDialog::finished, dialog, &QDialog::reject);
         }
     }
 
 private:
     void release()
     {
-        for (const QMetaObject::Connection& end : m_ends) {
-            QObject::disconnect(end);
-        }
+        QObject::disconnect(m_gone);
+        QObject::disconnect(m_closed);
     }
 
-    std::array<QMetaObject::Connection, 2> m_ends;
+    QMetaObject::Connection m_gone;
+    QMetaObject::Connection m_closed;
 };

@@ -90,7 +90,6 @@ DateTimeDialog::DateTimeDialog(int fontId, QWidget* parent)
       m_fontId(fontId),
       m_drag(this, ui->titleBarFrame, outerMargin)
 {
-    setFixedSize(450, 420); // until init() knows the screen
     init(fontId);
     setStyleSheet(dialogStyle);
     for (const Field& field : fields) {

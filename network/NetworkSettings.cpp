@@ -87,8 +87,6 @@ void NetworkSettings::init(int fontId, EEInfoDetail::Flash_WR_1& record,
     for (const networkIndexType adapter : {Eth0, Eth1}) {
         fill(adapter);
     }
-    updateDefaultGateway(Eth0);
-    updateDefaultGateway(Eth1);
     connectSlots();
 }
 
@@ -102,7 +100,6 @@ void NetworkSettings::buildTabs()
     const NetworkSizes& sizes = forScreen(screens, deviceScreenWidth());
     const QFont font = PanelFont::font(m_fontId, pointSize, QFont::Normal);
     m_adapterCount = supportEth2() + 1;
-    m_tabs.clear();
     m_tabs.setStyleSheet(QString(tabStyle).arg(sizes.tabHeight));
     m_tabs.tabBar()->setFont(font);
     m_tabs.tabBar()->setUsesScrollButtons(false);
@@ -636,11 +633,7 @@ void NetworkSettings::enableNetworkConfig(networkIndexType adapter)
     } else {
         killudhcpc(adapter);
         pane(adapter).showMode(false);
-        updateIPData(adapter);
-        updateMaskData(adapter);
-        updateGatewayData(adapter);
-        pane(adapter).setEditable(true);
-        enableNetwork(adapter); // fills all fields once more, as it does for a choice of the mode
+        enableNetwork(adapter);
         setGateway(DefaultRoutes::preferenceOfRegister);
     }
     pane(adapter).setModeOffered(true);

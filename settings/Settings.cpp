@@ -353,7 +353,6 @@ void Settings::setLanguageFaces()
 
 void Settings::setSettingsFrame()
 {
-    ui->settingsFrame->setObjectName("settingsFrame"_l1);
     // From the outside in, and before the pages fill: a sheet that is set later, and a page with a
     // sheet that moves, make Qt style everything below it again.
     ui->settingsFrame->setStyleSheet(frameStyle);
@@ -385,10 +384,8 @@ void Settings::setButtonBar()
     m_captionLabels[GeneralButton].setStyleSheet(selectedCaptionStyle);
     m_iconLabels[GeneralButton].setPixmap(QPixmap(settingWhitePicture));
 
-    m_buttons.clear();
     m_buttons << ui->generalPushButton << ui->networkPushButton << ui->restartPushButton;
 
-    ui->buttonBarFrame->setObjectName("buttonBarFrame"_l1);
     ui->buttonBarFrame->setStyleSheet(buttonBarStyle);
 
     for (QPushButton* button :
@@ -405,12 +402,10 @@ void Settings::setButtonBar()
 void Settings::setButton(QPushButton* button, int index, QString imagePath, QString text)
 {
     QLabel& icon = m_iconLabels[index];
-    icon.setParent(button);
     icon.setPixmap(QPixmap(imagePath));
     icon.setFixedSize(27, 27);
 
     QLabel& caption = m_captionLabels[index];
-    caption.setParent(button);
     caption.setText(text);
 
     auto* column = new QVBoxLayout(button);
@@ -437,7 +432,6 @@ void Settings::setStatusBar()
     ui->udisk1Image->setPixmap(QPixmap(udiskPicture));
     ui->udisk2Image->setPixmap(QPixmap(udiskPicture));
     ui->SDImage->setPixmap(QPixmap(sdPicture));
-    ui->statusBarFrame->setObjectName("statusBarFrame"_l1);
     ui->statusBarFrame->setStyleSheet(statusBarStyle);
 
     const QFont font = PanelFont::font(m_fontId, statusPointSize, QFont::Bold);

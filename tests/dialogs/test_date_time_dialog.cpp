@@ -512,6 +512,10 @@ void TestDateTimeDialog::lockRegister_closesTheFields()
     for (const Field& row : fields) {
         QCOMPARE(enter(row.name, QStringLiteral("1")), QString());
     }
+    for (const auto type : {QEvent::MouseMove, QEvent::Paint}) {
+        QEvent event(type);
+        QVERIFY2(!dialog()->eventFilter(field("hourLineEdit"), &event), "passed on, all the same");
+    }
     // Pressing still beeps.
     QCOMPARE(PanelWorld::commands(),
              QStringList({longBeep, longBeep, longBeep, longBeep, longBeep, longBeep}));

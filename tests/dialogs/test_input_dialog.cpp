@@ -1,5 +1,7 @@
+#include "common/CallerGuard.h"
 #include "common/PanelFont.h"
 #include "common/TitleBarDrag.h"
+#include "dialogs/DateTimeDialog.h"
 #include "dialogs/DialogRelease.h"
 #include "dialogs/InputDialog.h"
 #include "tests/support/Hands.h"
@@ -50,6 +52,26 @@ QString labelText(const InputDialog& keypad, const char* name)
     return keypad.findChild<QLabel*>(QString::fromLatin1(name))->text();
 }
 
+/// Counts the events of one kind that reach a widget.
+class EventCount : public QObject
+{
+public:
+    EventCount(QWidget& widget, QEvent::Type type) : m_type(type)
+    {
+        widget.installEventFilter(this);
+    }
+    int count = 0;
+
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        count += event->type() == m_type ? 1 : 0;
+        return false;
+    }
+
+private:
+    QEvent::Type m_type;
+};
+
 /// Runs the one keypad, types, and returns its result.
 int runKeypad(int min, int max, int current, const QString& letters, QSettings* settings)
 {
@@ -93,8 +115,10 @@ private slots:
     void enter();
     void enter_outOfRange_asksAgain_data();
     void enter_outOfRange_asksAgain();
+    void enter_closesTheWindowOnce();
     void enter_nothingTyped_afterAnEarlierEntry();
     void close_isNoChange();
+    void ownKeypad_startsAnewAfterEachUse();
     void close_afterAnEntry_isNoStaleResult();
     void closeByTheWindow_isNoChange();
     void beep_followsTheSwitch_data();
@@ -110,6 +134,7 @@ private slots:
     void instance_deletedWithItsParent_isMadeAgain();
     void caller_goneMeanwhile_closesTheKeypad();
     void earlierCaller_goneMeanwhile_changesNothing();
+    void earlierAsker_closedOrGone_changesNothing();
     void release_deletesIt();
     void drag_startsOnTheTitleBar_data();
     void drag_startsOnTheTitleBar();
@@ -126,6 +151,7 @@ void TestInputDialog::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
     QCOMPARE(PanelFont::registerFile(QStringLiteral("/hmi/default.ttf")), 0);
+    QVERIFY(!InputDialog::p_move); // nothing was dragged yet
 }
 
 void TestInputDialog::init()
@@ -402,6 +428,20 @@ void TestInputDialog::enter_outOfRange_asksAgain()
     QCOMPARE(after, keys);
 }
 
+/// As a host that watches the window sees it.
+void TestInputDialog::enter_closesTheWindowOnce()
+{
+    InputDialog* keypad = InputDialog::Instance(0, 1, 32, 25, nullptr, nullptr);
+    const QSignalSpy finished(keypad, &QDialog::finished);
+    const QSignalSpy rejected(keypad, &QDialog::rejected);
+    const EventCount closing(*keypad, QEvent::Close);
+    runKeypad(1, 32, 25, QStringLiteral("5E"), nullptr);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(finished.first().first().toInt(), 6);
+    QCOMPARE(rejected.count(), 0);
+    QCOMPARE(closing.count, 1);
+}
+
 void TestInputDialog::enter_nothingTyped_afterAnEarlierEntry()
 {
     QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("5E"), nullptr), 6);
@@ -413,6 +453,21 @@ void TestInputDialog::close_isNoChange()
     QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("7X"), nullptr), 0);
     // What was typed is forgotten.
     QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("E"), nullptr), 0);
+}
+
+/// One that a host has made for itself, and that nobody sets up again.
+void TestInputDialog::ownKeypad_startsAnewAfterEachUse()
+{
+    InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
+    const auto run = [&keypad](const QString& keys) {
+        QTimer::singleShot(0, &keypad, [&keypad, keys] { Hands::type(keypad, keys); });
+        return keypad.exec();
+    };
+    QCOMPARE(run(QStringLiteral("5E")), 6);
+    QCOMPARE(run(QStringLiteral("E")), 0);
+    QCOMPARE(run(QStringLiteral("7X")), 0);
+    QCOMPARE(shown(keypad), QString());
+    QCOMPARE(run(QStringLiteral("E")), 0);
 }
 
 void TestInputDialog::close_afterAnEntry_isNoStaleResult()
@@ -579,8 +634,10 @@ void TestInputDialog::instance_deletedWithItsParent_isMadeAgain()
 void TestInputDialog::release_deletesIt()
 {
     const QPointer<InputDialog> keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
+    const QPointer<DateTimeDialog> clock = DateTimeDialog::Instance(0, nullptr, nullptr);
     releaseDialogs();
     QVERIFY(!keypad);
+    QVERIFY(!clock);
     releaseDialogs(); // nothing is left to release
     QVERIFY(InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr));
 }
@@ -642,6 +699,9 @@ void TestInputDialog::drag_otherButtons_moveNothing()
     keypad.show();
     const QPoint before = keypad.pos();
     const QPointF press(120, 30);
+    // A finger that comes from elsewhere: nothing was pressed here.
+    sendMouse(keypad, QEvent::MouseMove, QPointF(200, 30), Qt::NoButton, Qt::LeftButton);
+    QCOMPARE(keypad.pos(), before);
     sendMouse(keypad, QEvent::MouseButtonPress, press, Qt::RightButton, Qt::RightButton);
     sendMouse(keypad, QEvent::MouseMove, QPointF(200, 30), Qt::NoButton, Qt::RightButton);
     QCOMPARE(keypad.pos(), before);
@@ -759,6 +819,23 @@ void TestInputDialog::earlierCaller_goneMeanwhile_changesNothing()
         Hands::type(*keypad, QStringLiteral("7E"));
     });
     QCOMPARE(keypad->exec(), 8);
+}
+
+void TestInputDialog::earlierAsker_closedOrGone_changesNothing()
+{
+    for (const bool isDeleted : {false, true}) {
+        auto earlier = std::make_unique<QDialog>();
+        earlier->show();
+        InputDialog keypad(0, 1, 32, 5, nullptr, nullptr);
+        CallerGuard guard;
+        guard.watch(&keypad, earlier.get());
+        guard.watch(&keypad, nullptr);
+        QTimer::singleShot(0, &keypad, [&] {
+            isDeleted ? earlier.reset() : earlier->done(1);
+            Hands::type(keypad, QStringLiteral("7E"));
+        });
+        QCOMPARE(keypad.exec(), 8);
+    }
 }
 
 QTEST_MAIN(TestInputDialog)

@@ -5,6 +5,7 @@
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Text.h"
+#include "tests/support/TimerLog.h"
 
 #include <QApplication>
 #include <QFontDatabase>
@@ -157,17 +158,21 @@ private slots:
     void keypad_setsTheLevel();
     void keypad_cancelled_changesNothing();
     void keypad_sameLevel_isAppliedAgain();
+    void keypad_sameLevel_isShownWithTwoDigits();
     void keypad_pressBeepsByTheSwitch_data();
     void keypad_pressBeepsByTheSwitch();
     void keypad_disabledField_staysClosed();
     void keypad_rangeIsOneToThirtyTwo();
     void keypad_unknownField_beepsOnly();
     void keypad_pageDeletedMeanwhile_closesWithIt();
+    void keypad_ofNobody_appliesNothing_data();
+    void keypad_ofNobody_appliesNothing();
     void backlightOff_darkensAndKeepsTheLevel();
     void backlightOff_byMinutes_startsItsTimer();
     void backlightOff_longerThanATimer_isWaitedForInPieces();
     void backlightSwitch_emptyMinutes_startsNothing();
     void backlightSwitch_onOffOn_leavesTwoTimers();
+    void backlightSwitch_clicked_isSwitched();
     void fieldsWithoutAPlace_beepAndOpenNoKeypad();
     void buzzer_registerWinsOverTheFile_data();
     void buzzer_registerWinsOverTheFile();
@@ -432,7 +437,14 @@ void TestGeneral::rows_lookAsDocumented()
 
 void TestGeneral::separators_areFourLinesTwoShown()
 {
+    const auto before = QApplication::allWidgets();
     const Page panel;
+    int lines = 0;
+    for (QWidget* widget : QApplication::allWidgets()) {
+        const auto* line = qobject_cast<const QFrame*>(widget);
+        lines += line && line->frameShape() == QFrame::HLine && !before.contains(widget) ? 1 : 0;
+    }
+    QCOMPARE(lines, 4);
     QList<const QFrame*> shown;
     for (const int row : {1, 3}) {
         shown << qobject_cast<QFrame*>(panel.cell(row, 0));
@@ -735,6 +747,15 @@ void TestGeneral::keypad_sameLevel_isAppliedAgain()
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{140, 1}}));
 }
 
+void TestGeneral::keypad_sameLevel_isShownWithTwoDigits()
+{
+    setBacklight(92); // level 5
+    Page panel;
+    panel.keyClick("off");
+    QVERIFY(!Hands::enter(*panel.level(), "5"_s).isEmpty());
+    QCOMPARE(panel.level()->text(), "05"_s);
+}
+
 void TestGeneral::keypad_pressBeepsByTheSwitch_data()
 {
     QTest::addColumn<QString>("keyClick");
@@ -800,10 +821,38 @@ void TestGeneral::keypad_pageDeletedMeanwhile_closesWithIt()
         wasOpen = true;
         delete panel;
     });
-    QTest::mousePress(panel->level(), Qt::LeftButton);
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QVERIFY2(panel->page.eventFilter(panel->level(), &press), "nobody is left to be pressed");
     QVERIFY(wasOpen);
     QVERIFY(!Hands::modal());
     QCOMPARE(PanelWorld::commands(), QStringList());
+}
+
+void TestGeneral::keypad_ofNobody_appliesNothing_data()
+{
+    QTest::addColumn<bool>("pageGoes"); // or else the field
+    QTest::newRow("the page has gone") << true;
+    QTest::newRow("the field has gone") << false;
+}
+
+/// An entry that is finished all the same, as the settings are still there.
+void TestGeneral::keypad_ofNobody_appliesNothing()
+{
+    QFETCH(bool, pageGoes);
+    QSettings settings(settingsPath, QSettings::IniFormat);
+    EEInfoDetail::Flash_WR_1 record{};
+    auto page = std::make_unique<GeneralSettings>();
+    page->init(0, record, &settings);
+    auto minutes = std::make_unique<QLineEdit>("3"_s);
+    minutes->setObjectName("backlightOff"_s);
+    const Hands::WhenOpen<InputDialog> typing([&](InputDialog& keypad) {
+        pageGoes ? page.reset() : minutes.reset();
+        Hands::type(keypad, "5E"_s);
+    });
+    page->doModal(minutes.get());
+    QVERIFY(!pageGoes || minutes->text() == "3"_s);
+    QVERIFY(pageGoes || runningCountdowns(*page).isEmpty());
 }
 
 void TestGeneral::backlightOff_darkensAndKeepsTheLevel()
@@ -828,6 +877,8 @@ void TestGeneral::backlightOff_byMinutes_startsItsTimer()
     const auto enterMinutes = [&](const QString& keys) {
         return !Hands::onKeypad(keys, [&] { panel.page.doModal(&minutes); }).isEmpty();
     };
+    const QStringList shown = Hands::onKeypad(QString(), [&] { panel.page.doModal(&minutes); });
+    QCOMPARE(shown, QStringList({"0"_s, "Min:0"_s, "Max:65535"_s}));
     // No minutes: dark at the next turn of the event loop.
     QVERIFY(enterMinutes("0"_s));
     QCOMPARE(minutes.text(), QStringLiteral("0"));
@@ -866,6 +917,12 @@ void TestGeneral::backlightOff_longerThanATimer_isWaitedForInPieces()
     QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
     QTRY_COMPARE(running().size(), 0);
     QCOMPARE(panel.page.findChildren<QTimer*>().size(), 0); // those that have fired are gone
+
+    // A rest of one minute is waited for as well.
+    QVERIFY(enterMinutes("35792"_s));
+    running().at(0)->setInterval(0);
+    QTRY_COMPARE(running().value(0) ? running().at(0)->interval() : 0, 60000);
+    QCOMPARE(panel.emitted.size(), 1);
 }
 
 void TestGeneral::backlightSwitch_emptyMinutes_startsNothing()
@@ -913,6 +970,27 @@ void TestGeneral::backlightSwitch_onOffOn_leavesTwoTimers()
     // Both turn the backlight off.
     QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}, {0, 1}}));
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(0), setBright(0)}));
+}
+
+void TestGeneral::backlightSwitch_clicked_isSwitched()
+{
+    const auto before = QApplication::allWidgets();
+    Page panel;
+    QPushButton* backlight = nullptr;
+    for (QWidget* widget : QApplication::allWidgets()) {
+        auto* button = qobject_cast<QPushButton*>(widget);
+        if (button && !before.contains(widget) && !button->parent()) {
+            QVERIFY2(!backlight, "the only one without a place");
+            backlight = button;
+        }
+    }
+    QVERIFY(backlight);
+    for (const char* face : {"on", "off"}) {
+        backlight->click();
+        QCOMPARE(backlight->styleSheet(),
+                 QStringLiteral("border-image:url(:/Resources/switch_%1.png);")
+                     .arg(QString::fromLatin1(face)));
+    }
 }
 
 void TestGeneral::fieldsWithoutAPlace_beepAndOpenNoKeypad()
@@ -1069,7 +1147,9 @@ void TestGeneral::clock_ticksIntoTheDialog()
 {
     Page panel;
     QSignalSpy ticks(&panel.page, SIGNAL(updateCurrentDateTime(QDateTime&)));
+    const TimerLog timers;
     QTRY_VERIFY(ticks.count() >= 2);
+    QCOMPARE(timers.fired.count(1000), timers.fired.size()); // ms
     auto* dialog = DateTimeDialog::Instance(0, &panel.settings, nullptr);
     QDateTime moment(QDate(2024, 3, 7), QTime(9, 5, 0));
     emit panel.page.updateCurrentDateTime(moment);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/network/NetworkTest.h"
+#include "tests/support/TimerLog.h"
 
 #include <QProcess>
 
@@ -41,20 +42,3 @@ inline constexpr int severalPolls = 350;
 
 /// The time between two looks for a lease, in milliseconds.
 inline constexpr int pollInterval = 100;
-
-/// Notes of every timer that fires, for as long as the object lives, its interval in milliseconds.
-class TimerLog : public QObject
-{
-public:
-    TimerLog() { qApp->installEventFilter(this); }
-    bool eventFilter(QObject* watched, QEvent* event) override
-    {
-        const auto* timer = qobject_cast<QTimer*>(watched);
-        if (timer && event->type() == QEvent::Timer) {
-            fired << timer->interval();
-        }
-        return false;
-    }
-
-    QList<int> fired;
-};

@@ -14,6 +14,7 @@ private slots:
     void dhcp_dynamicAndBack();
     void dhcp_switchedOff_asksOnlyForEth1();
     void dhcp_withoutABox_isOfTheAdapterGiven();
+    void dhcp_chosenWithoutABox_isOfEth1();
     void dhcp_box_saysWhichAdapter();
     void dhcp_twice_killsTheFirstClient();
     void dhcp_noLease_keepsPolling_data();
@@ -119,6 +120,22 @@ void TestNetworkDhcp::dhcp_withoutABox_isOfTheAdapterGiven()
                          adapter)));
         resetPanel();
     }
+}
+
+void TestNetworkDhcp::dhcp_chosenWithoutABox_isOfEth1()
+{
+    PanelWorld::setAreaBit(bitArea, dhcpBit[1], true);
+    NetworkPage world;
+    world.started();
+    world.settings.setValue("General/buzzer"_s, "on"_s);
+    PanelWorld::writeFile("/var/run/udhcpc1.pid"_s, "322\n");
+    world.page().onSetCombobox(0);
+    QCOMPARE(world.pane(1).modeBox().currentIndex(), 0);
+    // The box follows first, and does the same by itself. The client of the start may be written
+    // down at any time.
+    const QStringList once{"kill 322"_s, "ifconfig eth1 10.0.0.6 up"_s};
+    QCOMPARE(PanelWorld::commands().filter(QRegularExpression("kill|setbeep|up$"_s)),
+             QStringList({beep, beep}) + once + once);
 }
 
 void TestNetworkDhcp::dhcp_box_saysWhichAdapter()
@@ -231,6 +248,8 @@ void TestNetworkDhcp::lease_isStoredAsIfTyped()
         resolver,
         (server.arg("8.8.8.8"_s).arg(adapter) + server.arg("9.9.9.9"_s).arg(adapter)).toLatin1());
 
+    QVERIFY(QFile::remove(backup)); // which is asked for each time that a server is read
+    const BusyTool touch("touch", ". /panel/lib/record\nrecord \"touch $*\"\nexit");
     QByteArray area = PanelWorld::fileContent(wordArea);
     QByteArray record(reinterpret_cast<const char*>(&world.record), sizeof world.record);
     const Cable cable(adapter);
@@ -245,7 +264,7 @@ void TestNetworkDhcp::lease_isStoredAsIfTyped()
     }
     QCOMPARE(PanelWorld::fileContent(wordArea), area);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({notice})); // of the mode only
-    QCOMPARE(PanelWorld::commands(), routes);
+    QCOMPARE(PanelWorld::commands(), repeated(2, "touch /etc/resolvbak.conf"_s) + routes);
     QCOMPARE(world.text(adapter, AdapterPane::Ip), "10.1.2.77"_s);
     QCOMPARE(world.text(adapter, AdapterPane::Mask), "255.255.0.0"_s);
     QCOMPARE(world.text(adapter, AdapterPane::Gateway), "10.1.2.1"_s);

@@ -25,6 +25,7 @@ private slots:
     void entry_aboveTheRange_isRefused();
     void entry_disabledField_opensNoKeypad();
     void entry_pageDeletedUnderTheKeypad_isSafe();
+    void press_pageDeletedUnderTheKeypad_goesNoFurther();
     void otherIndices_doNothing();
     void conflict_isTold_data();
     void conflict_isTold();
@@ -296,6 +297,22 @@ void TestNetworkEntry::entry_pageDeletedUnderTheKeypad_isSafe()
     QCOMPARE(PanelWorld::commands(), QStringList());
 }
 
+void TestNetworkEntry::press_pageDeletedUnderTheKeypad_goesNoFurther()
+{
+    NetworkPage world;
+    world.started();
+    bool opened = false;
+    const Hands::WhenOpen<InputDialog> deleting([&](InputDialog& keypad) {
+        opened = true;
+        world.deletePage();
+        keypad.close();
+    });
+    QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QVERIFY(world.page().eventFilter(world.field(0, AdapterPane::Ip, 1), &press));
+    QVERIFY(opened);
+}
+
 void TestNetworkEntry::otherIndices_doNothing()
 {
     NetworkPage world;
@@ -322,6 +339,12 @@ void TestNetworkEntry::otherIndices_doNothing()
     QCOMPARE(page.getMaskFromEE(other), QStringList());
     QCOMPARE(page.getGatewayFromEE(other), QStringList());
     QCOMPARE(page.getMacFromEE(other), QStringList());
+    QCOMPARE(page.getDNSFromSys(other, NetworkSettings::FirstDns), QStringList());
+    const auto otherServer = NetworkSettings::dnsType(2);
+    QCOMPARE(page.getDNSFromSys(NetworkSettings::Eth0, otherServer), QStringList());
+    world.pane(0).showValue(AdapterPane::BackupDns, {"1"_s, "2"_s, "3"_s, "4"_s});
+    page.updateDNSData(NetworkSettings::Eth0, otherServer);
+    QCOMPARE(world.text(0, AdapterPane::BackupDns), "1.2.3.4"_s);
     QVERIFY(!page.isConfigIp(other, world.field(0, AdapterPane::Ip, 0)));
     QCOMPARE(PanelWorld::commands(), QStringList());
     QCOMPARE(world.told.size(), 0);

@@ -1,10 +1,13 @@
 #include "network/ChoiceBox.h"
+#include "network/PaneTabs.h"
 #include "tests/network/NetworkTest.h"
 #include "tests/support/NoticeListener.h"
 
 #include <QDir>
 #include <QGroupBox>
 #include <QMetaMethod>
+#include <QPainter>
+#include <QStyledItemDelegate>
 
 #include <cmath>
 
@@ -73,6 +76,10 @@ private slots:
     void mac_canBeReadInEveryState();
     void choice_isPaintedAsAFieldWithAnArrow_data();
     void choice_isPaintedAsAFieldWithAnArrow();
+    void choice_isPaintedToThePixel_data();
+    void choice_isPaintedToThePixel();
+    void choices_canBeHitWithAFinger();
+    void panes_haveTheirPlaceBeforeTheyAreShown();
     void start_static_runsInOrder();
     void start_oneAdapter_touchesNoEth1();
     void start_storedOff_changesNoInterface();
@@ -174,6 +181,7 @@ void TestNetworkPage::look_isThePanels()
                                .value(0);
     QVERIFY(!family.isEmpty());
     QCOMPARE(world.tabs().tabBar()->font().family(), family);
+    QVERIFY(!world.tabs().tabBar()->usesScrollButtons()); // no finger hits these
     for (const char* part :
          {"width:173px", "background:rgb(210, 210, 210)", "border-top-left-radius:8px",
           "border-top-right-radius:8px", "QTabBar::tab:selected{background:rgb(246, 246, 246);}",
@@ -328,6 +336,77 @@ void TestNetworkPage::choice_isPaintedAsAFieldWithAnArrow()
     }
     QVERIFY(picture.pixel(182, 23) != inside);
     QVERIFY(picture.pixel(176, 17) != inside);
+}
+
+void TestNetworkPage::choice_isPaintedToThePixel_data()
+{
+    QTest::addColumn<bool>("enabled");
+    QTest::addColumn<int>("height");
+    for (const int height : {25, 42, 60, 61}) {
+        QTest::addRow("enabled %d", height) << true << height;
+        QTest::addRow("disabled %d", height) << false << height;
+    }
+}
+
+void TestNetworkPage::choice_isPaintedToThePixel()
+{
+    QFETCH(bool, enabled);
+    QFETCH(int, height);
+    ChoiceBox box(nullptr);
+    box.addItem("Static IP"_s);
+    box.resize(200, height);
+    box.setEnabled(enabled);
+    const QImage seen = box.grab().toImage();
+
+    QImage expected(seen.size(), seen.format());
+    expected.fill(box.palette().color(QPalette::Window));
+    QPainter painter(&expected);
+    painter.setFont(box.font());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QColor(163, 198, 218));
+    painter.setBrush(enabled ? QColor(Qt::white) : QColor(236, 236, 236));
+    painter.drawRoundedRect(QRectF(0.5, 0.5, 199, height - 1), 6, 6);
+    painter.setPen(enabled ? QColor(Qt::black) : QColor(150, 150, 150));
+    painter.drawText(QRect(10, 0, 154, height), Qt::AlignVCenter, "Static IP"_s);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(enabled ? QColor(24, 103, 147) : QColor(150, 150, 150));
+    const double below = (height + 7) / 2.0;
+    painter.drawPolygon(
+        QPolygonF({QPointF(176, below - 7), QPointF(188, below - 7), QPointF(182, below)}));
+    painter.end();
+    QCOMPARE(seen, expected);
+}
+
+void TestNetworkPage::choices_canBeHitWithAFinger()
+{
+    NetworkPage world;
+    world.started();
+    for (const int adapter : {0, 1}) {
+        for (ChoiceBox* box : {&world.pane(adapter).modeBox(), &world.pane(adapter).defaultBox()}) {
+            QCOMPARE(box->view()->styleSheet(), "QAbstractItemView::item{min-height:40px;}"_s);
+            QCOMPARE(box->view()->parentWidget()->styleSheet(), "/**/"_s);
+            QVERIFY(box->view()->sizeHintForRow(0) >= 40);
+            QCOMPARE(box->itemDelegate()->metaObject()->className(), "QStyledItemDelegate");
+        }
+    }
+}
+
+void TestNetworkPage::panes_haveTheirPlaceBeforeTheyAreShown()
+{
+    PaneTabs tabs;
+    tabs.resize(300, 200); // without a page there is nothing to be placed
+    QResizeEvent resized(tabs.size(), QSize());
+    QApplication::sendEvent(&tabs, &resized);
+    auto* pane = new QWidget;
+    tabs.addTab(pane, "first"_s);
+    QApplication::sendEvent(&tabs, &resized);
+    const QSize hidden = pane->parentWidget()->size();
+    tabs.show();
+    QCoreApplication::processEvents();
+    QCOMPARE(pane->parentWidget()->size(), hidden);
+    tabs.resize(400, 260);
+    QCoreApplication::processEvents();
+    QCOMPARE(pane->parentWidget()->size(), hidden + QSize(100, 60));
 }
 
 void TestNetworkPage::start_static_runsInOrder()

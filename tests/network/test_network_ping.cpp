@@ -93,8 +93,9 @@ void TestNetworkPing::ping_runsInOrderAndShowsTheResult()
         QVERIFY(looksIdle(world.pane(shown).testButton()));
     }
     PanelWorld::writeFile("ping.txt"_s, "ttl of an earlier test");
+    world.settings.setValue("General/buzzer"_s, "on"_s);
     world.pane(tab).testButton().click();
-    QTRY_COMPARE(PanelWorld::commands(), QStringList({"rm ping.txt"_s, "killall ping"_s,
+    QTRY_COMPARE(PanelWorld::commands(), QStringList({beep, "rm ping.txt"_s, "killall ping"_s,
                                                       "ping www.example.com -W 3 -c 1"_s}));
     QTRY_COMPARE(PanelWorld::fileContent("ping.txt"_s), QByteArray());
     for (const int shown : {0, 1}) {

@@ -18,6 +18,8 @@ private slots:
 
     void switch_offAndOn_static_data();
     void switch_offAndOn_static();
+    void switch_on_static_readsTheServersFirst();
+    void switch_withoutAButton_isOfEth1();
     void switch_on_dynamic();
     void switch_on_takesTheModeAnew_data();
     void switch_on_takesTheModeAnew();
@@ -58,7 +60,12 @@ void TestNetworkSwitch::switch_offAndOn_static()
     QVERIFY(!pane.modeBox().isEnabled());
     QVERIFY(world.pane(1 - adapter).modeBox().isEnabled());
     for (const int shown : {0, 1}) {
-        QCOMPARE(hiddenChoices(world.pane(shown).defaultBox()), QList<int>({adapter + 1}));
+        QComboBox& box = world.pane(shown).defaultBox();
+        QCOMPARE(hiddenChoices(box), QList<int>({adapter + 1}));
+        for (const int choice : {0, 1, 2}) { // nor with a wheel
+            QCOMPARE(box.model()->flags(box.model()->index(choice, 0)).testFlag(Qt::ItemIsEnabled),
+                     choice != adapter + 1);
+        }
     }
     PanelWorld::clearCommands();
     PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(adapter), "321\n");
@@ -80,6 +87,31 @@ void TestNetworkSwitch::switch_offAndOn_static()
     QVERIFY(world.macField(adapter).isEnabled());
     QCOMPARE(world.text(adapter, AdapterPane::Ip), address);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>());
+}
+
+void TestNetworkSwitch::switch_on_static_readsTheServersFirst()
+{
+    NetworkPage world;
+    world.started();
+    world.pane(1).disableSwitch().click();
+    PanelWorld::clearCommands();
+    PanelWorld::writeFile("/var/run/udhcpc1.pid"_s, "321\n");
+    QVERIFY(QFile::remove(backup)); // which is asked for each time that a server is read
+    const BusyTool touch("touch", ". /panel/lib/record\nrecord \"touch $*\"\nexit");
+    world.pane(1).disableSwitch().click();
+    const QStringList servers = repeated(2, "touch /etc/resolvbak.conf"_s);
+    QCOMPARE(PanelWorld::commands(), servers + QStringList("kill 321"_s) + servers +
+                                         QStringList("ifconfig eth1 10.0.0.6 up"_s) +
+                                         usualRoutes());
+}
+
+void TestNetworkSwitch::switch_withoutAButton_isOfEth1()
+{
+    NetworkPage world(1);
+    world.started();
+    world.page().onDisableNetworkSwitched();
+    QCOMPARE(PanelWorld::commands(), QStringList({"ifconfig eth1 down"_s, "sync"_s}));
+    QCOMPARE(hiddenChoices(world.pane(0).defaultBox()), QList<int>());
 }
 
 void TestNetworkSwitch::switch_on_dynamic()
@@ -127,7 +159,23 @@ void TestNetworkSwitch::switch_on_takesTheModeAnew()
     pane.disableSwitch().click();
     QCOMPARE(pane.modeBox().currentIndex(), dynamic ? 0 : 1);
     PanelWorld::setAreaBit(bitArea, dhcpBit[adapter], dynamic); // by the runtime
+    world.settings.setValue("General/buzzer"_s, "on"_s);
+    PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(adapter), "321\n");
+    PanelWorld::clearCommands();
     pane.disableSwitch().click();
+    // The box follows the mode, which does the same again; but for eth0, which asks for no address
+    // while it counts as switched off.
+    const QString up =
+        "ifconfig eth%1 %2 up"_s.arg(adapter).arg(adapter ? "10.0.0.6"_s : "192.168.0.5"_s);
+    const QString kill = "kill 321"_s;
+    QStringList order = {kill, beep};
+    if (!dynamic) {
+        order << kill << up << up;
+    } else if (adapter == 1) {
+        order << kill;
+    }
+    // A client may be written down at any time.
+    QCOMPARE(PanelWorld::commands().filter(QRegularExpression("kill|setbeep|up$"_s)), order);
     QCOMPARE(pane.modeBox().currentIndex(), dynamic ? 1 : 0);
     QCOMPARE(world.field(adapter, AdapterPane::Ip, 0)->isEnabled(), !dynamic);
     QCOMPARE(PanelWorld::areaBit(bitArea, dhcpBit[adapter]), dynamic);

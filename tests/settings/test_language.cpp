@@ -39,6 +39,21 @@ public:
     static QString mark() { return QStringLiteral("@"); }
 };
 
+/// Notes what it is asked for.
+class AskedTranslator : public QTranslator
+{
+public:
+    mutable QStringList asked;
+
+    bool isEmpty() const override { return false; }
+    QString translate(const char* context, const char* text, const char* /*comment*/,
+                      int /*n*/) const override
+    {
+        asked << QString::fromUtf8(context) + QLatin1Char('/') + QString::fromUtf8(text);
+        return {};
+    }
+};
+
 /// Visible texts of a window that hold letters and miss the mark. Fields hold values, which no
 /// language changes: a MAC address has letters, too.
 QStringList unmarkedTexts(const QWidget* window)
@@ -65,6 +80,9 @@ class TestLanguage : public QObject
 private slots:
     void initTestCase();
     void everyVisibleText_isAskedForAgain();
+    void start_asksAHostsTranslatorAgain();
+    void start_showsEveryLanguage();
+    void switch_tellsTheRuntimeFirst();
     void everyTextOfTheKeypad_isTranslated();
     void messageBox_isTranslated();
     void oddLanguageTexts_areKept();
@@ -96,6 +114,39 @@ void TestLanguage::everyVisibleText_isAskedForAgain()
     // The check can fail: a text set behind the translator's back is found.
     dialog.findChild<QLabel*>(QStringLiteral("titleobject"))->setText(QStringLiteral("bare"));
     QCOMPARE(unmarkedTexts(&dialog), QStringList({QStringLiteral("bare")}));
+}
+
+void TestLanguage::start_asksAHostsTranslatorAgain()
+{
+    AskedTranslator host;
+    QCoreApplication::installTranslator(&host);
+    const Settings dialog(nullptr);
+    QCOMPARE(host.asked.count(QStringLiteral("Settings/Settings")), 2); // the window's title
+}
+
+void TestLanguage::start_showsEveryLanguage()
+{
+    Settings dialog(nullptr);
+    const LanguageChanges changes;
+    dialog.init();
+    const QString none = QStringLiteral("Disable Network");
+    const QString english = QStringLiteral("Disable Network:");
+    const QString chinese = QString::fromUtf8("禁用网络：");
+    // Both, the stored one, and the same by each page. A translator that is put in anew is taken
+    // out first.
+    QCOMPARE(changes.shown, QStringList({english, none, chinese, none, chinese, chinese, chinese}));
+}
+
+void TestLanguage::switch_tellsTheRuntimeFirst()
+{
+    NoticeListener runtime(noticePipe);
+    Settings dialog(nullptr);
+    dialog.init();
+    runtime.takeAll();
+    QList<QList<quint32>> told; // by the time of each change
+    const LanguageChanges changes([&] { told << runtime.takeNumbers(); });
+    dialog.updateLanguage(Settings::English);
+    QCOMPARE(told.value(0), QList<quint32>({20}));
 }
 
 void TestLanguage::everyTextOfTheKeypad_isTranslated()

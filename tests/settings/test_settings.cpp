@@ -6,13 +6,17 @@
 #include "tests/support/Hands.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/TimerLog.h"
 
+#include <QAbstractEventDispatcher>
 #include <QDir>
 #include <QFontDatabase>
 #include <QGraphicsDropShadowEffect>
 #include <QGuiApplication>
 #include <QLayout>
+#include <QPaintEngine>
 #include <QPaintEvent>
+#include <QPainter>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStackedWidget>
@@ -223,6 +227,8 @@ private slots:
     void titleBar_looksAsDocumented();
     void titleShadow_looksLikeQts_data();
     void titleShadow_looksLikeQts();
+    void titleShadow_isBlurredOnceWhereItCan_data();
+    void titleShadow_isBlurredOnceWhereItCan();
     void titleShadow_isTheSameAfterARefresh();
     void titleButtons_standAtTheirPlaces();
     void languageFaces_followTheLanguage_data();
@@ -545,6 +551,59 @@ void TestSettings::titleShadow_looksLikeQts()
     QCOMPARE(complaints, 0); // the painter is left as it was found
 }
 
+namespace {
+
+/// A bar that notes how wide the picture is that it is painted on.
+class NotingBar : public QWidget
+{
+public:
+    using QWidget::QWidget;
+    int pictureWidth = 0;
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override
+    {
+        const QPainter painter(this);
+        pictureWidth = painter.paintEngine()->paintDevice()->width();
+    }
+};
+
+} // namespace
+
+void TestSettings::titleShadow_isBlurredOnceWhereItCan_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<double>("scale");
+    QTest::addColumn<double>("pixelRatio");
+    QTest::addColumn<bool>("direct");
+    QTest::newRow("long") << 200 << 1.0 << 1.0 << true;
+    QTest::newRow("its two ends") << 64 << 1.0 << 1.0 << true;
+    QTest::newRow("less than that") << 63 << 1.0 << 1.0 << false;
+    QTest::newRow("enlarged") << 200 << 2.0 << 1.0 << false;
+    QTest::newRow("on small pixels") << 200 << 1.0 << 2.0 << false;
+}
+
+/// Qt paints a bar on a picture of its own, to blur that each time.
+void TestSettings::titleShadow_isBlurredOnceWhereItCan()
+{
+    QFETCH(int, width);
+    QFETCH(double, scale);
+    QFETCH(double, pixelRatio);
+    QFETCH(bool, direct);
+    QWidget page;
+    page.resize(300, 120);
+    auto* bar = new NotingBar(&page);
+    bar->setGeometry(20, 15, width, 80);
+    bar->setGraphicsEffect(new TitleShadow);
+    QImage picture(1000, 500, QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(pixelRatio);
+    QPainter painter(&picture);
+    painter.scale(scale, scale);
+    page.render(&painter);
+    QVERIFY(bar->pictureWidth > 0);
+    QCOMPARE(bar->pictureWidth == picture.width(), direct);
+}
+
 void TestSettings::titleShadow_isTheSameAfterARefresh()
 {
     const auto dialog = makeDialog();
@@ -809,7 +868,8 @@ void TestSettings::press_beepsByTheSettingsFile_data()
     QTest::addColumn<QString>("button");
     QTest::addColumn<QString>("buzzer");
     QTest::addColumn<int>("beeps");
-    QList<const char*> buttons{"generalPushButton", "networkPushButton"};
+    // The close button has no name.
+    QList<const char*> buttons{"generalPushButton", "networkPushButton", "restartPushButton", ""};
     std::copy(std::begin(languageButtons), std::end(languageButtons), std::back_inserter(buttons));
     for (const char* button : qAsConst(buttons)) {
         const QByteArray name(button);
@@ -827,7 +887,8 @@ void TestSettings::press_beepsByTheSettingsFile()
     QFETCH(int, beeps);
     const auto dialog = makeDialog();
     dialog->show();
-    auto* target = dialog->findChild<QPushButton*>(button);
+    auto* target =
+        button.isEmpty() ? closeButton(*dialog) : dialog->findChild<QPushButton*>(button);
     QSettings settings(settingsFile, QSettings::IniFormat);
     if (buzzer.isEmpty()) {
         settings.remove(QStringLiteral("General/buzzer"));
@@ -964,6 +1025,9 @@ void TestSettings::repaintTimer_repaintsOnceAfterADrag()
     dialog->show();
     QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
     QTest::qWait(200); // the first pictures are drawn
+    const auto timers = QAbstractEventDispatcher::instance()->registeredTimers(dialog.get());
+    QCOMPARE(timers.size(), 1);
+    QCOMPARE(timers.first().interval, 10); // ms
     PaintCount count;
     dialog->installEventFilter(&count);
     QTest::qWait(100);
@@ -1133,9 +1197,12 @@ void TestSettings::writeBack_happensByItsTimer()
     const auto dialog = makeDialog();
     PanelWorld::clearCommands();
     auto record = recordOf(PanelWorld::image());
+    const TimerLog timers;
     emit dialog->findChild<GeneralSettings*>()->updateEEData(record, Settings::WR1_BRIGHTNESS);
     QCOMPARE(PanelWorld::commands().count(writeImage), 1);
     QTRY_COMPARE(PanelWorld::commands().count(writeImage), 2);
+    // That of the clock, too. In milliseconds.
+    QCOMPARE(timers.fired.count(1000), timers.fired.size());
     // Two more ticks: nothing is pending any more.
     QTest::qWait(2200);
     QCOMPARE(PanelWorld::commands().count(writeImage), 2);
