@@ -4,6 +4,7 @@
 //   bench_instructions [TABLE]    compares with the goals in TABLE (docs/performance.md)
 //   bench_instructions --list     prints the counts alone
 
+#include "benchmarks/Goals.h"
 #include "benchmarks/Tools.h"
 #include "dialogs/DateTimeDialog.h"
 #include "dialogs/InputDialog.h"
@@ -21,8 +22,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
-#include <memory>
 #include <unistd.h>
 #include <utility>
 #include <valgrind/callgrind.h>
@@ -42,19 +43,41 @@ void check(bool good, const char* what)
     }
 }
 
-/// Holds back what the clock brings: it would come once or twice in a count, or not at all.
-class NoClock : public QObject
+/// Holds back what the clock brings, and what waits for a pause, except where it is let go: it
+/// would come once or twice in a count, or not at all.
+class Clock : public QObject
 {
 public:
-    NoClock() { QCoreApplication::instance()->installEventFilter(this); }
+    Clock() { QCoreApplication::instance()->installEventFilter(this); }
 
     bool eventFilter(QObject* object, QEvent* event) override
     {
         const auto* timer = qobject_cast<QTimer*>(object);
-        return event->type() == QEvent::Timer && !object->inherits("QSingleShotTimer") &&
+        return !m_goes && event->type() == QEvent::Timer && !object->inherits("QSingleShotTimer") &&
                !(timer && timer->interval() == 0);
     }
+    void letGo(const std::function<void()>& step)
+    {
+        m_goes = true;
+        step();
+        m_goes = false;
+    }
+
+private:
+    bool m_goes = false;
 };
+
+void runFor(int milliseconds)
+{
+    QTimer::singleShot(milliseconds, QCoreApplication::instance(), &QCoreApplication::quit);
+    QCoreApplication::exec();
+}
+
+/// What was put off until nothing else is to be done.
+void pause()
+{
+    runFor(200);
+}
 
 /// Until nothing is left to lay out or paint.
 void settle()
@@ -182,7 +205,7 @@ void countShowing(Counter& counter, Settings& dialog)
     });
 }
 
-void countPages(Counter& counter, Settings& dialog)
+void countPages(Counter& counter, Settings& dialog, Clock& clock)
 {
     for (const auto language : {Settings::English, Settings::Chinese}) {
         dialog.updateLanguage(language);
@@ -192,6 +215,7 @@ void countPages(Counter& counter, Settings& dialog)
         dialog.updateLanguage(Settings::English);
         settle();
     });
+    clock.letGo(pause);
     counter.count("open the Network page the first time", [&] {
         button(dialog, "networkPushButton")->click();
         settle();
@@ -218,10 +242,7 @@ void countDialogs(Counter& counter, Settings& dialog)
 /// Everything is shown, and nobody touches it.
 void countIdleSeconds(Counter& counter)
 {
-    counter.count("ten seconds in which nobody touches it", [] {
-        QTimer::singleShot(10000, QCoreApplication::instance(), &QCoreApplication::quit);
-        QCoreApplication::exec();
-    });
+    counter.count("ten seconds in which nobody touches it", [] { runFor(10000); });
 }
 
 Counts countAll()
@@ -229,48 +250,27 @@ Counts countAll()
     Tools::makeFast();
     NoticeListener runtime(QStringLiteral("/tmp/fifo_sysreg"));
     Counter counter;
-    auto noClock = std::make_unique<NoClock>();
+    Clock clock;
     countMaking(counter);
     Settings dialog(nullptr);
     dialog.init();
     dialog.resize(1024, 600);
     countShowing(counter, dialog);
-    noClock.reset();
-    countIdleSeconds(counter);
-    noClock = std::make_unique<NoClock>();
-    countPages(counter, dialog);
+    clock.letGo([&] {
+        counter.count("after it, the letters of the Network page", pause);
+        countIdleSeconds(counter);
+    });
+    countPages(counter, dialog, clock);
     countDialogs(counter, dialog);
     return counter.counts();
 }
 
-/// The table's cells, by what they are for.
-QList<QByteArray> rowOf(const QByteArray& document, const QByteArray& name)
+int compare(const Counts& counts, const char* document)
 {
-    const int table = document.indexOf(tableHead);
-    check(table >= 0, "the document has no table of instructions");
-    const int end = document.indexOf("\n\n", table);
-    const int row = document.indexOf("\n| " + name + " |", table);
-    check(row >= 0 && row < end, ("no row for: " + name).constData());
-    return document.mid(row + 2, document.indexOf('\n', row + 1) - row - 3).split('|');
-}
-
-/// The goal is the last cell of a row.
-double goalOf(const QByteArray& document, const QByteArray& name)
-{
-    bool good = false;
-    const double goal = rowOf(document, name).last().trimmed().toDouble(&good);
-    check(good && goal > 0, ("no goal for: " + name).constData());
-    return goal;
-}
-
-int compare(const Counts& counts, const QString& table)
-{
-    QFile file(table);
-    check(file.open(QIODevice::ReadOnly), "the document with the goals cannot be read");
-    const QByteArray document = file.readAll();
+    const Goals goals(document, tableHead);
     bool good = true;
     for (const auto& [name, count] : counts) {
-        const double goal = goalOf(document, name);
+        const double goal = goals.of(name.toStdString());
         const bool isGood = count <= goal;
         good = good && isGood;
         std::printf("%-50s %8.2f M  goal %8.2f  %s\n", name.constData(), count, goal,
@@ -321,7 +321,7 @@ int main(int argc, char** argv)
         startCounted(argv);
     }
     QApplication application(argc, argv);
-    const QString table = QString::fromLocal8Bit(argc > 1 ? argv[1] : defaultTable);
+    const char* document = argc > 1 ? argv[1] : defaultTable;
     const Counts counts = countAll();
-    return table == QLatin1String("--list") ? list(counts) : compare(counts, table);
+    return std::strcmp(document, "--list") == 0 ? list(counts) : compare(counts, document);
 }

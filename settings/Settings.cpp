@@ -12,6 +12,7 @@
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
 #include "regstore/NamedRegister.h"
+#include "settings/LettersAhead.h"
 #include "settings/TitleShadow.h"
 #include "ui_Settings.h"
 
@@ -128,6 +129,7 @@ Settings::Settings(QWidget* parent)
     setAttribute(Qt::WA_AcceptTouchEvents);
     initSettingTab();
     connectSlots();
+    new LettersAhead(this, ui->networkPage);
     m_writeBackTimer.start(writeBackIntervalMs);
 }
 

@@ -1,5 +1,5 @@
-// Linked into a Qt program, tells when its first frame is painted: what the program itself took
-// until then, on the descriptor named by FIRST_FRAME_FD.
+// Linked into a Qt program, tells what the program itself took until its first frame was painted,
+// and its memory a little later, on the descriptor named by FIRST_FRAME_FD.
 
 #include "benchmarks/start/FirstFrame.h"
 
@@ -29,16 +29,23 @@ double pssKilobytes()
     return at < 0 ? 0 : content.mid(at + 5, content.indexOf(" kB", at) - at - 5).toDouble();
 }
 
-void tell()
+constexpr int settleMs = 500; ///< What is put off until the first frame is over with then.
+
+void tell(FirstFrame report)
 {
-    FirstFrame report = {};
-    report.moment = secondsOf(CLOCK_MONOTONIC);
-    report.processorTime = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
     report.pss = pssKilobytes();
     const int descriptor = qEnvironmentVariableIntValue("FIRST_FRAME_FD");
     if (write(descriptor, &report, sizeof report) != sizeof report) {
         qFatal("nobody listens for the first frame");
     }
+}
+
+void takeTime()
+{
+    FirstFrame report = {};
+    report.moment = secondsOf(CLOCK_MONOTONIC);
+    report.processorTime = secondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    QTimer::singleShot(settleMs, [report] { tell(report); });
 }
 
 /// A window is painted with all that is in it, and handed to the screen, within one event: what is
@@ -53,7 +60,7 @@ public:
         auto* widget = qobject_cast<QWidget*>(object);
         if (event->type() == QEvent::Paint && widget && widget->isWindow()) {
             QCoreApplication::instance()->removeEventFilter(this);
-            QTimer::singleShot(0, tell);
+            QTimer::singleShot(0, takeTime);
         }
         return false;
     }

@@ -1,6 +1,7 @@
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
+#include "settings/LettersAhead.h"
 #include "settings/Settings.h"
 #include "settings/TitleShadow.h"
 #include "tests/support/Hands.h"
@@ -203,6 +204,44 @@ public:
     }
 };
 
+/// Counts how often letters are drawn ahead while it lives.
+class PauseCount : public QObject
+{
+public:
+    int pauses = 0;
+
+    PauseCount() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        pauses += event->type() == QEvent::Timer && dynamic_cast<LettersAhead*>(watched) ? 1 : 0;
+        return false;
+    }
+};
+
+/// Returns when nothing else is to be done, and what waits for that has had its turn.
+void waitForPause()
+{
+    constexpr int turns = 3; // of a timer that has its turn with the others
+    int seen = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&seen] { ++seen; });
+    timer.start(0);
+    QTRY_VERIFY_WITH_TIMEOUT(seen >= turns, 60000);
+}
+
+/// The window with the Network page opened for the first time, where no letter was drawn before.
+QImage openedNetworkPage(bool afterPause)
+{
+    QFontDatabase::removeAllApplicationFonts(); // Qt forgets all shapes with them
+    const auto dialog = makeDialog();
+    dialog->show();
+    if (afterPause) {
+        waitForPause();
+    }
+    dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
+    return dialog->grab().toImage();
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Adapter)
@@ -215,6 +254,8 @@ private slots:
     void initTestCase();
     void init();
 
+    void pause_drawsLettersOnceForEachLanguage();
+    void pause_changesNoPixel();
     void making_theFirst_readsOnceMore();
     void making_runsTheseCommandsAndNoOther_data();
     void making_runsTheseCommandsAndNoOther();
@@ -295,6 +336,30 @@ void TestSettings::init()
     PanelWorld::writeFile(resolverBackup, QByteArray());
     QFile::remove(noticePipe);
     PanelWorld::clearCommands();
+}
+
+void TestSettings::pause_drawsLettersOnceForEachLanguage()
+{
+    const auto dialog = makeDialog();
+    const PauseCount count;
+    waitForPause();
+    QCOMPARE(count.pauses, 0); // not before the window is painted
+    dialog->show();
+    waitForPause();
+    QCOMPARE(count.pauses, 1);
+    dialog->repaint();
+    waitForPause();
+    QCOMPARE(count.pauses, 1);
+    dialog->updateLanguage(Settings::English);
+    waitForPause();
+    QCOMPARE(count.pauses, 2);
+}
+
+void TestSettings::pause_changesNoPixel()
+{
+    const QImage ahead = openedNetworkPage(true);
+    QVERIFY(!ahead.isNull());
+    QVERIFY(ahead == openedNetworkPage(false));
 }
 
 void TestSettings::making_theFirst_readsOnceMore()

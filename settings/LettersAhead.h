@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QObject>
+
+class QWidget;
+
+/// Has the letters of a hidden page drawn before somebody opens it: the shape of a letter is made
+/// at its first use in a size, and that was a third of the work to open the page. When the window
+/// is painted for the first time or has changed its language, and nothing else is to be done, the
+/// page's texts are drawn into a picture that is thrown away, and Qt keeps the shapes. The page is
+/// only read.
+class LettersAhead : public QObject
+{
+public:
+    /// @param window owner of this object
+    /// @param page   lives as long as the window
+    LettersAhead(QWidget* window, const QWidget* page);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+protected:
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    const QWidget* m_page;
+    bool m_isPainted = false;
+    QBasicTimer m_pause;
+};
