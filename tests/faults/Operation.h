@@ -38,8 +38,8 @@ enum Moved {
 /// What is documented to come of a fault; see FailingCalls for how faults are written.
 struct Outcome
 {
-    const char* fault;
-    int result;
+    const char* fault = nullptr;
+    int result = 0;
     /// What it prints, up to the system's own text. Empty: nothing at all.
     const char* message = "";
     /// What it then changes besides its own, and is documented to.
