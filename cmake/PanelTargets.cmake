@@ -81,9 +81,22 @@ function(panel_test name)
   find_package(Qt5 5.15 REQUIRED COMPONENTS Test)
   add_executable(${name} ${ARG_SOURCES})
   set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF AUTOMOC ON)
+  # Empty, since a test includes what is generated for it.
+  set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}_autogen/mocs_compilation.cpp
+                              PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} panel_test_support Qt5::Test panel_flags)
   panel_add_sandboxed_test(${name} MODE "${ARG_MODE}" SCREEN "${ARG_SCREEN}"
                            ENV ${ARG_ENV} COMMAND $<TARGET_FILE:${name}>)
+endfunction()
+
+# panel_takes_long(SECONDS test...): these begin before others, so that none is left alone at the
+# end. Those that a variant does not have are passed over.
+function(panel_takes_long seconds)
+  foreach(name IN LISTS ARGN)
+    if(TEST ${name})
+      set_tests_properties(${name} PROPERTIES COST ${seconds})
+    endif()
+  endforeach()
 endfunction()
 
 # panel_add_sandboxed_test(NAME MODE recorded|live [SCREEN WxH] [ENV k=v...] COMMAND words...)
