@@ -8,6 +8,7 @@
 #include "adapters/RunningAdapter.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QFile>
 #include <QSettings>
@@ -18,9 +19,9 @@
 
 namespace {
 
-const QString settingsPath = QStringLiteral("/tmp/switches.ini");
-const QString bitArea = QStringLiteral("/hmi_data/sfb.dat");
-const QString byteArea = QStringLiteral("/hmi_data/sfw.dat");
+const QString settingsPath = "/tmp/switches.ini"_s;
+const QString bitArea = "/hmi_data/sfb.dat"_s;
+const QString byteArea = "/hmi_data/sfw.dat"_s;
 constexpr int preferenceByte = 180;
 constexpr int dhcpBit[2] = {20, 21};
 constexpr int disabledBit[2] = {13, 14};
@@ -117,8 +118,7 @@ void TestAdapters::pid_isTakenFromDigitsOnly()
     QCOMPARE(DhcpClient::processId(file), pid);
     PanelWorld::writeFile(line("/var/run/udhcpc1.pid"), file);
     DhcpClient::stop(1);
-    QCOMPARE(PanelWorld::commands(),
-             pid > 0 ? QStringList(QStringLiteral("kill %1").arg(pid)) : QStringList());
+    QCOMPARE(PanelWorld::commands(), pid > 0 ? QStringList("kill %1"_s.arg(pid)) : QStringList());
     QCOMPARE(PanelWorld::fileContent(line("/var/run/udhcpc1.pid")), file);
 }
 
@@ -241,7 +241,7 @@ void TestAdapters::switch_isInFileAndRegister()
         AdapterSwitch::store(&settings, adapter, on);
         // At once, and as others read it.
         QCOMPARE(PanelWorld::fileContent(settingsPath),
-                 QStringLiteral("[Network%1]\nenable=%2\n")
+                 "[Network%1]\nenable=%2\n"_s
                      .arg(QString::number(adapter), on ? line("true") : line("false"))
                      .toUtf8());
         QCOMPARE(PanelWorld::areaBit(bitArea, disabledBit[adapter]), !on);
@@ -303,13 +303,13 @@ void TestAdapters::running_commandsOfOneAdapter_data()
 void TestAdapters::running_commandsOfOneAdapter()
 {
     QFETCH(int, adapter);
-    const QString name = QStringLiteral("eth%1").arg(adapter);
+    const QString name = "eth%1"_s.arg(adapter);
     const RunningAdapter running(adapter);
     running.setAddress(line("10.1.2.77"));
     running.setMask(line("255.255.0.0"));
     running.bringUp({line("10"), line("1"), line("x")});
     running.takeDown();
-    PanelWorld::writeFile(QStringLiteral("/var/run/udhcpc%1.pid").arg(adapter), "321\n");
+    PanelWorld::writeFile("/var/run/udhcpc%1.pid"_s.arg(adapter), "321\n");
     running.stopDhcpClient();
     const QStringList before = {line("ifconfig ") + name + line(" 10.1.2.77"),
                                 line("sync"),
@@ -321,11 +321,10 @@ void TestAdapters::running_commandsOfOneAdapter()
                                 line("kill 321")};
     QCOMPARE(PanelWorld::commands(), before);
     running.startDhcpClient(); // ends the other one first; it runs in the background
-    QTRY_COMPARE(
-        PanelWorld::commands(),
-        before + QStringList({line("kill 321"), QStringLiteral("udhcpc -i eth%1 -t 100 -T 1 -A 1 "
-                                                               "-p /var/run/udhcpc%1.pid")
-                                                    .arg(adapter)}));
+    QTRY_COMPARE(PanelWorld::commands(),
+                 before +
+                     QStringList({line("kill 321"), "udhcpc -i eth%1 -t 100 -T 1 -A 1 "
+                                                    "-p /var/run/udhcpc%1.pid"_s.arg(adapter)}));
 }
 
 void TestAdapters::otherAdapters_doNothing()

@@ -8,6 +8,7 @@
 #include "device/ShellLine.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,9 +25,9 @@
 
 namespace {
 
-const QString readTool = QStringLiteral("/root/plat-intf/readee");
-const QString writeTool = QStringLiteral("/root/plat-intf/writeee count=16");
-const QString resolverPath = QStringLiteral("/etc/resolv.conf");
+const QString readTool = "/root/plat-intf/readee"_s;
+const QString writeTool = "/root/plat-intf/writeee count=16"_s;
+const QString resolverPath = "/etc/resolv.conf"_s;
 
 /// An image in which every byte differs from its neighbours.
 QByteArray patternImage()
@@ -72,7 +73,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(Output)
     /// What has arrived by now: nobody flushes for the product.
-    static QByteArray text() { return PanelWorld::fileContent(QStringLiteral("/tmp/output")); }
+    static QByteArray text() { return PanelWorld::fileContent("/tmp/output"_s); }
 
 private:
     int m_stream;
@@ -91,7 +92,7 @@ QByteArray printedBy(Function function)
 
 uint openDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).count();
+    return QDir("/proc/self/fd"_s).count();
 }
 
 bool hasChildren()
@@ -426,7 +427,7 @@ void TestDevice::readcmd_missingTool_clearsByteZeroOnly()
     if (present) {
         QFile::setPermissions(readTool, QFile::ReadOwner);
     } else {
-        PanelWorld::replaceTool(QStringLiteral("readee"), QByteArray());
+        PanelWorld::replaceTool("readee"_s, QByteArray());
     }
     QByteArray buffer(1024, '?');
     const Output errors(STDERR_FILENO);
@@ -454,7 +455,7 @@ void TestDevice::readcmd_toolThatPrintsNothing_wasStarted_data()
 void TestDevice::readcmd_toolThatPrintsNothing_wasStarted()
 {
     QFETCH(QByteArray, tool);
-    PanelWorld::replaceTool(QStringLiteral("readee"), tool);
+    PanelWorld::replaceTool("readee"_s, tool);
     QByteArray buffer(4, '?');
     const Output errors(STDERR_FILENO);
     QCOMPARE(PlateformInterface().readcmd("/root/plat-intf/readee", buffer.data(), 4), 0);
@@ -466,14 +467,14 @@ void TestDevice::writecmd_sendsRawBytes()
 {
     QByteArray bytes = patternImage(); // zeros and all
     QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", bytes.data(), 1024), 0);
-    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), patternImage());
+    QCOMPARE(PanelWorld::fileContent("/tmp/taken"_s), patternImage());
     QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", bytes.data(), 0), 0);
-    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), QByteArray());
+    QCOMPARE(PanelWorld::fileContent("/tmp/taken"_s), QByteArray());
 }
 
 void TestDevice::writecmd_missingTool_fails()
 {
-    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    PanelWorld::replaceTool("writeee"_s, QByteArray());
     for (const int size : {1, 32, 1024, 1000000}) {
         QByteArray bytes(size, 'x');
         const Output errors(STDERR_FILENO);
@@ -533,7 +534,7 @@ void TestDevice::writecmd_exitStatusIsNotLookedAt()
 {
     QFETCH(QByteArray, tool);
     QByteArray bytes(40, 'x');
-    PanelWorld::replaceTool(QStringLiteral("writeee"), tool);
+    PanelWorld::replaceTool("writeee"_s, tool);
     const Output errors(STDERR_FILENO);
     QCOMPARE(PlateformInterface().writecmd("/root/plat-intf/writeee count=16", bytes.data(),
                                            bytes.size()),
@@ -543,7 +544,7 @@ void TestDevice::writecmd_exitStatusIsNotLookedAt()
 
 void TestDevice::writecmd_toolNobodyMayRun_fails()
 {
-    QFile::setPermissions(QStringLiteral("/root/plat-intf/writeee"), QFile::ReadOwner);
+    QFile::setPermissions("/root/plat-intf/writeee"_s, QFile::ReadOwner);
     QByteArray bytes(40, 'x');
     const Output errors(STDERR_FILENO);
     QCOMPARE(PlateformInterface().writecmd("/root/plat-intf/writeee count=16", bytes.data(),
@@ -559,7 +560,7 @@ void TestDevice::channel_negativeCount_isNone()
     QCOMPARE(byte, '\0');
     byte = 'x';
     QCOMPARE(PlateformInterface().writecmd("cat > /tmp/taken", &byte, -1), 0);
-    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/tmp/taken")), QByteArray());
+    QCOMPARE(PanelWorld::fileContent("/tmp/taken"_s), QByteArray());
 }
 
 void TestDevice::channel_withoutProcesses_failsToStart()
@@ -620,7 +621,7 @@ void TestDevice::tools_doNotInheritTheGuard()
 
 void TestDevice::channel_leavesNothingBehind()
 {
-    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    PanelWorld::replaceTool("writeee"_s, QByteArray());
     QByteArray bytes(100000, 'x');
     const uint before = openDescriptors();
     const Output errors(STDERR_FILENO);
@@ -665,7 +666,7 @@ void TestDevice::read_withoutTool_keepsTheImageReadLast()
 {
     EEInfoDetail::Flash_WR_1 record = {};
     device().read_flash_wr1_info(&record);
-    PanelWorld::replaceTool(QStringLiteral("readee"), QByteArray());
+    PanelWorld::replaceTool("readee"_s, QByteArray());
     record = {};
     const Output errors(STDERR_FILENO);
     device().read_flash_wr1_info(&record);
@@ -676,7 +677,7 @@ void TestDevice::read_shortImage_isNotDetected()
 {
     EEInfoDetail::Flash_WR_1 record = {};
     device().read_flash_wr1_info(&record);
-    PanelWorld::replaceTool(QStringLiteral("readee"), "printf ABC");
+    PanelWorld::replaceTool("readee"_s, "printf ABC");
     device().read_flash_wr1_info(&record);
     QCOMPARE(bytesOf(record), patternImage().mid(0, 187).replace(0, 3, "ABC"));
 }
@@ -723,14 +724,14 @@ void TestDevice::write_shortImage_goesBackWithWhatWasReadBefore()
     EEInfoDetail::Flash_WR_1 wr1 = {};
     device().read_flash_wr1_info(&wr1); // all 1024 bytes
     PanelWorld::clearCommands();
-    PanelWorld::replaceTool(QStringLiteral("readee"), "printf ABC");
+    PanelWorld::replaceTool("readee"_s, "printf ABC");
     auto wr2 = recordOf<EEInfoDetail::Flash_WR_2>(QByteArray(192, '\xDD'));
     QCOMPARE(device().write_flash_wr2_info(&wr2), 0);
     const QByteArray sent =
         patternImage().replace(0, 3, "ABC").replace(512, 192, QByteArray(192, '\xDD'));
     QCOMPARE(PanelWorld::inputOf(0), sent);
     // Longer than what precedes the record's end, shorter than the image.
-    PanelWorld::replaceTool(QStringLiteral("readee"), "head -c 800 /dev/zero");
+    PanelWorld::replaceTool("readee"_s, "head -c 800 /dev/zero");
     wr1 = recordOf<EEInfoDetail::Flash_WR_1>(QByteArray(187, '\xEE'));
     QCOMPARE(device().write_flash_wr1_info(&wr1), 0);
     QCOMPARE(PanelWorld::inputOf(1),
@@ -740,8 +741,8 @@ void TestDevice::write_shortImage_goesBackWithWhatWasReadBefore()
 void TestDevice::write_imageThatChangesWithEveryRead_isReadOnce()
 {
     // A device that counts its reads in bytes of others, as octal digits.
-    PanelWorld::writeFile(QStringLiteral("/tmp/reads"), "0");
-    PanelWorld::replaceTool(QStringLiteral("readee"),
+    PanelWorld::writeFile("/tmp/reads"_s, "0");
+    PanelWorld::replaceTool("readee"_s,
                             "n=$(($(cat /tmp/reads) + 1))\n"
                             "echo $n > /tmp/reads\n"
                             "for at in 200 300 900; do\n"
@@ -782,10 +783,10 @@ void TestDevice::write_nullRecord_runsNothing()
 void TestDevice::write_failureIsReported()
 {
     EEInfoDetail::Flash_WR_1 record = {};
-    PanelWorld::replaceTool(QStringLiteral("writeee"), QByteArray());
+    PanelWorld::replaceTool("writeee"_s, QByteArray());
     const Output errors(STDERR_FILENO);
     QCOMPARE(device().write_flash_wr1_info(&record), -1);
-    PanelWorld::replaceTool(QStringLiteral("writeee"), "exit 0");
+    PanelWorld::replaceTool("writeee"_s, "exit 0");
     QCOMPARE(device().write_flash_wr1_info(&record), 0); // it was started
     QCOMPARE(PanelWorld::image(), patternImage());
 }
@@ -812,14 +813,14 @@ void TestDevice::getbright_parsesTheReply()
 {
     QFETCH(QByteArray, reply);
     QFETCH(int, level);
-    PanelWorld::writeFile(QStringLiteral("/tmp/reply"), reply);
-    PanelWorld::replaceTool(QStringLiteral("getbright"), "cat /tmp/reply");
+    PanelWorld::writeFile("/tmp/reply"_s, reply);
+    PanelWorld::replaceTool("getbright"_s, "cat /tmp/reply");
     QCOMPARE(device().getbright(), level);
 }
 
 void TestDevice::getbright_withoutTool_isZero()
 {
-    PanelWorld::replaceTool(QStringLiteral("getbright"), QByteArray());
+    PanelWorld::replaceTool("getbright"_s, QByteArray());
     const Output errors(STDERR_FILENO);
     QCOMPARE(device().getbright(), 0);
 }
@@ -833,7 +834,7 @@ void TestDevice::shellControls_runTheirLines_data()
     const auto row = [](const char* name, Control control, const QStringList& lines) {
         QTest::newRow(name) << quintptr(control) << lines;
     };
-    const QString sync = QStringLiteral("sync");
+    const QString sync = "sync"_s;
     const auto line = [](const char* text) { return QString::fromLatin1(text); };
     row("brightness", [] { return device().setBright(92); },
         {line("/root/plat-intf/setbright 92")});
@@ -865,9 +866,9 @@ void TestDevice::shellControls_runTheirLines()
 
 void TestDevice::shellControls_statusIsThatOfTheCommand()
 {
-    PanelWorld::replaceTool(QStringLiteral("setbright"), "exit 3");
+    PanelWorld::replaceTool("setbright"_s, "exit 3");
     QCOMPARE(WEXITSTATUS(device().setBright(1)), 3);
-    PanelWorld::replaceTool(QStringLiteral("setbeep"), QByteArray());
+    PanelWorld::replaceTool("setbeep"_s, QByteArray());
     const Output errors(STDERR_FILENO);
     QCOMPARE(WEXITSTATUS(device().setBeep(true)), 127);
     QVERIFY(Output::text().contains("not found"));
@@ -903,7 +904,7 @@ void TestDevice::adapterControls_failedCommand_stillSyncs()
     const Output errors(STDERR_FILENO);
     // The shell cannot even parse this one.
     QCOMPARE(device().setIP(0, "10.0.0.9 ("), 0);
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("sync")}));
+    QCOMPARE(PanelWorld::commands(), QStringList({"sync"_s}));
 }
 
 void TestDevice::identity_isThirtyTwoBytes_data()
@@ -924,16 +925,16 @@ void TestDevice::identity_isThirtyTwoBytes()
     QFETCH(QByteArray, sent);
     QCOMPARE(device().setserial(text.constData()), 0);
     QCOMPARE(device().setmpi(text.constData()), 0);
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/setserial"),
-                                                  QStringLiteral("/root/plat-intf/setmpi")}));
+    QCOMPARE(PanelWorld::commands(),
+             QStringList({"/root/plat-intf/setserial"_s, "/root/plat-intf/setmpi"_s}));
     QCOMPARE(PanelWorld::inputOf(0), sent);
     QCOMPARE(PanelWorld::inputOf(1), sent);
 }
 
 void TestDevice::identity_withoutTool_fails()
 {
-    PanelWorld::replaceTool(QStringLiteral("setserial"), QByteArray());
-    PanelWorld::replaceTool(QStringLiteral("setmpi"), "exit 0"); // takes nothing, but was started
+    PanelWorld::replaceTool("setserial"_s, QByteArray());
+    PanelWorld::replaceTool("setmpi"_s, "exit 0"); // takes nothing, but was started
     const Output errors(STDERR_FILENO);
     QCOMPARE(device().setserial("A7"), -1);
     QCOMPARE(Output::text().count("Fail to popen\n: "), 1);
@@ -960,14 +961,14 @@ void TestDevice::usbSlave_isOneExactAnswer()
 {
     QFETCH(QByteArray, reply);
     QFETCH(bool, slave);
-    PanelWorld::writeFile(QStringLiteral("/tmp/reply"), reply);
-    PanelWorld::replaceTool(QStringLiteral("getusbslave"), "cat /tmp/reply");
+    PanelWorld::writeFile("/tmp/reply"_s, reply);
+    PanelWorld::replaceTool("getusbslave"_s, "cat /tmp/reply");
     QCOMPARE(device().isusbslave(), slave);
 }
 
 namespace {
 
-const QString logoPath = QStringLiteral("/tmp/logo.bin");
+const QString logoPath = "/tmp/logo.bin"_s;
 
 void makeLogo(qint64 size)
 {
@@ -999,7 +1000,7 @@ void TestDevice::setLogo_sendsFilesUpToSixMebibytes()
     QFETCH(QByteArray, said);
     makeLogo(size);
     QCOMPARE(printedBy([] { device().setLogo(logoPath.toStdString()); }), said);
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
+    QCOMPARE(PanelWorld::commands(), QStringList({"/root/plat-intf/writelogo"_s}));
     QCOMPARE(PanelWorld::inputOf(0), sent ? PanelWorld::fileContent(logoPath) : QByteArray());
 }
 
@@ -1013,7 +1014,7 @@ void TestDevice::setLogo_missingFile_saysTheSame()
 void TestDevice::setLogo_emptyPath_onlyStartsTheTool()
 {
     QCOMPARE(printedBy([] { device().setLogo(std::string()); }), QByteArray());
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/writelogo")}));
+    QCOMPARE(PanelWorld::commands(), QStringList({"/root/plat-intf/writelogo"_s}));
     QCOMPARE(PanelWorld::inputOf(0), QByteArray());
 }
 
@@ -1030,7 +1031,7 @@ void TestDevice::setLogo_toolEndsEarly_weLive()
 {
     QFETCH(int, size);
     makeLogo(size);
-    PanelWorld::replaceTool(QStringLiteral("writelogo"), "exit 1");
+    PanelWorld::replaceTool("writelogo"_s, "exit 1");
     QCOMPARE(inOtherProcess([] {
                  std::signal(SIGPIPE, SIG_DFL);
                  device().setLogo(logoPath.toStdString());
@@ -1041,13 +1042,13 @@ void TestDevice::setLogo_toolEndsEarly_weLive()
 
 void TestDevice::readLogo_fromAPipe_leavesTheFileEmpty()
 {
-    PanelWorld::setState(QStringLiteral("logo"), "a picture");
+    PanelWorld::setState("logo"_s, "a picture");
     PanelWorld::writeFile(logoPath, "what was there before");
     QCOMPARE(printedBy([] { device().readLogo(logoPath.toStdString()); }),
              QByteArray("------start------"));
     QVERIFY(QFile::exists(logoPath));
     QCOMPARE(PanelWorld::fileContent(logoPath), QByteArray());
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/readlogo")}));
+    QCOMPARE(PanelWorld::commands(), QStringList({"/root/plat-intf/readlogo"_s}));
 }
 
 void TestDevice::readLogo_unwritableFile_saysSo()
@@ -1082,10 +1083,10 @@ void TestDevice::shellLine_fitsUpTo127Bytes()
     const QByteArray touch("touch /tmp/");
     const QByteArray name(127 - touch.size(), 'n');
     QCOMPARE(ShellLine::run("touch /tmp/%s", name.constData()), 0);
-    QVERIFY(QFile::exists(QStringLiteral("/tmp/") + QString::fromLatin1(name)));
+    QVERIFY(QFile::exists("/tmp/"_s + QString::fromLatin1(name)));
     const Output errors(STDERR_FILENO);
     QCOMPARE(ShellLine::run("touch /tmp/%sx", name.constData()), -1);
-    QVERIFY(!QFile::exists(QStringLiteral("/tmp/") + QString::fromLatin1(name + 'x')));
+    QVERIFY(!QFile::exists("/tmp/"_s + QString::fromLatin1(name + 'x')));
     QVERIFY(Output::text().contains("127 bytes"));
     QVERIFY(!ShellLine::format(line, "%sx", fits.constData()));
     QCOMPARE(QByteArray(line), QByteArray());
@@ -1121,11 +1122,11 @@ void TestDevice::detectProcess_line()
 {
     QFETCH(QByteArray, list);
     QFETCH(int, result);
-    PanelWorld::writeFile(QStringLiteral("/tmp/list"), list);
+    PanelWorld::writeFile("/tmp/list"_s, list);
     // A process list of our own, in front of the panel's.
-    QDir().mkpath(QStringLiteral("/tmp/bin"));
-    PanelWorld::writeFile(QStringLiteral("/tmp/bin/ps"), "#!/bin/sh\ncat /tmp/list\n");
-    QFile::setPermissions(QStringLiteral("/tmp/bin/ps"), QFile::ReadOwner | QFile::ExeOwner);
+    QDir().mkpath("/tmp/bin"_s);
+    PanelWorld::writeFile("/tmp/bin/ps"_s, "#!/bin/sh\ncat /tmp/list\n");
+    QFile::setPermissions("/tmp/bin/ps"_s, QFile::ReadOwner | QFile::ExeOwner);
     const QByteArray path = qgetenv("PATH");
     qputenv("PATH", "/tmp/bin:" + path);
     const int found = detectProcess("runtime");
@@ -1137,9 +1138,9 @@ void TestDevice::detectProcess_commandLine()
 {
     detectProcess("runtime");
     const QStringList commands = PanelWorld::commands();
-    QVERIFY(commands.contains(QStringLiteral("ps -ef")));
-    QVERIFY(commands.contains(QStringLiteral("grep runtime")));
-    QVERIFY(commands.contains(QStringLiteral("grep -v grep")));
+    QVERIFY(commands.contains("ps -ef"_s));
+    QVERIFY(commands.contains("grep runtime"_s));
+    QVERIFY(commands.contains("grep -v grep"_s));
     QCOMPARE(commands.size(), 3);
 
     const Output errors(STDERR_FILENO);
@@ -1153,7 +1154,7 @@ void TestDevice::resolver_findsServers_data()
     QTest::addColumn<int>("adapter");
     QTest::addColumn<int>("index");
     QTest::addColumn<QString>("address");
-    const auto text = QStringLiteral("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n");
+    const auto text = "nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0\n"_s;
     QTest::newRow("eth0 first") << text << 0 << 0 << "2.2.2.2";
     QTest::newRow("eth0 has no backup") << text << 0 << 1 << "";
     QTest::newRow("eth1 first") << text << 1 << 0 << "1.1.1.1";
@@ -1184,11 +1185,11 @@ void TestDevice::resolver_replacesServers_data()
     QTest::addColumn<int>("adapter");
     QTest::addColumn<int>("index");
     QTest::addColumn<QString>("result");
-    const auto text = QStringLiteral("nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0");
+    const auto text = "nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth0"_s;
     QTest::newRow("in place") << text << 1 << 0
                               << "nameserver 9.9.9.9 # eth1\nnameserver 2.2.2.2 # eth0";
     QTest::newRow("missing backup is appended")
-        << text << 0 << 1 << text + QStringLiteral("\nnameserver 9.9.9.9 # eth0");
+        << text << 0 << 1 << text + "\nnameserver 9.9.9.9 # eth0"_s;
     QTest::newRow("backup without a first") << "nameserver 2.2.2.2 # eth0" << 1 << 1
                                             << "nameserver 2.2.2.2 # eth0\n"
                                                "nameserver 9.9.9.9 # eth1";
@@ -1207,26 +1208,25 @@ void TestDevice::resolver_replacesServers()
     QFETCH(int, adapter);
     QFETCH(int, index);
     QFETCH(QString, result);
-    QCOMPARE(ResolverText::replaceServer(text.toUtf8(), adapter, index, QStringLiteral("9.9.9.9")),
+    QCOMPARE(ResolverText::replaceServer(text.toUtf8(), adapter, index, "9.9.9.9"_s),
              result.toUtf8());
 }
 
 void TestDevice::resolver_fileIsRewrittenAndBackedUp()
 {
     PanelWorld::writeFile(resolverPath, "nameserver 1.1.1.1 # eth1\n\nnameserver 8.8.8.8\n");
-    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    device().setDNSToSys(0, 0, "7.7.7.7"_s);
     const QByteArray expected("nameserver 1.1.1.1 # eth1\nnameserver 8.8.8.8\n"
                               "nameserver 7.7.7.7 # eth0");
     QCOMPARE(PanelWorld::fileContent(resolverPath), expected);
-    QCOMPARE(PanelWorld::commands(),
-             QStringList({QStringLiteral("cp /etc/resolv.conf /etc/resolvbak.conf")}));
-    QCOMPARE(PanelWorld::fileContent(QStringLiteral("/etc/resolvbak.conf")), expected);
+    QCOMPARE(PanelWorld::commands(), QStringList({"cp /etc/resolv.conf /etc/resolvbak.conf"_s}));
+    QCOMPARE(PanelWorld::fileContent("/etc/resolvbak.conf"_s), expected);
 }
 
 void TestDevice::resolver_shorterText_leavesNoRest()
 {
     PanelWorld::writeFile(resolverPath, "nameserver 100.100.100.100 # eth0\n\n\nsearch plant\n\n");
-    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    device().setDNSToSys(0, 0, "7.7.7.7"_s);
     QCOMPARE(PanelWorld::fileContent(resolverPath),
              QByteArray("nameserver 7.7.7.7 # eth0\nsearch plant"));
 }
@@ -1235,7 +1235,7 @@ void TestDevice::resolver_bytesOfOthers_stay()
 {
     const QByteArray others("search \0 plant\n# \xc3\xa4\xff\x80", 21);
     PanelWorld::writeFile(resolverPath, others + "\nnameserver 1.1.1.1 # eth0\n");
-    device().setDNSToSys(0, 0, QStringLiteral("7.7.7.7"));
+    device().setDNSToSys(0, 0, "7.7.7.7"_s);
     QCOMPARE(PanelWorld::fileContent(resolverPath), others + "\nnameserver 7.7.7.7 # eth0");
 }
 
@@ -1261,7 +1261,7 @@ void TestDevice::resolver_lineShown_isTheLineReplaced_data()
         << QByteArray("# \0 eth0\nnameserver 1.1.1.1 # eth0", 34) << QString(QChar(0))
         << server + "\nnameserver 1.1.1.1 # eth0";
     QTest::newRow("an address of two bytes a letter")
-        << QByteArray("nameserver 1.1.1.\xC3\xA9 # eth0") << QStringLiteral("1.1.1.é") << server;
+        << QByteArray("nameserver 1.1.1.\xC3\xA9 # eth0") << "1.1.1.é"_s << server;
 }
 
 void TestDevice::resolver_lineShown_isTheLineReplaced()
@@ -1273,7 +1273,7 @@ void TestDevice::resolver_lineShown_isTheLineReplaced()
     QString address;
     QVERIFY(ResolverFile::server(0, 0, address));
     QCOMPARE(address, shown);
-    device().setDNSToSys(0, 0, QStringLiteral("9.9.9.9"));
+    device().setDNSToSys(0, 0, "9.9.9.9"_s);
     QCOMPARE(PanelWorld::fileContent(resolverPath), rewritten);
 }
 
@@ -1288,8 +1288,8 @@ void TestDevice::resolver_linesOfAnAdapter_canGo()
 
 void TestDevice::resolver_unwritableFile_isLeftAlone()
 {
-    QFile folder(QStringLiteral("/tmp"));
-    device().replaceDns(folder, 0, 0, QStringLiteral("7.7.7.7"));
+    QFile folder("/tmp"_s);
+    device().replaceDns(folder, 0, 0, "7.7.7.7"_s);
     QCOMPARE(PanelWorld::commands(), QStringList());
     QByteArray text("untouched");
     QVERIFY(!ResolverFile::load(folder, text));
@@ -1300,7 +1300,7 @@ void TestDevice::resolver_unwritableFile_isLeftAlone()
 void TestDevice::resolver_missingFile_isMade()
 {
     QFile::remove(resolverPath);
-    device().setDNSToSys(1, 0, QStringLiteral("7.7.7.7"));
+    device().setDNSToSys(1, 0, "7.7.7.7"_s);
     QCOMPARE(PanelWorld::fileContent(resolverPath), QByteArray("nameserver 7.7.7.7 # eth1"));
 }
 

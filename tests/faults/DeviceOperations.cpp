@@ -5,6 +5,7 @@
 #include "device/ProcessTable.h"
 #include "tests/faults/Operation.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QFileInfo>
 
@@ -228,7 +229,7 @@ QList<Operation> controlOperations()
           {"read 2 EIO", 140}, // it looks for more
           {"read 2 short", 140},
           {"pclose 1 ECHILD", 140}},
-         [] { PanelWorld::setState(QStringLiteral("backlight"), "140\n"); }},
+         [] { PanelWorld::setState("backlight"_s, "140\n"); }},
         {"EEInfoHandle::isusbslave",
          [] { return device().isusbslave() ? 1 : 0; },
          1,
@@ -239,7 +240,7 @@ QList<Operation> controlOperations()
           {"read 2 EIO", 1}, // it looks for more
           {"read 2 short", 1},
           {"pclose 1 ECHILD", 1}},
-         [] { PanelWorld::replaceTool(QStringLiteral("getusbslave"), "echo plug-in"); }},
+         [] { PanelWorld::replaceTool("getusbslave"_s, "echo plug-in"); }},
         shellControl(
             "EEInfoHandle::setBright", [] { return device().setBright(92); },
             "/panel/state/backlight"),
@@ -268,7 +269,7 @@ constexpr const char* logoStarted = "------start------";
 void prepareLogo()
 {
     PanelWorld::writeFile(QLatin1String(plainFile), QByteArray(logoBytes, 'n'));
-    PanelWorld::setState(QStringLiteral("logo"), "old");
+    PanelWorld::setState("logo"_s, "old");
 }
 
 /// The logo on the device: how much of the new one; -1 for the old one.
@@ -359,7 +360,7 @@ QList<Operation> resolverOperations()
         // A file that takes nothing is not copied over its backup.
         {"EEInfoHandle::setDNSToSys",
          [] {
-             device().setDNSToSys(0, 0, QStringLiteral("9.9.9.9"));
+             device().setDNSToSys(0, 0, "9.9.9.9"_s);
              return 0;
          },
          replacedAndBackedUp,

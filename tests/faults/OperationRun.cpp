@@ -1,6 +1,7 @@
 #include "tests/faults/OperationRun.h"
 
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -41,8 +42,8 @@ void setUpWorld(const Operation& operation)
     }
     PanelWorld::writeFile(QLatin1String(plainFile), pattern(plainBytes));
     QFile::remove(QLatin1String(newFile));
-    QFile::remove(QStringLiteral("/tmp/fifo_sysreg"));
-    QFile::remove(QStringLiteral("/tmp/fifo_localreg"));
+    QFile::remove("/tmp/fifo_sysreg"_s);
+    QFile::remove("/tmp/fifo_localreg"_s);
     if (operation.prepare) {
         operation.prepare();
     }
@@ -54,8 +55,7 @@ using Files = QMap<QString, QByteArray>;
 Files filesOfTheWorld()
 {
     Files files;
-    for (const QString& folder : {QStringLiteral("/tmp"), QStringLiteral("/hmi_data"),
-                                  QStringLiteral("/panel/state"), QStringLiteral("/etc")}) {
+    for (const QString& folder : {"/tmp"_s, "/hmi_data"_s, "/panel/state"_s, "/etc"_s}) {
         for (const QFileInfo& info : QDir(folder).entryInfoList(QDir::Files)) {
             files[info.filePath()] = PanelWorld::fileContent(info.filePath());
         }
@@ -86,7 +86,7 @@ QString foreignChange(const QList<OwnRange>& own, const QString& file, const QBy
     for (int bit = 0; before != after && bit < bits; ++bit) {
         const bool changed = bit >= common || bitOf(before, bit) != bitOf(after, bit);
         if (changed && !isIn(own, file, bit)) {
-            return QStringLiteral("%1, bit %2 of byte %3").arg(file).arg(bit % 8).arg(bit / 8);
+            return "%1, bit %2 of byte %3"_s.arg(file).arg(bit % 8).arg(bit / 8);
         }
     }
     return QString();
@@ -124,7 +124,7 @@ QByteArray ownBytes(const Operation& operation, const Files& files)
 QStringList holdings()
 {
     QStringList held;
-    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    const QDir descriptors("/proc/self/fd"_s);
     for (const QString& name : descriptors.entryList(QDir::Files | QDir::System)) {
         const QString target = QFile::symLinkTarget(descriptors.filePath(name));
         if (!target.isEmpty()) { // which the one that lists them has no more
@@ -132,20 +132,19 @@ QStringList holdings()
         }
     }
     const QByteArray self = ' ' + QByteArray::number(getpid()) + ' ';
-    for (const QByteArray& line :
-         PanelWorld::fileContent(QStringLiteral("/proc/locks")).split('\n')) {
+    for (const QByteArray& line : PanelWorld::fileContent("/proc/locks"_s).split('\n')) {
         if (line.contains(self)) {
             held << QString::fromLatin1(line);
         }
     }
     if (waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD) {
-        held << QStringLiteral("a child");
+        held << "a child"_s;
     }
     sigset_t blocked;
     pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
     for (int signal = 1; signal < SIGRTMIN; ++signal) {
         if (sigismember(&blocked, signal) == 1) {
-            held << QStringLiteral("signal %1").arg(signal);
+            held << "signal %1"_s.arg(signal);
         }
     }
     return held;

@@ -1,6 +1,7 @@
 #include "tests/faults/FailingCalls.h"
 #include "tests/faults/OperationRun.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QTest>
 
@@ -39,7 +40,7 @@ QStringList withoutLeftOpen(QStringList held, const char* file)
             return held;
         }
     }
-    return file ? QStringList(QStringLiteral("it is not open")) : held;
+    return file ? QStringList("it is not open"_s) : held;
 }
 
 /// A driver of flash finishes the units that it has begun.

@@ -6,6 +6,7 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Slots.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QTest>
@@ -39,7 +40,7 @@ QByteArray stored(const char* name = path)
 
 uint openDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).count();
+    return QDir("/proc/self/fd"_s).count();
 }
 
 int descriptorOf(const DFileSystem& file)
@@ -97,7 +98,7 @@ void interruptWith(void (*handler)(int))
 /// Waits until the process sleeps in a call of the system. False when it ends instead.
 bool sleeps(const OtherProcess& process)
 {
-    const QString status = QStringLiteral("/proc/%1/stat").arg(process.id());
+    const QString status = "/proc/%1/stat"_s.arg(process.id());
     while (!process.hasEnded()) {
         const QByteArray text = PanelWorld::fileContent(status);
         if (text.mid(text.lastIndexOf(')') + 1).startsWith(" S ")) {
@@ -255,7 +256,7 @@ void TestFileIo::stdio_interruptedRead_goesOnAndLeavesNoError()
         // bytes come without one after a while.
         const QByteArray reading = QByteArray::number(SYS_read) + ' ';
         for (int look = 0; handled == 0 && look < 100000; ++look) {
-            if (PanelWorld::fileContent(QStringLiteral("/proc/self/syscall")).startsWith(reading)) {
+            if (PanelWorld::fileContent("/proc/self/syscall"_s).startsWith(reading)) {
                 pthread_kill(reader, SIGUSR1);
             }
             QThread::usleep(100);

@@ -1,5 +1,6 @@
 #include "general/GeneralSettings.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QDateTime>
 #include <QFontDatabase>
@@ -23,7 +24,7 @@ void setClock(const char* date, const char* time)
 class Page
 {
 public:
-    Page() : settings(QStringLiteral("/tmp/clock.ini"), QSettings::IniFormat)
+    Page() : settings("/tmp/clock.ini"_s, QSettings::IniFormat)
     {
         EEInfoDetail::Flash_WR_1 record{};
         page.init(0, record, &settings);
@@ -88,7 +89,7 @@ void TestClock::format_isPadded()
 void TestClock::tick_leadsIntoTheNewYear()
 {
     Page panel;
-    const auto lastSecond = QStringLiteral("2024/12/31   Tue    23:59:59");
+    const auto lastSecond = "2024/12/31   Tue    23:59:59"_s;
     // It lasts a second only: on a busy machine it may be over before it is looked at.
     for (int attempt = 0; attempt < 10 && panel.text() != lastSecond; ++attempt) {
         setClock("2024-12-31", "23:59:59");
@@ -96,7 +97,7 @@ void TestClock::tick_leadsIntoTheNewYear()
     }
     QCOMPARE(panel.text(), lastSecond);
     // The page's own timer does the rest.
-    QTRY_VERIFY(panel.text().startsWith(QStringLiteral("2025/01/01   Wed    00:00:0")));
+    QTRY_VERIFY(panel.text().startsWith("2025/01/01   Wed    00:00:0"_s));
 }
 
 void TestClock::language_translatesTheWeekdayAtOnce()
@@ -108,7 +109,7 @@ void TestClock::language_translatesTheWeekdayAtOnce()
     panel.page.onChangeLanguage(Settings::Chinese);
     QVERIFY(panel.text().startsWith(QString::fromUtf8("2024/03/10   周日    12:00:0")));
     panel.page.onChangeLanguage(Settings::English);
-    QVERIFY(panel.text().startsWith(QStringLiteral("2024/03/10   Sun.    12:00:0")));
+    QVERIFY(panel.text().startsWith("2024/03/10   Sun.    12:00:0"_s));
 }
 
 void TestClock::nullMoment_isAnInvalidDay()
@@ -119,7 +120,7 @@ void TestClock::nullMoment_isAnInvalidDay()
                      [](QDateTime& moment) { moment = QDateTime(); });
     panel.page.onUpdateurrentDateTime();
     panel.page.refresh();
-    QVERIFY(panel.text().contains(QStringLiteral("   Invalid Day    ")));
+    QVERIFY(panel.text().contains("   Invalid Day    "_s));
 }
 
 QTEST_MAIN(TestClock)

@@ -3,6 +3,7 @@
 #include "tests/mtd/MtdEmulation.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Slots.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QTest>
@@ -157,7 +158,7 @@ QStringList asked(const char* kind = "")
 
 QString call(const char* name, unsigned offset, unsigned length)
 {
-    return QStringLiteral("%1 %2 %3").arg(QLatin1String(name)).arg(offset).arg(length);
+    return "%1 %2 %3"_s.arg(QLatin1String(name)).arg(offset).arg(length);
 }
 
 QByteArray eraseLine(int done, int of)
@@ -179,7 +180,7 @@ QByteArray sizesLine(unsigned blocks, unsigned length)
 
 int openDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+    return QDir("/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size();
 }
 
 struct Sizes
@@ -496,7 +497,7 @@ void TestMtd::write_handsOverItsBlocks()
     QCOMPARE(mtd.lengths, QList<unsigned>({blockBytes, blockBytes}));
     QCOMPARE(mtd.eraseSize, blockBytes);
     QCOMPARE(mtd.length, blockBytes + 1);
-    QCOMPARE(asked().constLast(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), "close"_s);
 }
 
 void TestMtd::write_toEachDevice_opensItsPathForSynchronousWriting_data()
@@ -745,7 +746,7 @@ void TestMtd::flippedBit_isFound()
     QCOMPARE(said.result, 1);
     QVERIFY2(said.output.endsWith(verifyError), said.output.constData());
     QCOMPARE(said.output.count(verifyError), 1);
-    QCOMPARE(asked().constLast(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), "close"_s);
 
     if (length >= blockBytes) {
         WholeBlocksMtdWR wholeBlocks;
@@ -793,7 +794,7 @@ void TestMtd::read_saysItsSizes()
     QCOMPARE(said.result, 0);
     QCOMPARE(said.output, sizesLine(3, unsigned(bytes.size())));
     QCOMPARE(said.errors, QByteArray());
-    QCOMPARE(asked().constLast(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), "close"_s);
 }
 
 void TestMtd::read_handsOverItsBlocks()
@@ -810,8 +811,8 @@ void TestMtd::read_handsOverItsBlocks()
     QCOMPARE(mtd.starts, QList<unsigned>({2 * blockBytes, 3 * blockBytes, 4 * blockBytes}));
     QCOMPARE(mtd.lengths, QList<unsigned>({blockBytes, blockBytes, blockBytes}));
     QCOMPARE(mtd.length, 2 * blockBytes + 1);
-    QCOMPARE(asked("bad"), QStringList({QStringLiteral("bad 8192"), QStringLiteral("bad 16384"),
-                                        QStringLiteral("bad 24576"), QStringLiteral("bad 32768")}));
+    QCOMPARE(asked("bad"),
+             QStringList({"bad 8192"_s, "bad 16384"_s, "bad 24576"_s, "bad 32768"_s}));
     QCOMPARE(asked("erase"), QStringList());
 }
 
@@ -833,9 +834,9 @@ void TestMtd::read_endsWhenABlockCannotBeAskedFor()
     MtdEmulation::plug(0, device);
     CommonDevMtdWR mtd;
     QCOMPARE(readBack(mtd, 2 * blockBytes), QByteArray("failed"));
-    QCOMPARE(asked("bad"), QStringList({QStringLiteral("bad 0"), QStringLiteral("bad 8192")}));
+    QCOMPARE(asked("bad"), QStringList({"bad 0"_s, "bad 8192"_s}));
     QCOMPARE(asked("read"), QStringList());
-    QCOMPARE(asked().constLast(), QStringLiteral("close"));
+    QCOMPARE(asked().constLast(), "close"_s);
     QCOMPARE(readBack(mtd, blockBytes), QByteArray(int(blockBytes), '\0'));
 }
 

@@ -1,6 +1,7 @@
 #include "plugin/SettingsInterface.h"
 #include "tests/support/Hands.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QCborMap>
@@ -58,7 +59,7 @@ const QByteArray identifier = QByteArrayLiteral("cn.zarvo.SettingsInterface");
 /// Opens the brightness keypad of a dialog and enters a level.
 void enterBrightness(QDialog* dialog, const QString& digits)
 {
-    auto* field = dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
+    auto* field = dialog->findChild<QLineEdit*>("brightnessLineEdit"_s);
     QVERIFY(!Hands::enter(*field, digits).isEmpty());
 }
 
@@ -79,7 +80,7 @@ public:
 
 bool libraryIsMapped()
 {
-    return PanelWorld::fileContent(QStringLiteral("/proc/self/maps"))
+    return PanelWorld::fileContent("/proc/self/maps"_s)
         .contains(QFileInfo(pluginFile).fileName().toUtf8());
 }
 
@@ -115,11 +116,9 @@ void TestPlugin::initTestCase()
 void TestPlugin::metadata_isFoundWithoutLoading()
 {
     const Loader loader;
-    QCOMPARE(loader.metaData().value(QStringLiteral("IID")).toString(),
-             QString::fromLatin1(identifier));
-    QCOMPARE(loader.metaData().value(QStringLiteral("className")).toString(),
-             QStringLiteral("SettingsPlugin"));
-    QVERIFY(loader.metaData().value(QStringLiteral("MetaData")).toObject().isEmpty());
+    QCOMPARE(loader.metaData().value("IID"_s).toString(), QString::fromLatin1(identifier));
+    QCOMPARE(loader.metaData().value("className"_s).toString(), "SettingsPlugin"_s);
+    QVERIFY(loader.metaData().value("MetaData"_s).toObject().isEmpty());
     QVERIFY(!loader.isLoaded());
     QVERIFY(!libraryIsMapped());
 }
@@ -139,7 +138,7 @@ void TestPlugin::metadata_holdsTwoEntriesAndTheReleaseMark()
     const QCborMap entries = QCborValue::fromCbor(reader).toMap();
     QCOMPARE(entries.size(), 2);
     QCOMPARE(entries.value(2).toString(), QString::fromLatin1(identifier));
-    QCOMPARE(entries.value(3).toString(), QStringLiteral("SettingsPlugin"));
+    QCOMPARE(entries.value(3).toString(), "SettingsPlugin"_s);
 }
 
 void TestPlugin::casts_answerTheDocumentedNames_data()
@@ -162,9 +161,9 @@ void TestPlugin::casts_answerTheDocumentedNames()
     QVERIFY2(root, qPrintable(loader.errorString()));
     auto* interface = qobject_cast<SettingsInterface*>(root);
     QVERIFY(interface);
-    void* const expected = answer == QStringLiteral("object")      ? static_cast<void*>(root)
-                           : answer == QStringLiteral("interface") ? static_cast<void*>(interface)
-                                                                   : nullptr;
+    void* const expected = answer == "object"_s      ? static_cast<void*>(root)
+                           : answer == "interface"_s ? static_cast<void*>(interface)
+                                                     : nullptr;
     QCOMPARE(root->qt_metacast(name.constData()), expected);
     QVERIFY(static_cast<void*>(root) != static_cast<void*>(interface));
     QVERIFY(loader.unload());
@@ -184,12 +183,12 @@ void TestPlugin::rootObject_isOneAndIsMadeAgain()
 
 void TestPlugin::bundle_livesFromLoadToUnload()
 {
-    const QString picture = QStringLiteral(":/Resources/time.png");
+    const QString picture = ":/Resources/time.png"_s;
     QVERIFY(!QFile::exists(picture));
     Loader loader;
     QVERIFY(loader.load());
     QVERIFY(QFile::exists(picture));
-    QVERIFY(QFile::exists(QStringLiteral(":/Languages/Translate_CN.qm")));
+    QVERIFY(QFile::exists(":/Languages/Translate_CN.qm"_s));
     QVERIFY(loader.unload());
     QVERIFY(!QFile::exists(picture));
     QVERIFY2(!libraryIsMapped(), "unloading takes the code out of the process");
@@ -205,10 +204,9 @@ void TestPlugin::createInstance_givesDistinctCompleteDialogs()
     QVERIFY(first != second);
     for (const QDialog* dialog : {first.get(), second.get()}) {
         QCOMPARE(dialog->metaObject()->className(), "Settings");
-        QVERIFY(dialog->findChild<QWidget*>(QStringLiteral("generalSettingsListWidget"))->layout());
+        QVERIFY(dialog->findChild<QWidget*>("generalSettingsListWidget"_s)->layout());
         // Initialised: the texts are those of the language, not their sources.
-        QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("Chinese"))->text(),
-                 QString::fromUtf8("中文"));
+        QCOMPARE(dialog->findChild<QPushButton*>("Chinese"_s)->text(), QString::fromUtf8("中文"));
     }
 }
 
@@ -261,8 +259,8 @@ void TestPlugin::host_signalDispositionsStay()
     {
         const std::unique_ptr<QDialog> dialog(plugin->createInstance());
         // Tools that end before reading: the image is larger than nothing, and nobody takes it.
-        PanelWorld::replaceTool(QStringLiteral("writeee"), "exec 0<&-; exit 1");
-        PanelWorld::replaceTool(QStringLiteral("setbright"), QByteArray());
+        PanelWorld::replaceTool("writeee"_s, "exec 0<&-; exit 1");
+        PanelWorld::replaceTool("setbright"_s, QByteArray());
         dialog->findChild<QSlider*>()->setValue(9);
         dialog->findChild<QSlider*>()->setValue(10);
         PanelWorld::restoreTools();
@@ -280,16 +278,16 @@ void TestPlugin::journey_twoDialogsOneDeletedThenUnload()
         std::unique_ptr<QDialog> second(plugin->createInstance());
         first->show();
         // The keypad is made for the first dialog and keeps its settings object ...
-        enterBrightness(first.get(), QStringLiteral("7"));
-        QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("100"));
+        enterBrightness(first.get(), "7"_s);
+        QCOMPARE(PanelWorld::state("backlight"_s).trimmed(), QByteArray("100"));
         first.reset();
 
         // ... which is gone when the second one uses it.
         second->show();
-        enterBrightness(second.get(), QStringLiteral("5"));
-        auto* field = second->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
-        QCOMPARE(field->text(), QStringLiteral("05"));
-        QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("92"));
+        enterBrightness(second.get(), "5"_s);
+        auto* field = second->findChild<QLineEdit*>("brightnessLineEdit"_s);
+        QCOMPARE(field->text(), "05"_s);
+        QCOMPARE(PanelWorld::state("backlight"_s).trimmed(), QByteArray("92"));
         QCOMPARE(PanelWorld::image().mid(29, 2), QByteArray("\x5c\0", 2));
         second.reset();
         QVERIFY(loader.unload());
@@ -311,20 +309,20 @@ void TestPlugin::journey_manyLoadsLeaveNothingBehind()
         SettingsInterface* plugin = loader.plugin();
         const std::unique_ptr<QDialog> dialog(plugin->createInstance());
         dialog->show();
-        enterBrightness(dialog.get(), QStringLiteral("3"));
+        enterBrightness(dialog.get(), "3"_s);
         const int families = QFontDatabase().families().size();
         return families;
     };
     const int widgets = QApplication::allWidgets().size();
     const int familiesWithout = QFontDatabase().families().size();
     const int families = round();
-    const uint descriptors = QDir(QStringLiteral("/proc/self/fd")).count();
+    const uint descriptors = QDir("/proc/self/fd"_s).count();
     for (int times = 0; times < 10; ++times) {
         QCOMPARE(round(), families);
         QVERIFY(!libraryIsMapped());
     }
     QCOMPARE(QApplication::allWidgets().size(), widgets);
-    QCOMPARE(QDir(QStringLiteral("/proc/self/fd")).count(), descriptors);
+    QCOMPARE(QDir("/proc/self/fd"_s).count(), descriptors);
     QCOMPARE(QFontDatabase().families().size(), familiesWithout);
 }
 

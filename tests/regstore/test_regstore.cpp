@@ -6,6 +6,7 @@
 #include "tests/support/NoticeListener.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QSet>
@@ -24,8 +25,8 @@ const char* const areaFiles[] = {
     nullptr,        "/tmp/mw.dat",  "/tmp/mb.dat",       "/hmi_data/fw.dat",  "/hmi_data/fb.dat",
     "/tmp/smw.dat", "/tmp/smb.dat", "/hmi_data/sfw.dat", "/hmi_data/sfb.dat", "/hmi_data/rw.dat"};
 constexpr int areaBytes = 4096;
-const QString registerPipe = QStringLiteral("/tmp/fifo_sysreg");
-const QString areaPipe = QStringLiteral("/tmp/fifo_localreg");
+const QString registerPipe = "/tmp/fifo_sysreg"_s;
+const QString areaPipe = "/tmp/fifo_localreg"_s;
 
 /// Every register, by area: id@offset+size.
 const struct
@@ -106,7 +107,7 @@ unsigned writeLocal(unsigned area, unsigned offset, unsigned length, const void*
 
 uint openDescriptors()
 {
-    return QDir(QStringLiteral("/proc/self/fd")).count();
+    return QDir("/proc/self/fd"_s).count();
 }
 
 } // namespace
@@ -381,13 +382,13 @@ void TestRegStore::bits_atEveryShiftAndLength()
 
 void TestRegStore::bytes_behindTheEnd_makeTheFileLonger()
 {
-    const QString file = QStringLiteral("/tmp/mw.dat");
+    const QString file = "/tmp/mw.dat"_s;
     PanelWorld::writeFile(file, QByteArray(8, 'x'));
     const unsigned char bytes[2] = {'a', 'b'};
     QCOMPARE(WriteLocal(1, 10, 2, bytes, ""), unsigned(areaDone));
     QCOMPARE(PanelWorld::fileContent(file), QByteArray("xxxxxxxx\0\0ab", 12));
     // Bits are read first, and there are none behind the end.
-    const QString bits = QStringLiteral("/tmp/mb.dat");
+    const QString bits = "/tmp/mb.dat"_s;
     PanelWorld::writeFile(bits, QByteArray(8, 'x'));
     QCOMPARE(WriteLocal(2, 80, 1, bytes, ""), unsigned(areaFailed));
     QCOMPARE(PanelWorld::fileContent(bits), QByteArray(8, 'x'));
@@ -517,10 +518,10 @@ int flagsWhileWriting(unsigned area)
         _exit(int(WriteLocal(area, 0, 1, &byte, "")));
     }
     int flags = -1;
-    const QString folder = QStringLiteral("/proc/%1/fd").arg(child);
+    const QString folder = "/proc/%1/fd"_s.arg(child);
     while (flags < 0) {
         for (const QString& name : QDir(folder).entryList(QDir::System | QDir::Files)) {
-            const QString info = QStringLiteral("/proc/%1/fdinfo/%2").arg(child).arg(name);
+            const QString info = "/proc/%1/fdinfo/%2"_s.arg(child).arg(name);
             if (QFile::symLinkTarget(folder + QLatin1Char('/') + name) != fileOf(area) ||
                 name.toInt() == descriptor) {
                 continue;

@@ -1,3 +1,5 @@
+#include "tests/support/Text.h"
+
 #include <QDir>
 #include <QFile>
 #include <QLibrary>
@@ -19,7 +21,7 @@ namespace {
 
 const QString& picture()
 {
-    static const QString path = QStringLiteral(":/Resources/plus.png");
+    static const QString path = ":/Resources/plus.png"_s;
     return path;
 }
 
@@ -36,12 +38,12 @@ void BundleLifetimeTest::loadingTheLibrary_bringsTheBundle()
 
 void BundleLifetimeTest::unloadingTheLibrary_takesTheBundleAway()
 {
-    const QStringList before = QDir(QStringLiteral(":/")).entryList();
+    const QStringList before = QDir(":/"_s).entryList();
     QLibrary carrier(QStringLiteral(CARRIER_FILE));
     QVERIFY2(carrier.load(), qPrintable(carrier.errorString()));
-    QVERIFY(QDir(QStringLiteral(":/")).entryList() != before);
+    QVERIFY(QDir(":/"_s).entryList() != before);
     QVERIFY(carrier.unload());
-    QCOMPARE(QDir(QStringLiteral(":/")).entryList(), before);
+    QCOMPARE(QDir(":/"_s).entryList(), before);
 }
 
 void BundleLifetimeTest::loadingTwice_bringsItAgain()

@@ -1,3 +1,5 @@
+#include "tests/support/Text.h"
+
 #include <QColor>
 #include <QDateTime>
 #include <QDir>
@@ -154,7 +156,7 @@ const char* const captionFaces[] = {
 
 QString picturePath(const char* name)
 {
-    return QStringLiteral(":/Resources/%1.png").arg(QLatin1String(name));
+    return ":/Resources/%1.png"_s.arg(QLatin1String(name));
 }
 
 QImage image(const char* name)
@@ -175,7 +177,7 @@ QStringList listedPaths()
 QStringList allFiles()
 {
     QStringList paths;
-    QDirIterator files(QStringLiteral(":/"), QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(":/"_s, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         paths << files.next();
     }
@@ -293,8 +295,7 @@ void ResourcesTest::bundle_holdsTheListedFilesAndNothingElse()
 
 void ResourcesTest::bundle_listsFilesInOrder()
 {
-    QCOMPARE(filesOf(QStringLiteral(":/Languages")) + filesOf(QStringLiteral(":/Resources")),
-             listedPaths());
+    QCOMPARE(filesOf(":/Languages"_s) + filesOf(":/Resources"_s), listedPaths());
 }
 
 void ResourcesTest::file_isStoredAsListed_data()
@@ -352,8 +353,8 @@ void ResourcesTest::bundle_isWrittenInFormatThree()
 {
     const QString source = QString::fromUtf8(contentOf(QStringLiteral(GENERATED_SOURCE)));
     const QRegularExpression call(
-        QStringLiteral("int version = (\\d+);\\s+\\S+\\(qRegisterResourceData\\)\\s*\\(version,"));
-    QCOMPARE(call.match(source).captured(1), QStringLiteral("3"));
+        "int version = (\\d+);\\s+\\S+\\(qRegisterResourceData\\)\\s*\\(version,"_s);
+    QCOMPARE(call.match(source).captured(1), "3"_s);
 }
 
 void ResourcesTest::background_unpacksByItself()
@@ -481,11 +482,10 @@ void ResourcesTest::lamps_differ()
 void ResourcesTest::everyPicture_hasItsDrawing()
 {
     QStringList drawn;
-    for (const QFileInfo& drawing :
-         QDir(QStringLiteral(SOURCE_FOLDER "/artwork")).entryInfoList({QStringLiteral("*.svg")})) {
-        drawn << QStringLiteral(":/Resources/%1.png").arg(drawing.completeBaseName());
+    for (const QFileInfo& drawing : QDir(SOURCE_FOLDER "/artwork"_s).entryInfoList({"*.svg"_s})) {
+        drawn << ":/Resources/%1.png"_s.arg(drawing.completeBaseName());
     }
-    QStringList bundled = filesOf(QStringLiteral(":/Resources"));
+    QStringList bundled = filesOf(":/Resources"_s);
     drawn.sort();
     bundled.sort();
     QCOMPARE(drawn, bundled);
@@ -493,11 +493,11 @@ void ResourcesTest::everyPicture_hasItsDrawing()
 
 void ResourcesTest::everySign_hasItsDrawingAndStandsOnWhite()
 {
-    const QStringList drawn = namesIn(QStringLiteral("/artwork/signs"), QStringLiteral("*.svg"));
-    QCOMPARE(drawn, namesIn(QStringLiteral("/Signs"), QStringLiteral("*.png")));
-    QCOMPARE(drawn, QStringList({QStringLiteral("critical"), QStringLiteral("information")}));
+    const QStringList drawn = namesIn("/artwork/signs"_s, "*.svg"_s);
+    QCOMPARE(drawn, namesIn("/Signs"_s, "*.png"_s));
+    QCOMPARE(drawn, QStringList({"critical"_s, "information"_s}));
     for (const QString& name : drawn) {
-        const QImage sign(QStringLiteral(SOURCE_FOLDER "/Signs/%1.png").arg(name));
+        const QImage sign(SOURCE_FOLDER "/Signs/%1.png"_s.arg(name));
         QCOMPARE(sign.size(), QSize(40, 40));
         QVERIFY(contrast(sign.pixelColor(8, 20), Qt::white) >= 4.5);
         QCOMPARE(sign.pixelColor(20, 20), QColor(Qt::white));

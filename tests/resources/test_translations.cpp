@@ -1,3 +1,5 @@
+#include "tests/support/Text.h"
+
 #include <QFile>
 #include <QProcess>
 #include <QSet>
@@ -135,7 +137,7 @@ QSet<Key> keysOf(const Row (&rows)[count])
 
 QString compiledPath(const QByteArray& language)
 {
-    return QStringLiteral(":/Languages/Translate_%1.qm").arg(QString::fromLatin1(language));
+    return ":/Languages/Translate_%1.qm"_s.arg(QString::fromLatin1(language));
 }
 
 /// Context and source of every message of a translation source, vanished ones left out.
@@ -165,13 +167,12 @@ QSet<Key> keysOfSource(const QString& path)
 QSet<Key> textsOfTheCode()
 {
     const QTemporaryDir folder;
-    const QString collected = folder.filePath(QStringLiteral("code.ts"));
-    QStringList arguments{QStringLiteral("-silent"), QStringLiteral("-I"),
-                          QStringLiteral(REPOSITORY)};
+    const QString collected = folder.filePath("code.ts"_s);
+    QStringList arguments{"-silent"_s, "-I"_s, QStringLiteral(REPOSITORY)};
     for (const char* room : rooms) {
-        arguments << QStringLiteral(REPOSITORY "/") + QLatin1String(room);
+        arguments << REPOSITORY "/"_s + QLatin1String(room);
     }
-    arguments << QStringLiteral("-ts") << collected;
+    arguments << "-ts"_s << collected;
     return QProcess::execute(QStringLiteral(LUPDATE), arguments) == 0 ? keysOfSource(collected)
                                                                       : QSet<Key>();
 }
@@ -181,7 +182,7 @@ QByteArray listOf(const QSet<Key>& keys)
 {
     QStringList lines;
     for (const Key& key : keys) {
-        lines << key.first + QStringLiteral(": \"") + key.second + QLatin1Char('"');
+        lines << key.first + ": \""_s + key.second + QLatin1Char('"');
     }
     lines.sort();
     return lines.join(QLatin1Char('\n')).toUtf8();
@@ -275,11 +276,10 @@ void TranslationsTest::compiledFile_holdsNoFurtherMessage()
     QFETCH(QByteArray, language);
     QFETCH(int, count);
     const QTemporaryDir folder;
-    const QString compiled = folder.filePath(QStringLiteral("bundled.qm"));
-    const QString decompiled = folder.filePath(QStringLiteral("bundled.ts"));
+    const QString compiled = folder.filePath("bundled.qm"_s);
+    const QString decompiled = folder.filePath("bundled.ts"_s);
     QVERIFY(QFile::copy(compiledPath(language), compiled));
-    QCOMPARE(QProcess::execute(QStringLiteral(LCONVERT),
-                               {QStringLiteral("-i"), compiled, QStringLiteral("-o"), decompiled}),
+    QCOMPARE(QProcess::execute(QStringLiteral(LCONVERT), {"-i"_s, compiled, "-o"_s, decompiled}),
              0);
     const QSet<Key> keys = keysOfSource(decompiled);
     QCOMPARE(keys.size(), count);

@@ -290,7 +290,7 @@ void TestLook::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
     const int width = QGuiApplication::primaryScreen()->size().width();
-    const QString file = QStringLiteral(LOOK_FOLDER "/%1.txt").arg(width);
+    const QString file = LOOK_FOLDER "/%1.txt"_s.arg(width);
     for (const QString& view :
          QString::fromUtf8(PanelWorld::fileContent(file)).split("== "_s, Qt::SkipEmptyParts)) {
         QStringList lines = view.split("\n"_s, Qt::SkipEmptyParts);

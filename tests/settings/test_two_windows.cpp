@@ -17,8 +17,8 @@
 
 namespace {
 
-const QString settingsFile = QStringLiteral("/hmi/Config/system_settings.ini");
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString settingsFile = "/hmi/Config/system_settings.ini"_s;
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
 
 /// A window as the plugin hands it out, of a host that may delete it at any time.
 std::unique_ptr<Settings> makeWindow()
@@ -32,7 +32,7 @@ std::unique_ptr<Settings> makeWindow()
 QPushButton* clockButton(const Settings& window)
 {
     for (auto* button : window.findChildren<QPushButton*>()) {
-        if (button->styleSheet().contains(QStringLiteral("setting_button.png"))) {
+        if (button->styleSheet().contains("setting_button.png"_s)) {
             return button;
         }
     }
@@ -76,7 +76,7 @@ void TestTwoWindows::initTestCase()
 
 void TestTwoWindows::init()
 {
-    QFile::remove(QStringLiteral("ping.txt"));
+    QFile::remove("ping.txt"_s);
     PanelWorld::clearCommands();
 }
 
@@ -133,12 +133,11 @@ void TestTwoWindows::openDateDialog_endsWithItsWindowThoughAnotherWasMade()
 
 void TestTwoWindows::keypadOfTheDateDialog_staysWhenTheFirstWindowGoes()
 {
-    PanelWorld::setAreaBit(QStringLiteral("/hmi_data/sfb.dat"), 0,
+    PanelWorld::setAreaBit("/hmi_data/sfb.dat"_s, 0,
                            true); // the key click's register
     auto first = makeWindow();
     const auto second = makeWindow();
-    QSettings(settingsFile, QSettings::IniFormat)
-        .setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
+    QSettings(settingsFile, QSettings::IniFormat).setValue("General/buzzer"_s, "on"_s);
     bool stayed = false;
     const Hands::WhenOpen<DateTimeDialog> onDialog([&](DateTimeDialog& dialog) {
         const Hands::WhenOpen<InputDialog> onKeypad([&](InputDialog& keypad) {
@@ -149,12 +148,12 @@ void TestTwoWindows::keypadOfTheDateDialog_staysWhenTheFirstWindowGoes()
         });
         QTest::mousePress(field(&dialog, "hourLineEdit"), Qt::LeftButton);
         // The dialog still clicks, by the settings of the window that opened it.
-        dialog.findChild<QPushButton*>(QStringLiteral("closePushButton"))->click();
+        dialog.findChild<QPushButton*>("closePushButton"_s)->click();
     });
     clockButton(*second)->click();
     QVERIFY(stayed);
     const QStringList commands = PanelWorld::commands();
-    QCOMPARE(commands.filter(QStringLiteral("hwclock")).size(), 1);
+    QCOMPARE(commands.filter("hwclock"_s).size(), 1);
     QCOMPARE(commands.last(), longBeep);
 }
 
@@ -171,7 +170,7 @@ void TestTwoWindows::keypad_staysWhenAnotherWindowComesAndGoes()
     });
     QTest::mousePress(field(window.get(), "brightnessLineEdit"), Qt::LeftButton);
     QVERIFY(stayed);
-    QCOMPARE(field(window.get(), "brightnessLineEdit")->text(), QStringLiteral("09"));
+    QCOMPARE(field(window.get(), "brightnessLineEdit")->text(), "09"_s);
 }
 
 void TestTwoWindows::rangeBox_endsWithItsWindow_data()

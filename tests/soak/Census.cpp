@@ -1,4 +1,5 @@
 #include "tests/soak/Census.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QDir>
@@ -55,7 +56,7 @@ long allocatedBytes()
 
 long residentBytes()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file("/proc/self/statm"_s);
     const QByteArray pages =
         file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1) : QByteArray();
     return pages.toLong() * sysconf(_SC_PAGESIZE);
@@ -63,14 +64,14 @@ long residentBytes()
 
 long descriptorCount()
 {
-    return long(QDir(QStringLiteral("/proc/self/fd"))
+    return long(QDir("/proc/self/fd"_s)
                     .entryList(QDir::System | QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot)
                     .size());
 }
 
 long processCount()
 {
-    return long(QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[0-9]*")}).size());
+    return long(QDir("/proc"_s).entryList({"[0-9]*"_s}).size());
 }
 
 /// Those which the product does not wait for end by themselves. This takes real time.

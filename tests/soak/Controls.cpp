@@ -1,4 +1,5 @@
 #include "tests/soak/Controls.h"
+#include "tests/support/Text.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
@@ -14,8 +15,8 @@
 
 namespace {
 
-const QString titleBar = QStringLiteral("titleBarFrame");
-const QString closeButton = QStringLiteral("closePushButton");
+const QString titleBar = "titleBarFrame"_s;
+const QString closeButton = "closePushButton"_s;
 
 QString className(const QWidget& widget)
 {
@@ -65,9 +66,7 @@ QString nameOf(const QWidget& widget)
     if (!room) {
         return className(widget);
     }
-    return QStringLiteral("%1/%2 %3")
-        .arg(nameOf(*room), kindOf(widget))
-        .arg(placeOf(widget, *room));
+    return "%1/%2 %3"_s.arg(nameOf(*room), kindOf(widget)).arg(placeOf(widget, *room));
 }
 
 bool isPressable(const QWidget& widget)
@@ -106,7 +105,7 @@ Control controlOf(QWidget& widget)
 
 QString tabName(const QTabBar& bar, int tab)
 {
-    return QStringLiteral("%1/tab %2").arg(nameOf(*roomOf(bar))).arg(tab);
+    return "%1/tab %2"_s.arg(nameOf(*roomOf(bar))).arg(tab);
 }
 
 void addTabs(QList<Control>& controls, QTabBar& bar)
@@ -121,8 +120,7 @@ void addRows(QList<Control>& controls, QAbstractItemView& list)
     for (int row = 0; list.model() && row < list.model()->rowCount(); ++row) {
         const QRect place = list.visualRect(list.model()->index(row, 0));
         if (place.isValid()) {
-            controls << controlAt(*list.viewport(), place.center(),
-                                  QStringLiteral("choice %1").arg(row));
+            controls << controlAt(*list.viewport(), place.center(), "choice %1"_s.arg(row));
         }
     }
 }

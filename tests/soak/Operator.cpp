@@ -2,6 +2,7 @@
 
 #include "tests/soak/SimulatedClock.h"
 #include "tests/support/Hands.h"
+#include "tests/support/Text.h"
 
 #include <QLineEdit>
 #include <QSlider>
@@ -146,7 +147,7 @@ void Operator::press(const Control& control)
 void Operator::typeKey(QWidget& window)
 {
     const Qt::Key key = keys[number(0, int(std::size(keys)) - 1)];
-    count(QStringLiteral("key %1").arg(QKeySequence(key).toString()));
+    count("key %1"_s.arg(QKeySequence(key).toString()));
     QTest::keyClick(window.windowHandle(), key);
 }
 

@@ -1,4 +1,5 @@
 #include "tests/soak/Report.h"
+#include "tests/support/Text.h"
 
 #include <QMutex>
 
@@ -50,8 +51,7 @@ QStringList Report::growth(const std::vector<Census>& counts)
         const long before = peak(counts, third, 2 * third, measure.value);
         const long after = peak(counts, 2 * third, counts.size(), measure.value);
         if (after > before + before * measure.percent / 100) {
-            texts << QStringLiteral("%1: %2, and later %3")
-                         .arg(QString::fromLatin1(measure.name))
+            texts << "%1: %2, and later %3"_s.arg(QString::fromLatin1(measure.name))
                          .arg(before)
                          .arg(after);
         }

@@ -3,6 +3,7 @@
 #include "device/EEInfoDetail.h"
 #include "regstore/SysReg.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <array>
 #include <cstddef>
@@ -32,7 +33,7 @@ void loseTool(std::mt19937& random)
 
 void plugUsb(std::mt19937& random)
 {
-    PanelWorld::setState(QStringLiteral("usbslave"), dice(random, 2) ? "plug-in" : "plug-out");
+    PanelWorld::setState("usbslave"_s, dice(random, 2) ? "plug-in" : "plug-out");
 }
 
 void changeImage(std::mt19937& random)

@@ -9,6 +9,7 @@
 #include "tests/soak/Report.h"
 #include "tests/soak/World.h"
 #include "tests/support/NoticeListener.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -34,20 +35,17 @@ struct Options
 Options readOptions(const QCoreApplication& app)
 {
     QCommandLineParser parser;
-    parser.addOption({QStringLiteral("seed"), QStringLiteral("Another order of presses."),
-                      QStringLiteral("N"), QStringLiteral("1")});
-    parser.addOption({QStringLiteral("presses"), QStringLiteral("One each second."),
-                      QStringLiteral("N"), QStringLiteral("3600")});
+    parser.addOption({"seed"_s, "Another order of presses."_s, "N"_s, "1"_s});
+    parser.addOption({"presses"_s, "One each second."_s, "N"_s, "3600"_s});
     parser.process(app);
-    return {parser.value(QStringLiteral("seed")).toUInt(),
-            parser.value(QStringLiteral("presses")).toInt()};
+    return {parser.value("seed"_s).toUInt(), parser.value("presses"_s).toInt()};
 }
 
 /// The runtime of the panel. It keeps one dialog for all the time, and makes others in between.
 class Host
 {
 public:
-    Host() : m_notices(QStringLiteral("/tmp/fifo_sysreg")), m_loader(QStringLiteral(PLUGIN_FILE))
+    Host() : m_notices("/tmp/fifo_sysreg"_s), m_loader(QStringLiteral(PLUGIN_FILE))
     {
         m_plugin = qobject_cast<SettingsInterface*>(m_loader.instance());
         if (!m_plugin) {
@@ -71,8 +69,8 @@ public:
     /// The same language and page each time, so that counts can be compared.
     void rest()
     {
-        m_resident->findChild<QPushButton*>(QStringLiteral("English"))->click();
-        m_resident->findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
+        m_resident->findChild<QPushButton*>("English"_s)->click();
+        m_resident->findChild<QPushButton*>("networkPushButton"_s)->click();
         QCoreApplication::processEvents();
     }
 
@@ -107,7 +105,7 @@ QStringList controlsOfAll(const QDialog& dialog)
     }
     // Buttons of pages that no panel has yet: they are never shown.
     for (const char* hidden : {"wifiPushButton", "fileManagerPushButton", "versionPushButton"}) {
-        names.removeOne(QStringLiteral("Settings/%1 0").arg(QString::fromLatin1(hidden)));
+        names.removeOne("Settings/%1 0"_s.arg(QString::fromLatin1(hidden)));
     }
     return names;
 }
@@ -132,8 +130,7 @@ QStringList pressTheRest(Host& host, Operator& someone)
         never = neverPressed(someone, names);
     }
     std::printf("%d controls\n", int(names.size()));
-    return never.replaceInStrings(QRegularExpression(QStringLiteral("^")),
-                                  QStringLiteral("never pressed: "));
+    return never.replaceInStrings(QRegularExpression("^"_s), "never pressed: "_s);
 }
 
 QStringList soak(const Options& options)
@@ -171,7 +168,7 @@ int main(int argc, char** argv)
     }
     QStringList complaints = soak(options);
     for (const QString& text : Report::warnings()) {
-        complaints << QStringLiteral("Qt warned: %1").arg(text);
+        complaints << "Qt warned: %1"_s.arg(text);
     }
     for (const QString& text : complaints) {
         std::printf("%s\n", qPrintable(text));

@@ -2,6 +2,7 @@
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QByteArrayList>
 
@@ -15,7 +16,7 @@ inline QByteArray awaitedBy(const OtherProcess& process)
 {
     const QByteArray id = QByteArray::number(process.id());
     while (!process.hasEnded()) {
-        const QByteArray locks = PanelWorld::fileContent(QStringLiteral("/proc/locks"));
+        const QByteArray locks = PanelWorld::fileContent("/proc/locks"_s);
         for (const QByteArray& line : locks.split('\n')) {
             // "1: -> POSIX ADVISORY WRITE 4711 00:2f:3 751 758"; a lock that is held has no arrow
             const QByteArrayList words = line.simplified().split(' ');

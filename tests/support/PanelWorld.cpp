@@ -1,6 +1,7 @@
 #include "tests/support/PanelWorld.h"
 
 #include "device/Latin1.h"
+#include "tests/support/Text.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,12 +44,12 @@ QByteArray inputOf(int index)
 
 QByteArray image()
 {
-    return state(QStringLiteral("image"));
+    return state("image"_s);
 }
 
 void setImage(const QByteArray& image)
 {
-    setState(QStringLiteral("image"), image);
+    setState("image"_s, image);
 }
 
 void patchImage(int offset, const QByteArray& bytes)
