@@ -161,7 +161,7 @@ class MachineStart(ArmTest):
     def test_memory_that_is_not_there_is_told(self):
         self.tool("bwrap", "echo 'qemu-system-arm: cannot set up guest memory: no' >&2; exit 1")
         result = self.start()
-        self.assert_fails_with(result, "not enough free memory", "512 MiB")
+        self.assert_fails_with(result, "not enough free memory", "640 MiB")
         self.assertEqual(result.stderr.count("\n"), 1)
 
     def test_memory_that_is_not_free_is_told_before_anything_is_made(self):
@@ -170,7 +170,7 @@ class MachineStart(ArmTest):
         result = self.run_tool("unshare", "--user", "--map-root-user", "--mount", "sh", "-c",
                                'mount --bind "$0" /proc/meminfo && exec "$@"', meminfo,
                                *self.command())
-        self.assertEqual(result.stderr, "arm: not enough free memory: the machine takes 512 MiB, "
+        self.assertEqual(result.stderr, "arm: not enough free memory: the machine takes 640 MiB, "
                                         "300 are free\n")
         self.assertEqual(result.returncode, 2)
         self.assertFalse(self.disk.exists() or self.called.exists())
@@ -179,7 +179,7 @@ class MachineStart(ArmTest):
         for script, told in (("echo 'qemu-system-arm: for a reason' >&2; exit 1",
                               "the machine failed: qemu-system-arm: for a reason"),
                              ("exit 3", "the machine failed: it ended with status 3"),
-                             ("kill -KILL $$", "the machine was killed; it takes 512 MiB of memory")):
+                             ("kill -KILL $$", "the machine was killed; it takes 640 MiB of memory")):
             with self.subTest(script=script):
                 self.tool("bwrap", script)
                 result = self.start()
