@@ -5,25 +5,17 @@
 //   bench_instructions --list     prints the counts alone
 
 #include "benchmarks/Goals.h"
-#include "benchmarks/Tools.h"
-#include "dialogs/DateTimeDialog.h"
-#include "dialogs/InputDialog.h"
-#include "network/NetworkSettings.h"
-#include "settings/Settings.h"
-#include "tests/support/NoticeListener.h"
+#include "benchmarks/OperatorSteps.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QLineEdit>
-#include <QMouseEvent>
-#include <QPushButton>
-#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <string>
 #include <unistd.h>
 #include <utility>
 #include <valgrind/callgrind.h>
@@ -31,61 +23,11 @@
 
 namespace {
 
+using OperatorSteps::check;
+
 constexpr const char* dumps = "/tmp/callgrind";
 constexpr const char* tableHead = "| Instructions, in millions |";
 constexpr const char* defaultTable = "/panel-source/docs/performance.md";
-
-void check(bool good, const char* what)
-{
-    if (!good) {
-        std::fprintf(stderr, "bench_instructions: %s\n", what);
-        std::_Exit(2);
-    }
-}
-
-/// Holds back what the clock brings, and what waits for a pause, except where it is let go: it
-/// would come once or twice in a count, or not at all.
-class Clock : public QObject
-{
-public:
-    Clock() { QCoreApplication::instance()->installEventFilter(this); }
-
-    bool eventFilter(QObject* object, QEvent* event) override
-    {
-        const auto* timer = qobject_cast<QTimer*>(object);
-        return !m_goes && event->type() == QEvent::Timer && !object->inherits("QSingleShotTimer") &&
-               !(timer && timer->interval() == 0);
-    }
-    void letGo(const std::function<void()>& step)
-    {
-        m_goes = true;
-        step();
-        m_goes = false;
-    }
-
-private:
-    bool m_goes = false;
-};
-
-void runFor(int milliseconds)
-{
-    QTimer::singleShot(milliseconds, QCoreApplication::instance(), &QCoreApplication::quit);
-    QCoreApplication::exec();
-}
-
-/// What was put off until nothing else is to be done.
-void pause()
-{
-    runFor(200);
-}
-
-/// Until nothing is left to lay out or paint.
-void settle()
-{
-    for (int i = 0; i < 5; ++i) {
-        QCoreApplication::processEvents();
-    }
-}
 
 /// What callgrind has written last: it numbers its files.
 QByteArray lastDump()
@@ -112,10 +54,10 @@ double millions(const QByteArray& dump)
 
 using Counts = std::vector<std::pair<QByteArray, double>>;
 
-class Counter
+class Counter : public OperatorSteps::Meter
 {
 public:
-    void count(const char* name, const std::function<void()>& step)
+    void measure(const char* name, const std::function<void()>& step) override
     {
         CALLGRIND_ZERO_STATS;
         CALLGRIND_TOGGLE_COLLECT;
@@ -124,146 +66,17 @@ public:
         CALLGRIND_DUMP_STATS;
         m_counts.emplace_back(name, millions(lastDump()));
     }
+    void pass(const std::function<void()>& step) override
+    {
+        CALLGRIND_STOP_INSTRUMENTATION; // five times as fast
+        step();
+        CALLGRIND_START_INSTRUMENTATION;
+    }
     const Counts& counts() const { return m_counts; }
 
 private:
     Counts m_counts;
 };
-
-void makeDialog()
-{
-    Settings(nullptr).init();
-}
-
-void press(QWidget* widget)
-{
-    QMouseEvent event(QEvent::MouseButtonPress, widget->rect().center(), Qt::LeftButton,
-                      Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(widget, &event);
-}
-
-QPushButton* button(QWidget& window, const char* name)
-{
-    auto* found = window.findChild<QPushButton*>(QString::fromLatin1(name));
-    check(found != nullptr, name);
-    return found;
-}
-
-InputDialog* keypad()
-{
-    return InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
-}
-
-/// The first field of the Network page that can be pressed: of an address.
-QLineEdit* addressField(Settings& dialog)
-{
-    const auto fields = dialog.findChild<NetworkSettings*>()->findChildren<QLineEdit*>();
-    for (QLineEdit* field : fields) {
-        if (field->isVisible() && field->isEnabled()) {
-            return field;
-        }
-    }
-    check(false, "no field of an address");
-    return nullptr;
-}
-
-/// A press on the field, three keys, ENTER, and whatever the page does with the number.
-void enterNumber(QLineEdit* field)
-{
-    QTimer::singleShot(0, [] {
-        QWidget* opened = QApplication::activeModalWidget();
-        check(qobject_cast<InputDialog*>(opened) != nullptr, "no keypad for an address");
-        settle();
-        for (const char* key : {"pushButton1", "pushButton7", "pushButton3", "pushButtonEnter"}) {
-            button(*opened, key)->click();
-            settle();
-        }
-    });
-    press(field);
-    settle();
-    check(field->text() == QLatin1String("173"), "the address has not changed");
-}
-
-void countMaking(Counter& counter)
-{
-    counter.count("make and delete the first dialog of a process", makeDialog);
-    counter.count("make and delete the second", makeDialog);
-    counter.count("make and delete the third", makeDialog);
-    CALLGRIND_STOP_INSTRUMENTATION; // five times as fast
-    for (int dialog = 4; dialog < 30; ++dialog) {
-        makeDialog();
-    }
-    CALLGRIND_START_INSTRUMENTATION;
-    counter.count("make and delete the thirtieth", makeDialog);
-}
-
-void countShowing(Counter& counter, Settings& dialog)
-{
-    counter.count("from `show()` to the first frame", [&] {
-        dialog.show();
-        settle();
-    });
-}
-
-void countPages(Counter& counter, Settings& dialog, Clock& clock)
-{
-    for (const auto language : {Settings::English, Settings::Chinese}) {
-        dialog.updateLanguage(language);
-        settle();
-    }
-    counter.count("change the language, and repaint", [&] {
-        dialog.updateLanguage(Settings::English);
-        settle();
-    });
-    clock.letGo(pause);
-    counter.count("open the Network page the first time", [&] {
-        button(dialog, "networkPushButton")->click();
-        settle();
-    });
-}
-
-void countDialogs(Counter& counter, Settings& dialog)
-{
-    for (const char* name : {"open the keypad the first time", "open the keypad again"}) {
-        counter.count(name, [] {
-            keypad()->show();
-            settle();
-        });
-        keypad()->close();
-        settle();
-    }
-    counter.count("enter a part of an address", [&] { enterNumber(addressField(dialog)); });
-    counter.count("open the date dialog", [] {
-        DateTimeDialog::Instance(0, nullptr, nullptr)->show();
-        settle();
-    });
-}
-
-/// Everything is shown, and nobody touches it.
-void countIdleSeconds(Counter& counter)
-{
-    counter.count("ten seconds in which nobody touches it", [] { runFor(10000); });
-}
-
-Counts countAll()
-{
-    Tools::makeFast();
-    NoticeListener runtime(QStringLiteral("/tmp/fifo_sysreg"));
-    Counter counter;
-    Clock clock;
-    countMaking(counter);
-    Settings dialog(nullptr);
-    dialog.init();
-    dialog.resize(1024, 600);
-    countShowing(counter, dialog);
-    clock.letGo([&] {
-        counter.count("after it, the letters of the Network page", pause);
-        countIdleSeconds(counter);
-    });
-    countPages(counter, dialog, clock);
-    countDialogs(counter, dialog);
-    return counter.counts();
-}
 
 int compare(const Counts& counts, const char* document)
 {
@@ -322,6 +135,8 @@ int main(int argc, char** argv)
     }
     QApplication application(argc, argv);
     const char* document = argc > 1 ? argv[1] : defaultTable;
-    const Counts counts = countAll();
-    return std::strcmp(document, "--list") == 0 ? list(counts) : compare(counts, document);
+    Counter counter;
+    OperatorSteps::measureAll(counter);
+    return std::strcmp(document, "--list") == 0 ? list(counter.counts())
+                                                : compare(counter.counts(), document);
 }

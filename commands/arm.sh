@@ -14,6 +14,9 @@ usage_arm() {
   starts a whole emulated panel, an ARM machine with a kernel of its own, and shows it as
   ./panel run does; its device is kept in a folder of its own
                      (default: panel-settings-arm in $XDG_STATE_HOME or ~/.local/state)
+./panel arm bench
+  counts the instructions that an ARM machine takes for what an operator waits for, then takes the
+  times under emulation, which only an idle machine makes short; prints both as tables; takes minutes
 ./panel arm check
   starts a new one, presses on its touch screen what somebody would try on a new board, looks from
   inside what became of it, and runs the tests of files, registers and flash there; takes minutes
@@ -24,8 +27,8 @@ panel_arm() {
     local verb=${1-}
     [ $# -eq 0 ] || shift
     case $verb in
-    build | test | run | check) "arm_$verb" "$@" ;;
-    *) fail "./panel arm build|test|run|check, not '$verb'; see ./panel arm --help" ;;
+    build | test | run | bench | check) "arm_$verb" "$@" ;;
+    *) fail "./panel arm build|test|run|bench|check, not '$verb'; see ./panel arm --help" ;;
     esac
 }
 
@@ -113,6 +116,25 @@ arm_run() {
     exec "$root/simulator/run" --build "$root/build/armhf" \
         --emulated "$machine_parts" "$root/build/arm/armhf/prefix" --state "$state" \
         --size "$size" --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
+}
+
+# What the benchmark starts in the machine, as paths from the build. Its programs paint on no screen.
+bench_programs=(benchmarks/operator_times benchmarks/start/start_host benchmarks/start/start_tool
+    ../arm/armhf/sysroot/usr/lib/arm-linux-gnueabihf/qt5/plugins/platforms/libqoffscreen.so)
+
+arm_bench() {
+    local folder=$root/build/arm/bench status=0
+    no_options "$@"
+    make_machine SettingsPlugin panelctl panel-host operator_times start_host
+    rm -rf "$folder"
+    mkdir -p "$folder"
+    "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \
+        "$root/build/armhf" "$folder/archives" "${bench_programs[@]}" || exit 2
+    /usr/bin/python3 "$root/benchmarks/emulated.py" --build "$root/build/armhf" \
+        --parts "$machine_parts" --libraries "$root/build/arm/armhf/prefix" \
+        --state "$folder/device" --archives "$folder/archives" || status=$?
+    rm -rf "$folder"
+    exit "$status"
 }
 
 # Programs of the build that the check runs in the machine.

@@ -214,11 +214,24 @@ class MachineStart(ArmTest):
                 self.assertEqual(list(scratch.iterdir()), [])
                 self.assertEqual([path.name for path in self.state.iterdir()], ["disk"])
 
+    def test_clock_of_a_counted_machine_counts_instructions_of_its_one_processor(self):
+        for options, processors, clock in (((), "2", []),
+                                           (("--counted",), "1", ["shift=0,sleep=off"])):
+            with self.subTest(options):
+                self.start(*options)
+                self.assertEqual(self.values_of("-smp"), [processors])
+                self.assertEqual(self.values_of("-icount"), clock)
+
+    def values_of(self, option):
+        """The words behind an option of the emulator that was started last."""
+        words = self.called.read_text(encoding="utf-8").splitlines()
+        return [words[at + 1] for at, word in enumerate(words) if word == option]
+
     def test_no_packet_can_leave(self):
         self.start("--adapters", "2")
         words = self.called.read_text(encoding="utf-8").splitlines()
         self.assertIn("--unshare-net", words)
-        networks = [words[at + 1] for at, word in enumerate(words) if word == "-netdev"]
+        networks = self.values_of("-netdev")
         self.assertEqual(len(networks), 2)
         for network in networks:
             self.assertRegex(network, "^user,.*restrict=on")
