@@ -814,11 +814,14 @@ void TestInputDialog::earlierCaller_goneMeanwhile_changesNothing()
     QSettings settings(QStringLiteral("/tmp/keypad2.ini"), QSettings::IniFormat);
     InputDialog::Instance(0, 1, 32, 5, earlier.get(), nullptr);
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, &settings, nullptr);
+    bool isStillOpen = false;
     QTimer::singleShot(0, keypad, [&] {
         earlier.reset();
+        isStillOpen = keypad->isVisible();
         Hands::type(*keypad, QStringLiteral("7E"));
     });
     QCOMPARE(keypad->exec(), 8);
+    QVERIFY(isStillOpen);
 }
 
 void TestInputDialog::earlierAsker_closedOrGone_changesNothing()
@@ -830,11 +833,14 @@ void TestInputDialog::earlierAsker_closedOrGone_changesNothing()
         CallerGuard guard;
         guard.watch(&keypad, earlier.get());
         guard.watch(&keypad, nullptr);
+        bool isStillOpen = false;
         QTimer::singleShot(0, &keypad, [&] {
             isDeleted ? earlier.reset() : earlier->done(1);
+            isStillOpen = keypad.isVisible();
             Hands::type(keypad, QStringLiteral("7E"));
         });
         QCOMPARE(keypad.exec(), 8);
+        QVERIFY(isStillOpen);
     }
 }
 

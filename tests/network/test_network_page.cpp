@@ -194,6 +194,15 @@ void TestNetworkPage::look_isThePanels()
         QCOMPARE(pane.testButton().objectName(), "TestButton"_s);
         QCOMPARE(pane.modeBox().font().family(), family);
         QVERIFY(world.macField(adapter).isReadOnly());
+        // Wherever there is more room, rows and boxes keep their height.
+        const auto policy = [](const QWidget& part) {
+            return qMakePair(part.sizePolicy().horizontalPolicy(),
+                             part.sizePolicy().verticalPolicy());
+        };
+        const auto row = qMakePair(QSizePolicy::Preferred, QSizePolicy::Fixed);
+        QCOMPARE(policy(pane.row(AdapterPane::Ip)), row);
+        QCOMPARE(policy(*pane.findChild<QGroupBox*>()), row);
+        QCOMPARE(policy(pane.modeBox()), qMakePair(QSizePolicy::Expanding, QSizePolicy::Fixed));
         for (const QLineEdit* field : pane.fields()) {
             QCOMPARE(field->styleSheet(), "QLineEdit{border-width:0;border-style:outset}"_s);
             QCOMPARE(field->alignment(), Qt::Alignment(Qt::AlignCenter));
