@@ -40,7 +40,7 @@ Preset parsePreset(const std::string& word)
         throw UsageError("'" + word + "' is not REGISTER=VALUE");
     }
     const RegisterRow& row = RegisterValue::find(word.substr(0, equals));
-    const Value::Bytes empty(isBitArea(row.area) ? (row.size + 7) / 8 : row.size, 0);
+    const Value::Bytes empty(RegisterValue::byteSize(row));
     return {&row, Value::parse(kindOf(row), word.substr(equals + 1), empty)};
 }
 

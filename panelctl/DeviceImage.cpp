@@ -54,7 +54,7 @@ QByteArray readDevice()
     if (!tool.isOpen()) {
         throw Failure(std::string("cannot run ") + readTool);
     }
-    QByteArray bytes(mostBytes, 0);
+    QByteArray bytes(mostBytes, Qt::Uninitialized);
     const std::size_t count = tool.read(bytes.data(), std::size_t(mostBytes));
     bytes.truncate(static_cast<int>(count));
     return bytes;

@@ -5,6 +5,7 @@
 #include "panelctl/DeviceCheck.h"
 #include "panelctl/JsonMembers.h"
 #include "panelctl/RecordFields.h"
+#include "panelctl/RegisterValue.h"
 #include "panelctl/ResolverLines.h"
 #include "panelctl/Value.h"
 
@@ -12,7 +13,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
-#include <cmath>
+#include <netinet/in.h>
 #include <optional>
 
 namespace {
@@ -41,17 +42,19 @@ std::string positionOf(const QByteArray& text, int offset)
            std::to_string(offset - before.lastIndexOf('\n'));
 }
 
-/// Bytes that a value of the setting has in its register or field.
+/// Bytes that a value of the setting has in its register or field; those of one server.
 std::size_t sizeOf(const Setting& setting)
 {
-    const RecordField* field = setting.home == Home::Field ? findField(setting.name) : nullptr;
-    return field ? field->size : setting.kind == Kind::Ipv4 ? 4 : 1;
+    return setting.home == Home::Field ? fieldNamed(setting.name).size
+           : setting.home == Home::Servers
+               ? sizeof(in_addr)
+               : RegisterValue::byteSize(RegisterValue::find(setting.name));
 }
 
 /// The text as the panel shows the value. Throws UsageError when it does not fit.
 std::string parsed(const Setting& setting, const std::string& text)
 {
-    const Value::Bytes empty(sizeOf(setting), 0);
+    const Value::Bytes empty(sizeOf(setting));
     return Value::show(setting.kind, Value::parse(setting.kind, text, empty));
 }
 
@@ -63,9 +66,9 @@ std::optional<std::string> typed(const Setting& setting, const QJsonValue& value
                               : std::nullopt;
     }
     if (setting.kind == Kind::Level) {
-        const double number = value.toDouble(-1);
-        return number >= 0 && number == std::floor(number) && number < 1e6
-                   ? std::optional(std::to_string(static_cast<int>(number)))
+        const int number = value.toInt(); // 0 when it is no whole number
+        return value.isDouble() && number == value.toDouble() && number >= 0
+                   ? std::optional(std::to_string(number))
                    : std::nullopt;
     }
     return value.isString() ? std::optional(value.toString().toStdString()) : std::nullopt;

@@ -1,6 +1,7 @@
 #include "panelctl/Journal.h"
 
 #include "device/Latin1.h"
+#include "fileio/Uninterrupted.h"
 #include "panelctl/Command.h"
 #include "panelctl/ReplaceFile.h"
 #include "panelctl/RunningPanel.h"
@@ -47,11 +48,11 @@ std::string lineOf(const char* path)
 /// started again.
 std::string currentStart()
 {
-    constexpr int startTime = 20; // field of the status behind the name, counted from 1
-    const std::string status = lineOf("/proc/1/stat");
-    const QString fields = QString::fromStdString(status.substr(status.rfind(')') + 1)).trimmed();
+    constexpr int startTime = 20; // field of the status behind the name
+    const QString status = QString::fromStdString(lineOf("/proc/1/stat"));
+    const QString fields = status.section(QLatin1Char(')'), -1);
     return lineOf("/proc/sys/kernel/random/boot_id") + ' ' +
-           fields.section(QLatin1Char(' '), startTime - 1, startTime - 1).toStdString();
+           fields.section(QLatin1Char(' '), startTime, startTime).toStdString();
 }
 
 std::string textOf(const QJsonValue& value)
@@ -75,11 +76,10 @@ const char* const Journal::path = "/hmi_data/panelctl.journal";
 
 ChangeLock::ChangeLock() : m_file(::open(lockPath, O_RDWR | O_CREAT | O_NOFOLLOW, 0600))
 {
-    if (!m_file.isOpen()) {
+    if (!m_file.isOpen() ||
+        Uninterrupted::call([&] { return flock(m_file.number(), LOCK_EX); }) != 0) {
         throw Failure(std::string("cannot use ") + lockPath + ": " +
                       qt_error_string(errno).toStdString());
-    }
-    while (flock(m_file.number(), LOCK_EX) != 0 && errno == EINTR) {
     }
 }
 
@@ -266,7 +266,7 @@ void watchJournal(Watch kind)
     try {
         watch(kind);
     } catch (const std::exception&) {
-        _exit(1); // the next command, or the next start, tries again and says why
+        // The next command, or the next start, tries again and says why.
     }
     _exit(0);
 }

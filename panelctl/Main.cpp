@@ -48,7 +48,6 @@ int complain(const std::exception& error, int status)
     std::replace_if(
         line.begin(), line.end(),
         [](char letter) { return static_cast<unsigned char>(letter) < firstPrintable; }, '?');
-    std::cout.flush();
     std::cerr << "panelctl: " << line << '\n';
     return status;
 }

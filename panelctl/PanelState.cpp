@@ -34,8 +34,7 @@ QJsonObject with(QJsonObject object, const QStringList& path, int depth, const Q
 
 int adapterOf(const Setting& setting)
 {
-    const std::string_view name = setting.name;
-    return name.substr(0, 4) == "eth0" ? 0 : name.substr(0, 4) == "eth1" ? 1 : -1;
+    return std::string_view(setting.name).substr(0, 4) == "eth1" ? 1 : 0;
 }
 
 std::string_view partOf(const Setting& setting)

@@ -59,7 +59,7 @@ inline constexpr std::array panelSettings{
 constexpr int stateVersion = 1;
 constexpr std::string_view identityPart = "identity";
 
-/// Adapter 0 or 1 that a setting belongs to, -1 for the others.
+/// The adapter that has to be there for a setting: 1 for those of eth1, 0 for all others.
 int adapterOf(const Setting& setting);
 
 /// "network" of "network.eth0.ip".

@@ -2,6 +2,7 @@
 
 #include "device/Latin1.h"
 #include "panelctl/Commands.h"
+#include "panelctl/Descriptor.h"
 #include "panelctl/Json.h"
 #include "panelctl/RegisterValue.h"
 #include "panelctl/Terminal.h"
@@ -20,12 +21,8 @@
 #include <iomanip>
 #include <iostream>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
-
-/// A transfer of bits touches whole bytes and those of the neighbours.
-constexpr std::size_t neighbourBytes = 8;
 
 void printRow(const RegisterRow& row)
 {
@@ -67,22 +64,17 @@ std::string currentName(std::string word)
 std::string reasonOf(const RegisterRow& row, int access)
 {
     const char* path = areaFile(row.area).path;
-    const int file = ::open(path, access | O_CLOEXEC);
-    const int error = errno;
-    if (file < 0) {
+    const Descriptor file(::open(path, access | O_CLOEXEC));
+    if (!file.isOpen()) {
+        const int error = errno;
         return std::string(path) + ": " + std::strerror(error);
     }
-    ::close(file);
     return std::string(path) + " is too short or does not take it";
 }
 
 bool hasReader(const char* pipe)
 {
-    const int end = ::open(pipe, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    if (end >= 0) {
-        ::close(end);
-    }
-    return end >= 0;
+    return Descriptor(::open(pipe, O_WRONLY | O_NONBLOCK | O_CLOEXEC)).isOpen();
 }
 
 [[noreturn]] void failTransfer(const char* what, const RegisterRow& row, int access)
@@ -108,7 +100,7 @@ const RegisterRow& find(const std::string& word)
 
 std::size_t byteSize(const RegisterRow& row)
 {
-    return isBitArea(row.area) ? (row.size + 7) / 8 : row.size;
+    return row.size; // in bytes; a single bit takes one as well
 }
 
 std::string label(unsigned id)
@@ -119,26 +111,22 @@ std::string label(unsigned id)
 
 Value::Bytes read(const RegisterRow& row)
 {
-    const std::size_t size = byteSize(row);
-    Value::Bytes buffer(size + neighbourBytes);
-    if (SysReg_Read(row.id, buffer.data()) != 0) {
+    Value::Bytes value(byteSize(row));
+    if (SysReg_Read(row.id, value.data()) != 0) {
         failTransfer("read", row, O_RDONLY);
     }
-    buffer.resize(size);
-    if (isBitArea(row.area) && row.size % 8 != 0) {
-        buffer.back() = static_cast<std::uint8_t>(buffer.back() & ((1U << row.size % 8) - 1));
+    if (isBitArea(row.area)) {
+        value.front() &= 1U; // above it are the bits of other registers
     }
-    return buffer;
+    return value;
 }
 
 bool write(const RegisterRow& row, const Value::Bytes& value, bool notify)
 {
-    Value::Bytes buffer = value;
-    buffer.resize(buffer.size() + neighbourBytes, 0);
     const bool isHeard = notify && hasReader(registerPipe);
-    const auto size = static_cast<unsigned>(buffer.size());
-    const int result = isHeard ? SysReg_WriteNotify(row.id, buffer.data(), size)
-                               : SysReg_Write(row.id, buffer.data(), size);
+    const auto size = static_cast<unsigned>(value.size());
+    const int result = isHeard ? SysReg_WriteNotify(row.id, value.data(), size)
+                               : SysReg_Write(row.id, value.data(), size);
     if (result != 0) {
         failTransfer("write", row, O_WRONLY);
     }
@@ -184,7 +172,7 @@ void Commands::regRead(const Arguments& given)
 void Commands::regWrite(const Arguments& given)
 {
     const RegisterRow& row = RegisterValue::find(given.words[0]);
-    const Value::Bytes empty(RegisterValue::byteSize(row), 0);
+    const Value::Bytes empty(RegisterValue::byteSize(row));
     const Value::Bytes value = Value::parse(kindOf(row), given.words[1], empty);
     if (!RegisterValue::write(row, value, given.has(Option::Notify))) {
         throw Failure("register " + RegisterValue::label(row.id) +

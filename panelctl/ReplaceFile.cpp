@@ -1,5 +1,6 @@
 #include "panelctl/ReplaceFile.h"
 
+#include "fileio/Uninterrupted.h"
 #include "panelctl/Descriptor.h"
 
 #include <QFile>
@@ -51,15 +52,8 @@ int openDraft(const Folder& folder, const QByteArray& name)
 
 bool writeAll(int file, const QByteArray& content)
 {
-    for (int at = 0; at < content.size();) {
-        const ssize_t count =
-            ::write(file, content.constData() + at, std::size_t(content.size() - at));
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        at += count > 0 ? int(count) : 0;
-    }
-    return true;
+    return Uninterrupted::write(file, content.constData(), std::size_t(content.size())) ==
+           content.size();
 }
 
 /// Owner and permissions of the old file, or those that every new file of this process has.

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <iostream>
+#include <netinet/in.h>
 
 namespace {
 
@@ -96,7 +97,8 @@ void Commands::dnsSet(const Arguments& given)
 {
     const int adapter = parseAdapter(given.words[0]);
     const int index = parseServer(given.words[1]);
-    const Value::Bytes address = Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(4, 0));
+    const Value::Bytes address =
+        Value::parse(Kind::Ipv4, given.words[2], Value::Bytes(sizeof(in_addr)));
     const QByteArray text = ResolverLines::read();
     // Servers are told apart by their order alone.
     if (index == 1 && !ResolverText::hasServer(text, adapter, 0)) {

@@ -12,7 +12,6 @@
 
 #include <array>
 #include <fcntl.h>
-#include <iostream>
 #include <unistd.h>
 
 namespace {
@@ -24,16 +23,15 @@ class OwnStreams
 public:
     OwnStreams()
     {
-        std::cout.flush();
         const Descriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
-        for (int stream = 0; stream < int(m_ours.size()); ++stream) {
+        for (const int stream : streams) {
             m_ours.at(std::size_t(stream)) = fcntl(stream, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
             dup2(nothing.number(), stream);
         }
     }
     ~OwnStreams()
     {
-        for (int stream = 0; stream < int(m_ours.size()); ++stream) {
+        for (const int stream : streams) {
             const int ours = m_ours.at(std::size_t(stream));
             dup2(ours, stream);
             ::close(ours);
@@ -43,7 +41,8 @@ public:
     OwnStreams& operator=(const OwnStreams&) = delete;
 
 private:
-    std::array<int, 3> m_ours = {};
+    static constexpr std::array streams{STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+    std::array<int, streams.size()> m_ours = {};
 };
 
 /// One adapter, with what is stored of it and which of that has changed.

@@ -48,8 +48,9 @@ Content contentOf(const std::string& path)
 QByteArray settingsWith(const Changes& changes)
 {
     const QTemporaryDir folder;
-    const QString copy = folder.filePath("settings.ini"_l1);
-    QFile::copy(QString::fromLatin1(SettingsKeys::file), copy);
+    const QString settings = QString::fromLatin1(SettingsKeys::file);
+    const QString copy = folder.filePath(QFileInfo(settings).fileName());
+    QFile::copy(settings, copy);
     {
         QSettings file(copy, QSettings::IniFormat);
         for (const auto& [setting, value] : changes) {
@@ -158,7 +159,7 @@ Snapshot Snapshot::after(const PanelState& panel, const Changes& changes)
             snapshot.m_fields[setting->name] =
                 Value::parse(field.kind, value, panel.image().field(field));
         } else {
-            const Value::Bytes empty(sizeOfRegister(setting->name), 0);
+            const Value::Bytes empty(sizeOfRegister(setting->name));
             snapshot.m_registers[setting->name] = Value::parse(setting->kind, value, empty);
         }
         if (setting->key) {

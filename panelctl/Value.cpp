@@ -72,7 +72,7 @@ bool parseDigits(const std::string& text, std::uint64_t& value)
 
 std::uint64_t parseUpTo(const std::string& text, std::uint64_t largest)
 {
-    std::uint64_t value = 0;
+    std::uint64_t value = {};
     if (!parseDigits(text, value) || value > largest) {
         refuse(text, "it takes a number from 0 to " + std::to_string(largest));
     }
@@ -86,7 +86,7 @@ std::uint64_t largestOf(std::size_t bytes)
 
 Bytes littleEndian(std::uint64_t value, std::size_t size)
 {
-    Bytes bytes(size, 0);
+    Bytes bytes(size);
     for (std::size_t at = 0; at < std::min(size, sizeof value); ++at) {
         bytes[at] = static_cast<std::uint8_t>(value >> at * 8);
     }
@@ -121,7 +121,7 @@ Bytes parseIpv4(const std::string& text, std::size_t size)
     if (inet_pton(AF_INET, text.c_str(), &parsed) != 1) {
         refuse(text, "it takes an address like 192.168.1.10");
     }
-    Bytes bytes(size, 0);
+    Bytes bytes(size);
     std::memcpy(bytes.data(), &parsed, ipv4Bytes);
     return bytes;
 }
@@ -149,7 +149,7 @@ bool parseHex(const std::string& text, Bytes& bytes)
 
 Bytes parseBytes(const std::string& text, std::size_t size)
 {
-    Bytes bytes(size, 0);
+    Bytes bytes(size);
     if (!parseHex(text, bytes)) {
         refuse(text, "it takes " + std::to_string(size * 2) + " hexadecimal digits");
     }
@@ -158,13 +158,13 @@ Bytes parseBytes(const std::string& text, std::size_t size)
 
 Bytes parseMac(const std::string& text)
 {
-    std::string digits = text;
-    Bytes bytes(macBytes, 0);
-    for (std::size_t at = (macBytes - 1) * 3; at > 0; at -= 3) {
-        if (at - 1 < digits.size() && digits[at - 1] == ':') {
-            digits.erase(at - 1, 1);
+    std::string digits;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (at % 3 != 2 || text[at] != ':') {
+            digits += text[at];
         }
     }
+    Bytes bytes(macBytes);
     if (text.size() != macBytes * 3 - 1 || !parseHex(digits, bytes)) {
         refuse(text, "it takes a MAC address like 02:00:5e:0a:00:01");
     }

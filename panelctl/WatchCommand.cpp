@@ -119,8 +119,9 @@ void Commands::regWatch(const Arguments& given)
     const Descriptor ends(openSignals());
     const Descriptor registers(openPipe(registerPipe));
     const Descriptor areas(openPipe(areaPipe));
-    std::array<pollfd, 3> waiting = {
-        {{ends.number(), POLLIN, 0}, {registers.number(), POLLIN, 0}, {areas.number(), POLLIN, 0}}};
+    std::array<pollfd, 3> waiting = {{{ends.number(), POLLIN, {}},
+                                      {registers.number(), POLLIN, {}},
+                                      {areas.number(), POLLIN, {}}}};
     while (std::cout && poll(waiting.data(), waiting.size(), -1) > 0 && waiting[0].revents == 0) {
         // One message each, then the signals have their turn, however many more there are.
         RegisterNotice id = {};

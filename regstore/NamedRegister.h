@@ -29,19 +29,11 @@ constexpr unsigned idOf(std::string_view name, Announced announced)
     throw std::logic_error("no such register");
 }
 
-/// Bytes that a transfer of the register touches in a buffer.
-constexpr std::uint32_t bufferBytes(unsigned id)
-{
-    const RegisterRow& row = registerTable.at(id);
-    const bool isBits = row.area % 2 == 0;
-    return isBits ? (row.size + 7 + row.offset % 8) / 8 : row.size;
-}
-
 /// The id of a register whose transfers take exactly @p bytes; otherwise a compile error.
 constexpr unsigned idOf(std::string_view name, Announced announced, std::uint32_t bytes)
 {
     const unsigned id = idOf(name, announced);
-    if (bufferBytes(id) != bytes) {
+    if (registerTable.at(id).size != bytes) { // a single bit takes a byte
         throw std::logic_error("the register has another size");
     }
     return id;

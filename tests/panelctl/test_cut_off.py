@@ -9,19 +9,18 @@ import signal
 import subprocess
 import unittest
 
-from panel_world import AREAS, IMAGE, PROGRAM, RESOLVER, WAIT_S, start, wait_for
-from test_transfer import JOURNAL, OTHER, TWO_ADAPTERS, TransferTest
+from panel_world import (AREAS, IMAGE, NO_LEAK_SEARCH, PROGRAM, RESOLVER, WAIT_S, start, wait_for)
+from test_transfer import JOURNAL, OTHER, SETTINGS, TWO_ADAPTERS, WRITE, TransferTest
 
 
 class Interrupted(TransferTest):
     TRACE = "/tmp/trace"
 
-    def trace(self, *options):
+    def trace(self, *options, words=("import", "--identity", "settings.json")):
         """Runs an import of everything under strace; the calls of the program itself."""
-        path = self.folder / "settings.json"
-        path.write_text(json.dumps(OTHER))
-        subprocess.run(["strace", "-o", self.TRACE, *options, PROGRAM, "import", "--identity",
-                        path], capture_output=True, check=False)
+        (self.folder / "settings.json").write_text(json.dumps(OTHER))
+        subprocess.run(["strace", "-o", self.TRACE, *options, PROGRAM, *words], cwd=self.folder,
+                       capture_output=True, check=False)
         return pathlib.Path(self.TRACE).read_text(errors="replace").splitlines()
 
     def calls(self):
@@ -71,7 +70,9 @@ class Interrupted(TransferTest):
                 self.setUp()
                 self.cut_off()
                 self.assertNotEqual(self.state(), old)
+                self.assertEqual(len(list(RESOLVER.parent.glob(".*.new"))), 1)
                 result = start(*words)
+                self.assertEqual(list(RESOLVER.parent.glob(".*.new")), [])
                 self.assertEqual(result.returncode, 0)
                 self.assertIn("cut off", self.one_line(result.stderr))
                 self.assertEqual(self.state(), old)
@@ -131,6 +132,108 @@ class Interrupted(TransferTest):
         old = self.world()
         self.trace("-e", "inject=fsync:error=EIO:when=1")
         self.assertEqual(self.world(), old)
+
+    def complaint_of(self, words, *options):
+        """What the program says in the end when a call of it fails."""
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        result = subprocess.run(["strace", "-o", self.TRACE, *options, PROGRAM, *words],
+                                cwd=self.folder, env={**os.environ, **NO_LEAK_SEARCH},
+                                capture_output=True, check=False)
+        self.assertEqual(result.returncode, 1, result.stderr)
+        return result.stderr.decode().splitlines()[-1]
+
+    def test_call_that_fails_is_told_and_changes_nothing(self):
+        plain, confirmed = ("import", "settings.json"), ("import", "--confirm=1000", "settings.json")
+        back = "; the old settings are back"
+        children = [call for call in self.trace(words=confirmed) if call.startswith("clone(")]
+        fork = next(at for at, call in enumerate(children, 1) if "CLONE_VFORK" not in call)
+        self.silent("confirm")
+        self.setUp()
+        for words, fault, text in (
+                (plain, "flock:error=EIO:when=1",
+                 "cannot use /var/run/panelctl.lock: Input/output error"),
+                (plain, "fsync:error=EIO:when=1",
+                 "cannot write /hmi_data/panelctl.journal: Input/output error"),
+                (plain, "renameat:error=EROFS:when=1",
+                 f"cannot write /etc/resolv.conf: Read-only file system{back}"),
+                (confirmed, f"clone:error=EAGAIN:when={fork}",
+                 f"cannot watch the import: Resource temporarily unavailable{back}")):
+            with self.subTest(fault=fault):
+                old = self.world()
+                self.assertEqual(self.complaint_of(words, "-e", f"inject={fault}"),
+                                 f"panelctl: {text}")
+                self.assertEqual(self.world(), old)
+
+    def test_import_that_needs_no_confirmation_is_not_watched(self):
+        children = [call for call in self.trace() if call.startswith("clone(")]
+        self.assertGreater(len(children), 1)
+        self.assertEqual([call for call in children if "CLONE_VFORK" not in call], [])
+
+    def test_journal_that_cannot_be_removed_is_told(self):
+        for fault, text in (("unlink:error=EROFS", "Read-only file system"),
+                            ("fsync:error=EIO", "Input/output error")):
+            with self.subTest(fault=fault):
+                self.imported(OTHER, "--confirm", "1000")
+                self.assertEqual(self.complaint_of(["confirm"], "-e", f"inject={fault}"),
+                                 f"panelctl: cannot remove {JOURNAL}: {text}")
+                if JOURNAL.exists():
+                    self.silent("confirm")
+                self.setUp()
+
+    def test_lock_is_waited_for_whatever_signals_come(self):
+        calls = self.trace("-e", "inject=flock:error=EINTR:when=1")
+        waits = [call for call in calls if call.startswith("flock(")]
+        self.assertEqual(waits[0].split(",")[0], waits[1].split(",")[0])
+        self.assertEqual(self.exported()["display"], OTHER["display"])
+
+    def test_connection_may_end_as_soon_as_there_is_a_journal(self):
+        calls = self.trace()
+        ignored = next(at for at, call in enumerate(calls)
+                       if re.match(r"rt_sigaction\(SIGTERM, {sa_handler=SIG_IGN", call))
+        journal = next(at for at, call in enumerate(calls)
+                       if call.startswith("linkat(") and JOURNAL.name in call)
+        self.assertLess(ignored, journal)
+
+    def test_settings_file_that_cannot_be_read_is_told(self):
+        SETTINGS.unlink()
+        SETTINGS.mkdir()
+        self.addCleanup(SETTINGS.rmdir)
+        self.assertEqual(self.complaint_of(["import", "settings.json"]),
+                         f"panelctl: cannot read {SETTINGS}: file to open is a directory")
+
+    def test_files_that_were_not_there_go_again(self):
+        SETTINGS.unlink()
+        RESOLVER.unlink()
+        old = self.world()
+        self.imported(OTHER, "--confirm", "1")
+        self.assertTrue(SETTINGS.exists() and RESOLVER.exists())
+        wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        self.assertEqual(self.world(), old)
+
+    def journal_of_image(self, image):
+        """Of an import that was cut off before it had changed the brightness."""
+        JOURNAL.write_text(json.dumps({"before": {"image": image, "fields": {"brightness": "8c00"}}}))
+
+    def test_image_that_is_as_it_was_is_not_written(self):
+        self.journal_of_image(TWO_ADAPTERS.hex())
+        before = len(self.lines())
+        self.assertEqual(start("recover").returncode, 0)
+        self.assertNotIn(WRITE, self.lines()[before:])
+
+    def test_broken_image_that_cannot_be_mended_is_told(self):
+        tool = "/root/plat-intf/writeee"
+        for image, options, text in (
+                ("00", (), "an image of 1 bytes is none"),
+                (TWO_ADAPTERS.hex(), ("-e", "inject=pipe2:error=EMFILE:when=2"),
+                 f"{tool} does not take the image")):
+            with self.subTest(text=text):
+                self.journal_of_image(image)
+                IMAGE.write_bytes(b"half an image")
+                self.assertEqual(self.complaint_of(["recover"], *options), f"panelctl: {text}")
+        with self.tool("writeee", None):
+            self.assertEqual(self.complaint(1, "recover"),
+                             f"panelctl: cannot run {tool}: No such file or directory\n")
 
     def test_journal_that_is_none_is_told(self):
         JOURNAL.write_text("?")

@@ -3,11 +3,13 @@
 import itertools
 import json
 import os
+import pathlib
+import subprocess
 import unittest
 
 from panel_values import encode, fitting, shown, unfit
-from panel_world import (COMMANDS, FACTORY, FIELDS, IMAGE, TABLES, PanelTest, noise, patched,
-                         place_of, start)
+from panel_world import (COMMANDS, FACTORY, FIELDS, IMAGE, NO_LEAK_SEARCH, PROGRAM, TABLES, PanelTest,
+                         noise, patched, place_of, start)
 
 READ, WRITE = "/root/plat-intf/readee", "/root/plat-intf/writeee count=16"
 
@@ -211,6 +213,23 @@ class Tools(DeviceTest):
         self.assertEqual(IMAGE.read_bytes(), FACTORY)
         self.assertNotIn(WRITE, self.commands()[run:])
 
+    def test_tool_that_cannot_be_started_is_told(self):
+        for number, text in ((1, "cannot run /root/plat-intf/readee"),
+                             (3, "/root/plat-intf/writeee does not take the image")):
+            with self.subTest(number=number):
+                result = subprocess.run(
+                    ["strace", "-o", "/tmp/trace", "-e", f"inject=pipe2:error=EMFILE:when={number}",
+                     PROGRAM, "device", "set", "brightness", "76"],
+                    env={**os.environ, **NO_LEAK_SEARCH}, capture_output=True, check=False)
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual(result.stderr.decode().splitlines()[-1], f"panelctl: {text}")
+                self.assertEqual(IMAGE.read_bytes(), FACTORY)
+
+    def test_what_the_reading_tool_complains_about_goes_nowhere(self):
+        with self.tool("readee", f"echo something is odd >&2; exec cat {IMAGE}"):
+            self.output("device", "show")
+        self.assertEqual([path for path in pathlib.Path("/dev").iterdir() if path.is_file()], [])
+
     def test_device_that_does_not_keep_a_value_is_told(self):
         for script in ("cat >/dev/null", ":", "exit 1", "head -c 1 >/dev/null"):
             with self.subTest(script=script), self.tool("writeee", script):
@@ -304,6 +323,8 @@ MISTAKES = [
         ({f"{name}_gateway": "ff000001"}, f"{name}_gateway", "255.0.0.1"))),
     ({"eth1_mac": "02005e0a0001"}, "eth1_mac", "eth0"),
     ({"brightness": "8d00"}, "brightness", "141 is no level"),
+    # A mask with a gap next to its end.
+    ({"eth0_mask": "fffffffd"}, "eth0_ip", "whole network"),
 ]
 
 
@@ -344,6 +365,16 @@ class Check(DeviceTest):
         self.assertEqual(self.problems(self.good), [])
         unset = {f"{name}_{part}": "00000000" for name in ("eth0", "eth1") for part in ADDRESSES}
         self.assertEqual(self.problems(self.with_bytes({"brightness": "0000", **unset})), [])
+
+    def test_network_of_two_has_no_address_of_its_own(self):
+        for address, gateway in (("0a010004", "0a010005"), ("0a010005", "0a010004")):
+            self.assertEqual(self.problems(self.with_bytes(
+                {"eth0_ip": address, "eth0_mask": "fffffffe", "eth0_gateway": gateway})), [])
+
+    def test_missing_mac_address_is_nobody_else_s(self):
+        missing = {"eth0_mac": "00" * 6, "eth1_mac": "00" * 6}
+        self.assertEqual([told for _, told in self.problems(self.with_bytes(missing))],
+                         ["00:00:00:00:00:00 is no MAC address"] * 2)
 
     def test_each_mistake_is_told_alone(self):
         for mistake, field, text in MISTAKES:

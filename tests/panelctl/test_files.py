@@ -69,6 +69,24 @@ class Replacement(PanelTest):
         calls = "\n".join(self.trace())
         self.assertRegex(calls, r"fchown\(4<.*, 0, 0\)")
 
+    def test_nobody_else_reads_what_is_not_complete(self):
+        self.assertEqual([call.count(", 0600)") for call in self.trace() if "O_TMPFILE" in call], [1])
+
+    def test_write_that_a_signal_interrupts_goes_on(self):
+        calls = [call for call in self.trace() if call.startswith("write(")]
+        number = next(at for at, call in enumerate(calls, 1) if '"nameserver 2' in call)
+        self.keep_resolver()
+        self.trace("-e", f"inject=write:error=EINTR:when={number}")
+        self.assertEqual(RESOLVER.read_bytes(), self.NEW)
+
+    def test_medium_that_takes_nothing_keeps_the_old_file(self):
+        calls = [call for call in self.trace() if call.startswith("write(")]
+        number = next(at for at, call in enumerate(calls, 1) if '"nameserver 2' in call)
+        self.keep_resolver()
+        self.trace("-e", f"inject=write:retval=0:when={number}")
+        self.assertEqual(RESOLVER.read_bytes(), line("eth0", "1.1.1.1"))
+        self.assertEqual(self.drafts(), [])
+
     def test_owner_that_cannot_be_kept_is_told_and_nothing_is_changed(self):
         self.trace("-e", "inject=fchown:error=EPERM")
         self.assertEqual(RESOLVER.read_bytes(), line("eth0", "1.1.1.1"))
@@ -343,6 +361,19 @@ class Areas(PanelTest):
             self.assertTrue(stat.S_ISFIFO(pipe.stat().st_mode))
         self.output("reg", "write", "language", "english")
 
+    def test_pipes_are_for_everybody_as_far_as_the_umask_lets_them(self):
+        self.output("areas", "create", "--root", self.root, preexec_fn=lambda: os.umask(0o022))
+        for pipe in (REGISTER_PIPE, AREA_PIPE):
+            self.assertEqual(stat.S_IMODE(self.below(pipe).stat().st_mode), 0o755)
+
+    def test_files_of_the_panel_itself_reach_the_medium(self):
+        for options, count in (((), 1), (("--root", self.root), 0)):
+            subprocess.run(["strace", "-o", "/tmp/trace", "-e", "trace=sync", PROGRAM, "areas",
+                            "create", *options], capture_output=True, check=False)
+            calls = pathlib.Path("/tmp/trace").read_text()
+            with self.subTest(options=options):
+                self.assertEqual(calls.count("sync("), count)
+
     def test_json_tells_what_became_of_each(self):
         rows = self.json("areas", "create", "--root", self.root)
         self.assertEqual({row["path"]: row["result"] for row in rows},
@@ -410,6 +441,28 @@ class Areas(PanelTest):
         path.write_bytes(noise(100))
         self.assertIn(f"extended {path}\n", self.create("language=english"))
         self.assertEqual(path.read_bytes(), noise(100) + bytes(3996))
+
+    def test_area_that_cannot_be_extended_is_told(self):
+        def fill_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1000, resource.RLIM_INFINITY))
+
+        self.create()
+        path = self.below(AREAS[7])
+        path.write_bytes(noise(100))
+        result = start("areas", "create", "--root", self.root, preexec_fn=fill_disk)
+        self.assertEqual((result.returncode, self.one_line(result.stderr)), (
+            1, f"panelctl: cannot make {path}: it is too short and cannot be extended\n"))
+        self.assertEqual(path.read_bytes(), noise(100))
+
+    def test_pipe_that_leads_nowhere_is_told(self):
+        self.create()
+        path = self.below(AREA_PIPE)
+        path.unlink()
+        path.symlink_to("nowhere/pipe")
+        result = start("areas", "create", "--root", self.root)
+        self.assertEqual((result.returncode, self.one_line(result.stderr)),
+                         (1, f"panelctl: cannot make {path}: File exists\n"))
 
     def problems(self, *words):
         """What areas check finds below the folder, as lines and as JSON; its status fits."""

@@ -245,6 +245,8 @@ class Tables(PanelTest):
                 self.assertEqual(row["file"], str(AREAS[row["area"]]))
                 self.assertEqual(row["unit"], "bytes" if row["area"] % 2 else "bits")
                 self.assertEqual("name" in row, "description" in row)
+                if row["unit"] == "bits":
+                    self.assertEqual(row["size"], 1)
 
     def test_fields_fill_each_record_without_a_gap(self):
         for record in TABLES["records"]:
@@ -341,6 +343,7 @@ class Completion(PanelTest):
                  ["off", "on", "--image"]),
                 (("device", "set", "brightness", "76"), [*fields, "--image"]),
                 (("dns", "set"), ["eth0", "eth1"]), (("dns", "set", "eth0"), ["first", "backup"]),
+                (("reg", "read", "language"), ["--json"]), (("dns", "clear", "eth0"), []),
                 (("dns", "set", "eth0", "first"), []), (("reg", "watch"), ["--json"]),
                 (("areas", "create"), [*(f"{name}=" for name in names), "--json", "--root",
                                        "--stored"]), (("jump",), [])):

@@ -133,6 +133,16 @@ class Registers(RegisterTest):
                 self.assertIn("nobody reads", line)
                 self.assertEqual(self.output("reg", "read", "language"), text + "\n")
 
+    def test_standard_input_may_be_closed(self):
+        """The first file that is opened has its number then."""
+        listener = self.hear(REGISTER_PIPE)
+        self.output("reg", "write", "language", "english", "--notify",
+                    preexec_fn=lambda: os.close(0))
+        self.assertEqual(listener.heard(), (20).to_bytes(4, "little"))
+        AREAS[7].write_bytes(b"")
+        self.assertIn(f"{AREAS[7]} is too short", self.complaint(
+            1, "reg", "read", "language", preexec_fn=lambda: os.close(0)))
+
     def test_refused_value_sends_no_notice(self):
         listener = self.hear(REGISTER_PIPE)
         self.complaint(2, "reg", "write", "language", "klingon", "--notify")
@@ -188,6 +198,13 @@ class Watching(RegisterTest):
                 seen = watch.line()
                 self.assertEqual(json.loads(seen) if options else seen, line)
             self.assertEqual(watch.end(), (0, b"", b""))
+
+    def test_pipes_that_it_makes_are_for_everybody(self):
+        before = os.umask(0o022)
+        self.addCleanup(os.umask, before)
+        self.watch()
+        for pipe in (REGISTER_PIPE, AREA_PIPE):
+            self.assertEqual(pipe.stat().st_mode & 0o777, 0o755)
 
     def test_write_with_a_notice_is_seen(self):
         watch = self.watch()

@@ -2,6 +2,7 @@
 
 import contextlib
 import copy
+import fcntl
 import json
 import os
 import pathlib
@@ -22,6 +23,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
 SETTINGS = pathlib.Path("/hmi/Config/system_settings.ini")
 JOURNAL = pathlib.Path("/hmi_data/panelctl.journal")
+WATCH = pathlib.Path("/var/run/panelctl.watch")
+LOCK = pathlib.Path("/var/run/panelctl.lock")
 WRITE = "/root/plat-intf/writeee count=16"
 TWO_ADAPTERS = patched(FACTORY, slice(262, 263), bytes([FACTORY[262] | 1]))
 
@@ -125,14 +128,15 @@ class Export(TransferTest):
         # The settings file counts here, and not the register.
         self.silent("reg", "write", "eth0_off", "on")
         SETTINGS.write_text("[Network0]\nenable=true\n[Network1]\nenable=false\n")
-        RESOLVER.write_bytes(b"nameserver 1.1.1.1 # eth1\nnameserver 2.2.2.2 # eth1\n")
+        # A third server is nobody's.
+        RESOLVER.write_bytes(b"".join(b"nameserver %d.1.1.1 # eth1\n" % at for at in (1, 2, 3)))
         seen = self.exported()
         self.assertEqual((seen["display"]["brightness"], seen["sound"]["buzzer"]), (76, True))
         self.assertEqual(seen["network"]["default_adapter"], "eth1")
         self.assertFalse(seen["network"]["eth0"]["off"])
         eth1 = seen["network"]["eth1"]
         self.assertEqual((eth1["gateway"], eth1["dhcp"], eth1["off"], eth1["dns"]),
-                         ("192.168.2.9", True, True, ["1.1.1.1", "2.2.2.2"]))
+                         ("192.168.2.9", True, True, ["1.1.1.1", "2.1.1.1"]))
 
     def test_settings_are_those_of_the_tables(self):
         self.assertEqual(set(places(self.exported("--identity"))) - {"version"},
@@ -214,6 +218,23 @@ class Import(TransferTest):
         self.assertIn("[Somebody]\nelse=1\n", settings)
         self.assertIn("[Network0]\nenable=false\n", settings)
         self.assertIn("buzzer=on\n", settings)
+        self.imported({"version": 1, "sound": {"buzzer": False},
+                       "network": {"eth0": {"off": False}, "eth1": {"off": False}}})
+        settings = SETTINGS.read_text()
+        self.assertIn("buzzer=off\n", settings)
+        self.assertEqual(settings.count("enable=true\n"), 2)
+
+    def test_brightness_may_be_off(self):
+        self.imported({"version": 1, "display": {"brightness": 0}})
+        self.assertEqual(self.exported()["display"]["brightness"], 0)
+
+    def test_standard_input_may_be_closed(self):
+        """The first file that is opened has its number then."""
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        self.output("import", path, "--confirm", "1000", preexec_fn=lambda: os.close(0))
+        self.assertEqual(self.exported()["display"], OTHER["display"])
+        self.silent("confirm")
 
     def test_runtime_hears_of_the_registers_that_are_announced_and_changed(self):
         listener = self.hear(REGISTER_PIPE)
@@ -285,6 +306,7 @@ class Errors(TransferTest):
         ("display", 3, "object"), ("network.eth0", [], "object"),
         ("display.brightness", 78, "no level"), ("display.brightness", "140", "whole number"),
         ("display.brightness", 76.5, "whole number"), ("display.brightness", 1e300, "whole"),
+        ("display.brightness", 1000000, "a number from 0 to 65535"),
         ("display.brightness", -4, "whole number"), ("display.brightness", None, "whole number"),
         ("display.language", "klingon", words_that_fit("language")),
         ("display.language", 1, "quotation"),
@@ -336,9 +358,15 @@ class Errors(TransferTest):
                 [(where, what)] = self.errors(broken(place, value))
                 self.assertEqual(where, place)
                 self.assertIn(text, what)
-        # A mistake that the panel has already is not the file's.
+        # A mistake that the panel has already is not the file's,
         self.silent("device", "set", "eth1_gateway", "10.9.9.9")
         self.imported({"version": 1, "display": {"brightness": 80}})
+        # but another one at the same place is, and the same one at another place.
+        for adapter, gateway, text in (("eth1", "192.168.2.10", "is the adapter itself"),
+                                       ("eth0", "10.9.9.9", "is not in the adapter's network")):
+            self.assertEqual(self.errors(
+                {"version": 1, "network": {adapter: {"gateway": gateway}}}),
+                [(f"network.{adapter}.gateway", text)])
 
     def test_second_adapter_is_refused_where_there_is_none(self):
         IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
@@ -360,6 +388,15 @@ class Errors(TransferTest):
             with self.subTest(content=content), unittest.mock.patch.dict(os.environ, environment):
                 self.assertEqual(self.errors(content.encode()),
                                  [(place, f"is given twice, again at {position}")])
+        for content, found in (
+                (r'{"version": 1, "\"": "\"", "\"": 2}',
+                 [('"', "is given twice, again at line 1, column 28"),
+                  ('"', "there is no such setting")]),
+                ('{"version": 1, "network": {"eth0": {"dns": [{"x": 1, "x": 2}]}}}',
+                 [("network.eth0.dns.x", "is given twice, again at line 1, column 54"),
+                  ("network.eth0.dns[0]", "it takes a text in quotation marks")])):
+            with self.subTest(content=content):
+                self.assertEqual(self.errors(content.encode()), found)
         # The same name in two objects, and one that is a value, are no repetition.
         self.imported({"version": 1, "network": {
             "default_adapter": "eth0", "eth0": {"mask": "255.255.255.0", "dhcp": True},
@@ -425,6 +462,18 @@ class Now(TransferTest):
                          ["kill 4194000", "ifconfig eth1 192.168.2.10 up",
                           "ifconfig eth1 netmask 255.255.255.0", *self.routes()])
 
+    def test_gateway_alone_rebuilds_the_routes(self):
+        self.assertEqual(self.run_commands(self.network("eth1", gateway="192.168.2.9"), "--now"),
+                         self.routes(eth1="192.168.2.9"))
+
+    def test_commands_have_empty_streams_and_run_before_the_registers_tell_of_it(self):
+        streams, area = self.folder / "streams", self.folder / "area"
+        with self.program("ifconfig", f"readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2 "
+                                      f">{streams} & wait; cp {AREAS[5]} {area}"):
+            self.assertIn("network.eth0.ip: ", self.imported(ADDRESSES, "--now"))
+        self.assertEqual(streams.read_text(), "/dev/null\n" * 3)
+        self.assertEqual(area.read_bytes(), bytes(4096))
+
     def test_adapter_that_is_switched_off_is_taken_down_and_back_up(self):
         self.assertEqual(self.run_commands(self.network("eth0", off=True), "--now"),
                          ["ifconfig eth0 down", *self.routes()])
@@ -448,21 +497,35 @@ class Now(TransferTest):
         self.assertEqual(self.run_commands(ADDRESSES, "--now")[-4:], self.routes(eth0="10.1.0.1"))
 
     def test_client_that_goes_on_running_keeps_no_lock(self):
-        process = self.folder / "client"
-        with self.client(f"echo $$ >{process}.new; mv {process}.new {process}; exec sleep 1000"):
+        with self.client():
             self.imported(self.network("eth1", dhcp=True), "--now")
+
+    def test_client_that_comes_back_keeps_no_lock(self):
+        self.imported(self.network("eth1", dhcp=True))
+        with self.client():
+            self.imported(self.network("eth1", dhcp=False), "--now", "--confirm=1")
+
+    @contextlib.contextmanager
+    def client(self):
+        """While a client runs that was started meanwhile, the settings can be changed."""
+        process = self.folder / "client"
+        script = f"echo $$ >{process}.new; mv {process}.new {process}; exec sleep 1000"
+        with self.program("udhcpc", script):
+            yield
             wait_for(process.exists, "the client")
             try:
-                self.imported(self.network("eth1", dhcp=False))
+                wait_for(lambda: not JOURNAL.exists(), "the old settings")
+                self.imported(self.network("eth1", mask="255.255.255.128"))
             finally:
                 os.kill(int(process.read_text()), signal.SIGKILL)
 
     @contextlib.contextmanager
-    def client(self, script):
+    def program(self, name, script):
+        """What is run by that name does something else."""
         path = self.folder / "bin"
         path.mkdir()
-        (path / "udhcpc").write_text(f"#!/bin/sh\n{script}\n")
-        (path / "udhcpc").chmod(0o755)
+        (path / name).write_text(f"#!/bin/sh\n{script}\n")
+        (path / name).chmod(0o755)
         old = os.environ["PATH"]
         os.environ["PATH"] = f"{path}:{old}"
         try:
@@ -491,8 +554,67 @@ class Confirm(TransferTest):
     def test_not_confirmed_it_is_taken_back_by_itself(self):
         self.imported(OTHER, "--confirm", "1")
         wait_for(lambda: not JOURNAL.exists(), "the old settings")
+        wait_for(lambda: not self.watchers(), "the end of the watch")
         self.assertEqual(self.state(), self.old)
         self.assertIn("no import waits", self.complaint(1, "confirm"))
+
+    def watchers(self):
+        """The running processes of the program."""
+        found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                if process.joinpath("cmdline").read_bytes().startswith(PROGRAM.encode()):
+                    found.append(process)
+        return found
+
+    def check_watcher(self):
+        """One process watches, apart from whoever started it."""
+        wait_for(lambda: len(self.watchers()) == 1, "one process that watches")
+        [process] = self.watchers()
+
+        def held():
+            return sorted(os.readlink(link) for link in process.joinpath("fd").iterdir())
+        # Once in a while it also reads the journal.
+        wait_for(lambda: held() == ["/dev/null"] * 3 + [str(WATCH.resolve())], "what it needs")
+        self.assertEqual(os.readlink(process / "cwd"), "/")
+        self.assertEqual(os.getsid(int(process.name)), int(process.name))
+        ignored = re.search(r"SigIgn:\t(\w+)", (process / "status").read_text())[1]
+        self.assertTrue(int(ignored, 16) & 1 << signal.SIGHUP - 1)
+
+    def test_one_process_watches_and_holds_nothing_of_its_starter(self):
+        wait_for(lambda: not self.watchers(), "the end of watches before this one")
+        for path in (WATCH, LOCK):
+            path.unlink(missing_ok=True)
+        high = fcntl.fcntl(0, fcntl.F_DUPFD, 255)
+        self.addCleanup(os.close, high)
+        start("import", "-", "--confirm", "1000", input=json.dumps(OTHER).encode(),
+              pass_fds=[high], cwd=self.folder)
+        for _ in range(2):
+            self.output("reg", "read", "language")
+        self.check_watcher()
+        for path in (WATCH, LOCK):
+            self.assertEqual(path.stat().st_mode & 0o777, 0o600)
+        self.silent("confirm")
+        wait_for(lambda: not self.watchers(), "the end of the watch")
+
+    def test_watch_looks_once_a_second(self):
+        trace = self.folder / "trace"
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        with subprocess.Popen(["strace", "-f", "-o", trace, "-e", "trace=clock_nanosleep", PROGRAM,
+                               "import", "--confirm", "1000", path], stdout=subprocess.DEVNULL):
+            try:
+                wait_for(lambda: trace.exists() and "{tv_sec=1, tv_nsec=0}" in trace.read_text(),
+                         "a look each second")
+            finally:
+                self.silent("confirm")
+
+    def test_journal_tells_the_start_of_the_panel_from_others(self):
+        self.imported(OTHER, "--confirm", "1000")
+        boot = pathlib.Path("/proc/sys/kernel/random/boot_id").read_text().strip()
+        since = pathlib.Path("/proc/1/stat").read_text().rpartition(") ")[2].split()[19]
+        self.assertEqual(json.loads(JOURNAL.read_text())["start"], f"{boot} {since}")
+        self.silent("confirm")
 
     def test_running_panel_is_taken_back_as_well(self):
         self.imported(ADDRESSES, "--now", "--confirm=1")
@@ -538,7 +660,7 @@ class Confirm(TransferTest):
     def test_another_import_waits_until_it_is_confirmed(self):
         self.imported(OTHER, "--confirm", "1000")
         line = self.complaint(1, "import", "-", input=b'{"version": 1}')
-        self.assertIn("waits for panelctl confirm", line)
+        self.assertEqual(line, "panelctl: another import waits for panelctl confirm\n")
         self.silent("confirm")
 
     def restarted(self, **changes):
@@ -571,6 +693,16 @@ class Confirm(TransferTest):
                 wait_for(lambda: not JOURNAL.exists(), "the old settings")
                 self.assertEqual(self.state()[IMAGE], self.old[IMAGE])
                 self.assertIn("ifconfig eth0 192.168.1.10", self.lines())
+
+    def test_after_a_restart_the_journal_is_right_before_somebody_watches_again(self):
+        self.restarted(clock=int(time.time()) + 500)
+        calls = self.folder / "calls"
+        subprocess.run(["strace", "-o", calls, "-e", "trace=renameat,clone", PROGRAM, "recover"],
+                       env={**os.environ, **NO_LEAK_SEARCH}, capture_output=True, check=False)
+        self.assertEqual(re.findall(r"^(renameat|clone)\(", calls.read_text(), re.M),
+                         ["renameat", "clone"])
+        self.check_watcher()
+        self.silent("confirm")
 
     def test_after_a_restart_the_running_panel_is_taken_back_too(self):
         """It was started with the new settings, although they were not imported with --now."""
