@@ -224,7 +224,7 @@ class Interrupted(TransferTest):
     def test_broken_image_that_cannot_be_mended_is_told(self):
         tool = "/root/plat-intf/writeee"
         for image, options, text in (
-                ("00", (), "an image of 1 bytes is none"),
+                ("00", (), "an image of 1 byte is no device image"),
                 (TWO_ADAPTERS.hex(), ("-e", "inject=pipe2:error=EMFILE:when=2"),
                  f"{tool} does not take the image")):
             with self.subTest(text=text):

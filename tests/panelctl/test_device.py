@@ -228,7 +228,8 @@ class Tools(DeviceTest):
     def test_what_the_reading_tool_complains_about_goes_nowhere(self):
         with self.tool("readee", f"echo something is odd >&2; exec cat {IMAGE}"):
             self.output("device", "show")
-        self.assertEqual([path for path in pathlib.Path("/dev").iterdir() if path.is_file()], [])
+        self.assertEqual([path for path in pathlib.Path("/dev").iterdir()
+                          if path.is_file() and not path.is_symlink()], [])
 
     def test_device_that_does_not_keep_a_value_is_told(self):
         for script in ("cat >/dev/null", ":", "exit 1", "head -c 1 >/dev/null"):
