@@ -5,6 +5,7 @@
 #include "tests/support/Hands.h"
 #include "tests/support/LanguageChanges.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QFontDatabase>
@@ -19,8 +20,8 @@
 
 namespace {
 
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
-const QString fontFile = QStringLiteral("/hmi/default.ttf");
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
+const QString fontFile = "/hmi/default.ttf"_s;
 
 /// Counts how often a text is looked up in it.
 class CountingTranslator : public QTranslator
@@ -83,11 +84,11 @@ void TestCommon::keyBeep_followsTheSettingsFile_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("on");
     QTest::addColumn<bool>("off");
-    QTest::newRow("on") << QVariant(QStringLiteral("on")) << true << false;
-    QTest::newRow("off") << QVariant(QStringLiteral("off")) << false << true;
+    QTest::newRow("on") << QVariant("on"_s) << true << false;
+    QTest::newRow("off") << QVariant("off"_s) << false << true;
     QTest::newRow("absent") << QVariant() << false << false;
     QTest::newRow("empty") << QVariant(QString()) << false << false;
-    QTest::newRow("another case") << QVariant(QStringLiteral("ON")) << false << false;
+    QTest::newRow("another case") << QVariant("ON"_s) << false << false;
     QTest::newRow("true is not on") << QVariant(true) << false << false;
 }
 
@@ -96,10 +97,10 @@ void TestCommon::keyBeep_followsTheSettingsFile()
     QFETCH(QVariant, value);
     QFETCH(bool, on);
     QFETCH(bool, off);
-    QSettings settings(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    QSettings settings("/tmp/beep.ini"_s, QSettings::IniFormat);
     settings.clear();
     if (value.isValid()) {
-        settings.setValue(QStringLiteral("General/buzzer"), value);
+        settings.setValue("General/buzzer"_s, value);
     }
     QCOMPARE(KeyBeep::isOn(&settings), on);
     QCOMPARE(KeyBeep::isOff(&settings), off);
@@ -120,7 +121,7 @@ void TestCommon::keyBeep_withoutSettings_isSilent()
 
 void TestCommon::keyBeep_readsWhatItWrites()
 {
-    QSettings settings(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    QSettings settings("/tmp/beep.ini"_s, QSettings::IniFormat);
     for (const bool on : {true, false, true}) {
         KeyBeep::store(&settings, on);
         QCOMPARE(KeyBeep::isOn(&settings), on);
@@ -130,10 +131,10 @@ void TestCommon::keyBeep_readsWhatItWrites()
 
 void TestCommon::keyBeep_readsTheFileAtEveryPress()
 {
-    QSettings reader(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
-    QSettings writer(QStringLiteral("/tmp/beep.ini"), QSettings::IniFormat);
+    QSettings reader("/tmp/beep.ini"_s, QSettings::IniFormat);
+    QSettings writer("/tmp/beep.ini"_s, QSettings::IniFormat);
     for (const char* value : {"on", "off", "on"}) {
-        writer.setValue(QStringLiteral("General/buzzer"), QString::fromLatin1(value));
+        writer.setValue("General/buzzer"_s, QString::fromLatin1(value));
         QCOMPARE(KeyBeep::isOn(&reader), qstrcmp(value, "on") == 0);
     }
 }
@@ -153,7 +154,7 @@ void TestCommon::font_isTheFirstFamilyOfTheId()
 
 void TestCommon::font_missingFile_isTheApplicationsDefault()
 {
-    const int id = PanelFont::registerFile(QStringLiteral("/hmi/no-such-font.ttf"));
+    const int id = PanelFont::registerFile("/hmi/no-such-font.ttf"_s);
     QCOMPARE(id, -1);
     QCOMPARE(PanelFont::family(id), QGuiApplication::font().family());
     QCOMPARE(PanelFont::font(id, 9, 50).pointSize(), 9);
@@ -208,7 +209,7 @@ void TestCommon::translation_installedOftenIsLookedUpOnce()
         Translation::install(translator);
     }
     translator.lookups = 0;
-    QCOMPARE(QCoreApplication::translate("GeneralSettings", "nowhere"), QStringLiteral("nowhere"));
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "nowhere"), "nowhere"_s);
     QCOMPARE(translator.lookups, 1);
 }
 
@@ -230,7 +231,7 @@ void TestCommon::translation_deletedTranslatorLeavesNothing()
     }
     QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QString::fromUtf8("周日"));
     translator.reset();
-    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QStringLiteral("Sun"));
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), "Sun"_s);
 }
 
 void TestCommon::message_showsWhatItIsGiven_data()
@@ -240,10 +241,11 @@ void TestCommon::message_showsWhatItIsGiven_data()
     QTest::addColumn<QMessageBox::StandardButton>("button");
     QTest::addColumn<QString>("caption");
     QTest::addColumn<QString>("sign");
-    QTest::newRow("short") << QMessageBox::Critical << QStringLiteral("no") << QMessageBox::Ok
-                           << QStringLiteral("OK") << "critical";
+    QTest::newRow("short") << QMessageBox::Critical << "no"_s << QMessageBox::Ok << "OK"_s
+                           << "critical";
     QTest::newRow("long") << QMessageBox::Information << QString(40, QLatin1Char('w'))
-                          << QMessageBox::Yes << QStringLiteral("Yes") << "information";
+                          << QMessageBox::Yes << "Yes"_s
+                          << "information";
 }
 
 void TestCommon::message_showsWhatItIsGiven()
@@ -258,31 +260,31 @@ void TestCommon::message_showsWhatItIsGiven()
     const Hands::WhenOpen<QMessageBox> looking([&](QMessageBox& open) {
         QMessageBox* box = &open;
         QCOMPARE(box->icon(), icon);
-        QCOMPARE(box->windowTitle(), QStringLiteral("Title"));
+        QCOMPARE(box->windowTitle(), "Title"_s);
         QCOMPARE(box->text(), text);
         QVERIFY(!box->parent());
         QCOMPARE(int(box->standardButtons()), int(button));
         QCOMPARE(box->defaultButton(), box->button(button));
         QCOMPARE(box->styleSheet(),
-                 QStringLiteral("QMessageBox{background-color:rgb(255, 255, 255);border:2px solid "
-                                "#000000;border-radius:3px;}"));
+                 "QMessageBox{background-color:rgb(255, 255, 255);border:2px solid "
+                 "#000000;border-radius:3px;}"_s);
 
-        const QImage drawn(QStringLiteral(SIGNS_FOLDER "/%1.png").arg(sign));
-        const auto* shown = box->findChild<QLabel*>(QStringLiteral("qt_msgboxex_icon_label"));
+        const QImage drawn(SIGNS_FOLDER "/%1.png"_s.arg(sign));
+        const auto* shown = box->findChild<QLabel*>("qt_msgboxex_icon_label"_s);
         QCOMPARE(shown->pixmap(Qt::ReturnByValue).toImage(),
                  drawn.convertToFormat(QImage::Format_ARGB32_Premultiplied));
 
-        const auto* label = box->findChild<QLabel*>(QStringLiteral("qt_msgbox_label"));
+        const auto* label = box->findChild<QLabel*>("qt_msgbox_label"_s);
         QCOMPARE(label->font().family(), PanelFont::family(fontId));
         QVERIFY2(label->width() >= label->fontMetrics().horizontalAdvance(text), "nothing cut off");
         const QAbstractButton* key = box->button(button);
         QCOMPARE(key->text(), caption);
         QVERIFY2(key->width() >= 100 && key->height() >= 44, "a finger hits it");
-        QVERIFY(key->styleSheet().contains(QStringLiteral("button_up.png")));
+        QVERIFY(key->styleSheet().contains("button_up.png"_s));
         closed = true;
         box->button(button)->click();
     });
-    Message::show(nullptr, fontId, icon, QStringLiteral("Title"), text, button);
+    Message::show(nullptr, fontId, icon, "Title"_s, text, button);
     QVERIFY(closed);
 }
 

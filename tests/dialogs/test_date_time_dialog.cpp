@@ -25,8 +25,8 @@
 
 namespace {
 
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
-const QString lockArea = QStringLiteral("/hmi_data/sfb.dat");
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
+const QString lockArea = "/hmi_data/sfb.dat"_s;
 constexpr int lockBit = 1;
 
 /// The six fields: name, keypad range.
@@ -76,9 +76,8 @@ QString enter(const char* name, const QString& digits)
 
 QStringList clockCommands(const char* date, const char* time)
 {
-    return {QStringLiteral("date -s ") + QString::fromLatin1(date),
-            QStringLiteral("date -s ") + QString::fromLatin1(time),
-            QStringLiteral("hwclock --systohc --utc")};
+    return {"date -s "_s + QString::fromLatin1(date), "date -s "_s + QString::fromLatin1(time),
+            "hwclock --systohc --utc"_s};
 }
 
 void sendMouse(QWidget& window, QEvent::Type type, const QPointF& local, Qt::MouseButton button)
@@ -141,7 +140,7 @@ private slots:
 void TestDateTimeDialog::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
-    QCOMPARE(PanelFont::registerFile(QStringLiteral("/hmi/default.ttf")), 0);
+    QCOMPARE(PanelFont::registerFile("/hmi/default.ttf"_s), 0);
 }
 
 void TestDateTimeDialog::init()
@@ -183,8 +182,8 @@ void TestDateTimeDialog::sizes_followTheDeviceRecord()
     PanelWorld::clearCommands();
     QCOMPARE(dialog()->minimumSize(), QSize(dialogWidth, 120));
     QCOMPARE(dialog()->maximumSize(), QSize(dialogWidth, 120));
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("/root/plat-intf/readee")}));
-    const auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    QCOMPARE(PanelWorld::commands(), QStringList({"/root/plat-intf/readee"_s}));
+    const auto* titleBar = dialog()->findChild<QFrame*>("titleBarFrame"_s);
     QCOMPARE(titleBar->minimumSize(), QSize(dialogWidth - 6, 50));
     QCOMPARE(titleBar->maximumSize(), QSize(dialogWidth - 6, 50));
     for (const Field& row : fields) {
@@ -196,27 +195,25 @@ void TestDateTimeDialog::sizes_followTheDeviceRecord()
 
 void TestDateTimeDialog::looks_areAsDocumented()
 {
-    QCOMPARE(dialog()->objectName(), QStringLiteral("DateTimeDialog"));
-    QCOMPARE(dialog()->windowTitle(), QStringLiteral("Dialog"));
+    QCOMPARE(dialog()->objectName(), "DateTimeDialog"_s);
+    QCOMPARE(dialog()->windowTitle(), "Dialog"_s);
     QVERIFY(dialog()->windowFlags() & Qt::FramelessWindowHint);
-    QCOMPARE(dialog()->styleSheet(),
-             QStringLiteral("#DateTimeDialog{border:3px solid rgb(0, 0, 0);}"));
+    QCOMPARE(dialog()->styleSheet(), "#DateTimeDialog{border:3px solid rgb(0, 0, 0);}"_s);
     QCOMPARE(dialog()->layout()->contentsMargins(), QMargins(3, 3, 3, 3));
     QCOMPARE(dialog()->font().weight(), 75);
     QCOMPARE(dialog()->font().pointSize(), 13);
     QCOMPARE(dialog()->font().family(), PanelFont::family(0));
-    const auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    const auto* titleBar = dialog()->findChild<QFrame*>("titleBarFrame"_s);
     QCOMPARE(titleBar->frameShape(), QFrame::StyledPanel);
     QCOMPARE(titleBar->layout()->contentsMargins(), QMargins());
     QCOMPARE(titleBar->styleSheet(),
-             QStringLiteral("QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"));
-    const auto* close = dialog()->findChild<QPushButton*>(QStringLiteral("closePushButton"));
+             "QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"_s);
+    const auto* close = dialog()->findChild<QPushButton*>("closePushButton"_s);
     QCOMPARE(close->minimumSize(), QSize(45, 45));
     QCOMPARE(close->maximumSize(), QSize(45, 45));
-    QCOMPARE(close->styleSheet(),
-             QStringLiteral("QPushButton{border-image: url(:/Resources/close.png); "
-                            "background-color: rgba(255, 255, 255, 0);color:white;}"));
-    QCOMPARE(dialog()->findChild<QLayout*>(QStringLiteral("dateTimeLayout"))->contentsMargins(),
+    QCOMPARE(close->styleSheet(), "QPushButton{border-image: url(:/Resources/close.png); "
+                                  "background-color: rgba(255, 255, 255, 0);color:white;}"_s);
+    QCOMPARE(dialog()->findChild<QLayout*>("dateTimeLayout"_s)->contentsMargins(),
              QMargins(10, 10, 10, 10));
     for (const char* name : {"horizontalLayout", "horizontalLayout_2", "horizontalLayout_3",
                              "horizontalLayout_4", "horizontalLayout_5"}) {
@@ -260,12 +257,10 @@ QMargins marginsOf(const char* layout)
 
 void TestDateTimeDialog::form_hasItsOrderAndMargins()
 {
-    QCOMPARE(widgetsIn(dialog()->findChild<QLayout*>(QStringLiteral("dateTimeLayout"))),
-             QStringList({QStringLiteral("yearLineEdit"), QStringLiteral("label"),
-                          QStringLiteral("monthLineEdit"), QStringLiteral("label_2"),
-                          QStringLiteral("dateLineEdit"), QStringLiteral("hourLineEdit"),
-                          QStringLiteral("label_3"), QStringLiteral("minuteLineEdit"),
-                          QStringLiteral("label_4"), QStringLiteral("secondLineEdit")}));
+    QCOMPARE(widgetsIn(dialog()->findChild<QLayout*>("dateTimeLayout"_s)),
+             QStringList({"yearLineEdit"_s, "label"_s, "monthLineEdit"_s, "label_2"_s,
+                          "dateLineEdit"_s, "hourLineEdit"_s, "label_3"_s, "minuteLineEdit"_s,
+                          "label_4"_s, "secondLineEdit"_s}));
     // A layout within another has no margins by default.
     QCOMPARE(marginsOf("horizontalLayout"), QMargins(0, 0, 0, 0));
     QCOMPARE(marginsOf("horizontalLayout_3"), QMargins(0, 0, 80, 0));
@@ -321,8 +316,7 @@ void TestDateTimeDialog::entry_opensTheKeypadOfItsField_data()
     const char* const current[] = {"2024", "3", "7", "9", "5", "0"};
     for (int row = 0; row < int(std::size(fields)); ++row) {
         QTest::newRow(fields[row].name) << row
-                                        << QStringLiteral("Min:%1 Max:%2 %3")
-                                               .arg(fields[row].minimum)
+                                        << "Min:%1 Max:%2 %3"_s.arg(fields[row].minimum)
                                                .arg(fields[row].maximum)
                                                .arg(QString::fromLatin1(current[row]));
     }
@@ -342,7 +336,7 @@ void TestDateTimeDialog::entry_setsBothClocksInOrder()
 {
     dialog()->show();
     showMoment(2024, 3, 7, 9, 5, 0);
-    enter("minuteLineEdit", QStringLiteral("42"));
+    enter("minuteLineEdit", "42"_s);
     QCOMPARE(shown(), QStringList({"2024", "03", "07", "09", "42", "00"}));
     QCOMPARE(PanelWorld::commands(), clockCommands("2024-3-7", "9:42:0"));
 }
@@ -396,9 +390,9 @@ void TestDateTimeDialog::entry_dayIsNotCheckedAgainstTheMonth()
 {
     dialog()->show();
     showMoment(2024, 2, 7, 9, 5, 0);
-    enter("dateLineEdit", QStringLiteral("31"));
+    enter("dateLineEdit", "31"_s);
     QCOMPARE(PanelWorld::commands(), clockCommands("2024-2-31", "9:5:0"));
-    QCOMPARE(field("dateLineEdit")->text(), QStringLiteral("31"));
+    QCOMPARE(field("dateLineEdit")->text(), "31"_s);
 }
 
 void TestDateTimeDialog::entry_cancelled_changesNothing()
@@ -419,9 +413,9 @@ void TestDateTimeDialog::entry_outOfRange_isRefusedByTheKeypad()
         box.close();
         QTimer::singleShot(0, qApp, [] { Hands::modal()->close(); });
     });
-    enter("hourLineEdit", QStringLiteral("24"));
+    enter("hourLineEdit", "24"_s);
     QCOMPARE(PanelWorld::commands(), QStringList());
-    QCOMPARE(field("hourLineEdit")->text(), QStringLiteral("09"));
+    QCOMPARE(field("hourLineEdit")->text(), "09"_s);
 }
 
 void TestDateTimeDialog::entry_pressReachesItsFieldToo_data()
@@ -458,7 +452,7 @@ void TestDateTimeDialog::entry_clearsTheFocus()
     QMouseEvent press(QEvent::MouseButtonPress, QPointF(5, 5), Qt::LeftButton, Qt::LeftButton,
                       Qt::NoModifier);
     QVERIFY(!static_cast<QObject*>(dialog())->eventFilter(field("hourLineEdit"), &press));
-    QCOMPARE(field("hourLineEdit")->text(), QStringLiteral("08"));
+    QCOMPARE(field("hourLineEdit")->text(), "08"_s);
     QVERIFY(!field("hourLineEdit")->hasFocus());
 }
 
@@ -488,8 +482,8 @@ void TestDateTimeDialog::press_beepsByTheSwitch()
     QFETCH(QString, buzzer);
     QFETCH(int, beeps);
     DateTimeDialog::release();
-    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+    QSettings settings("/tmp/date.ini"_s, QSettings::IniFormat);
+    settings.setValue("General/buzzer"_s, buzzer);
     dialog(&settings)->show();
     PanelWorld::clearCommands();
     for (const Field& row : fields) {
@@ -504,13 +498,13 @@ void TestDateTimeDialog::press_beepsByTheSwitch()
 void TestDateTimeDialog::lockRegister_closesTheFields()
 {
     DateTimeDialog::release();
-    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
+    QSettings settings("/tmp/date.ini"_s, QSettings::IniFormat);
+    settings.setValue("General/buzzer"_s, "on"_s);
     dialog(&settings)->show();
     PanelWorld::setAreaBit(lockArea, lockBit, true);
     PanelWorld::clearCommands();
     for (const Field& row : fields) {
-        QCOMPARE(enter(row.name, QStringLiteral("1")), QString());
+        QCOMPARE(enter(row.name, "1"_s), QString());
     }
     for (const auto type : {QEvent::MouseMove, QEvent::Paint}) {
         QEvent event(type);
@@ -526,9 +520,9 @@ void TestDateTimeDialog::lockRegister_locksByItsNeighboursToo()
     dialog()->show();
     const int next = lockBit + 1;
     PanelWorld::setAreaBit(lockArea, next, true);
-    QCOMPARE(enter("hourLineEdit", QStringLiteral("1")), QString());
+    QCOMPARE(enter("hourLineEdit", "1"_s), QString());
     PanelWorld::setAreaBit(lockArea, next, false);
-    QVERIFY(!enter("hourLineEdit", QStringLiteral("1")).isEmpty());
+    QVERIFY(!enter("hourLineEdit", "1"_s).isEmpty());
 }
 
 void TestDateTimeDialog::lockRegister_isReadAtEveryPress()
@@ -563,9 +557,9 @@ void TestDateTimeDialog::lockRegister_isReadForEveryEvent()
 void TestDateTimeDialog::lockRegister_unreadable_locksNothing()
 {
     dialog()->show();
-    QVERIFY(QFile::rename(lockArea, lockArea + QStringLiteral(".away")));
+    QVERIFY(QFile::rename(lockArea, lockArea + ".away"_s));
     QVERIFY(!enter("hourLineEdit", QString()).isEmpty());
-    QVERIFY(QFile::rename(lockArea + QStringLiteral(".away"), lockArea));
+    QVERIFY(QFile::rename(lockArea + ".away"_s, lockArea));
 }
 
 void TestDateTimeDialog::filter_consumesNothing()
@@ -594,7 +588,7 @@ void TestDateTimeDialog::setSystemTime_runsThreeCommandsWithoutPadding()
 
 void TestDateTimeDialog::setSystemTime_keepsWhatDatePrintsFromTheHost()
 {
-    const QString tool = QStringLiteral("/panel/bin/date");
+    const QString tool = "/panel/bin/date"_s;
     const QByteArray usual = PanelWorld::fileContent(tool);
     PanelWorld::writeFile(tool, "#!/bin/sh\necho the new time\necho complaint >&2\n");
     std::FILE* printed = std::tmpfile();
@@ -624,13 +618,12 @@ void TestDateTimeDialog::close_beepsByTheSwitchAndCloses()
     QFETCH(QString, buzzer);
     QFETCH(int, beeps);
     DateTimeDialog::release();
-    QSettings settings(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
-    settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+    QSettings settings("/tmp/date.ini"_s, QSettings::IniFormat);
+    settings.setValue("General/buzzer"_s, buzzer);
     DateTimeDialog* open = dialog(&settings);
     PanelWorld::clearCommands();
     QTimer::singleShot(0, open, [open] {
-        QTest::mouseClick(open->findChild<QPushButton*>(QStringLiteral("closePushButton")),
-                          Qt::LeftButton);
+        QTest::mouseClick(open->findChild<QPushButton*>("closePushButton"_s), Qt::LeftButton);
     });
     open->exec();
     QVERIFY(!open->isVisible());
@@ -639,7 +632,7 @@ void TestDateTimeDialog::close_beepsByTheSwitchAndCloses()
 
 void TestDateTimeDialog::instance_isOneAndKeepsItsArguments()
 {
-    QSettings other(QStringLiteral("/tmp/other.ini"), QSettings::IniFormat);
+    QSettings other("/tmp/other.ini"_s, QSettings::IniFormat);
     QWidget parent;
     DateTimeDialog* first = dialog();
     const QFont font = first->font();
@@ -651,9 +644,9 @@ void TestDateTimeDialog::instance_isOneAndKeepsItsArguments()
 void TestDateTimeDialog::instance_takesTheNextSettingsOnceTheFirstAreGone()
 {
     DateTimeDialog::release();
-    const QString path = QStringLiteral("/tmp/date.ini");
+    const QString path = "/tmp/date.ini"_s;
     auto first = std::make_unique<QSettings>(path, QSettings::IniFormat);
-    first->setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
+    first->setValue("General/buzzer"_s, "on"_s);
     dialog(first.get())->show();
     first.reset();
     PanelWorld::clearCommands();
@@ -688,9 +681,8 @@ void TestDateTimeDialog::drag_startsOnTheTitleBar()
     QVERIFY(!InputDialog::p_move);
 
     QPoint corner =
-        dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"))->geometry().bottomRight() +
-        QPoint(1, 1);
-    auto* titleBar = dialog()->findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+        dialog()->findChild<QFrame*>("titleBarFrame"_s)->geometry().bottomRight() + QPoint(1, 1);
+    auto* titleBar = dialog()->findChild<QFrame*>("titleBarFrame"_s);
     QVERIFY(dialog()->inRange(&corner, titleBar));
     corner += QPoint(1, 0);
     QVERIFY(!dialog()->inRange(&corner, titleBar));
@@ -717,15 +709,14 @@ void TestDateTimeDialog::deletedWhileTheKeypadIsOpen_closesTheKeypad()
     });
     QTest::mousePress(field("hourLineEdit"), Qt::LeftButton);
     QVERIFY(keypadWasOpen);
-    QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
+    QCOMPARE(PanelWorld::commands().filter("date"_s), QStringList());
 }
 
 void TestDateTimeDialog::caller_goneMeanwhile_closesDialogAndKeypad()
 {
-    auto settings =
-        std::make_unique<QSettings>(QStringLiteral("/tmp/date.ini"), QSettings::IniFormat);
+    auto settings = std::make_unique<QSettings>("/tmp/date.ini"_s, QSettings::IniFormat);
     DateTimeDialog* open = dialog(settings.get());
-    auto* hour = open->findChild<QLineEdit*>(QStringLiteral("hourLineEdit"));
+    auto* hour = open->findChild<QLineEdit*>("hourLineEdit"_s);
     bool keypadWasOpen = false;
     const Hands::WhenOpen<InputDialog> leaving([&](InputDialog& /*keypad*/) {
         keypadWasOpen = true;
@@ -735,7 +726,7 @@ void TestDateTimeDialog::caller_goneMeanwhile_closesDialogAndKeypad()
     QCOMPARE(open->exec(), 0);
     QVERIFY(keypadWasOpen);
     QVERIFY(!Hands::modal());
-    QCOMPARE(PanelWorld::commands().filter(QStringLiteral("date")), QStringList());
+    QCOMPARE(PanelWorld::commands().filter("date"_s), QStringList());
 }
 
 QTEST_MAIN(TestDateTimeDialog)

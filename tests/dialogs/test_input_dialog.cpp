@@ -26,25 +26,24 @@
 
 namespace {
 
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
 
 /// A settings object with the key click set.
 std::unique_ptr<QSettings> settingsWith(const char* buzzer)
 {
-    auto settings =
-        std::make_unique<QSettings>(QStringLiteral("/tmp/keypad.ini"), QSettings::IniFormat);
-    settings->setValue(QStringLiteral("General/buzzer"), QString::fromLatin1(buzzer));
+    auto settings = std::make_unique<QSettings>("/tmp/keypad.ini"_s, QSettings::IniFormat);
+    settings->setValue("General/buzzer"_s, QString::fromLatin1(buzzer));
     return settings;
 }
 
 QPushButton* key(QWidget* keypad, const QString& name)
 {
-    return keypad->findChild<QPushButton*>(QStringLiteral("pushButton") + name);
+    return keypad->findChild<QPushButton*>("pushButton"_s + name);
 }
 
 QString shown(const InputDialog& keypad)
 {
-    return keypad.findChild<QLineEdit*>(QStringLiteral("numLineEdit"))->text();
+    return keypad.findChild<QLineEdit*>("numLineEdit"_s)->text();
 }
 
 QString labelText(const InputDialog& keypad, const char* name)
@@ -150,7 +149,7 @@ private slots:
 void TestInputDialog::initTestCase()
 {
     QVERIFY2(PanelWorld::image().size() == 1024, "runs inside the simulated panel only");
-    QCOMPARE(PanelFont::registerFile(QStringLiteral("/hmi/default.ttf")), 0);
+    QCOMPARE(PanelFont::registerFile("/hmi/default.ttf"_s), 0);
     QVERIFY(!InputDialog::p_move); // nothing was dragged yet
 }
 
@@ -171,43 +170,42 @@ void TestInputDialog::looks_areAsDocumented()
     QCOMPARE(keypad.minimumSize(), QSize(470, 450));
     QCOMPARE(keypad.maximumSize(), QSize(470, 450));
     QCOMPARE(keypad.windowFlags() & ~Qt::WindowType_Mask, Qt::FramelessWindowHint & ~Qt::Window);
-    QCOMPARE(keypad.styleSheet(), QStringLiteral("#InputDialog{border:3px solid rgb(0, 0, 0);}"));
-    QCOMPARE(keypad.objectName(), QStringLiteral("InputDialog"));
-    QCOMPARE(keypad.windowTitle(), QStringLiteral("Dialog"));
+    QCOMPARE(keypad.styleSheet(), "#InputDialog{border:3px solid rgb(0, 0, 0);}"_s);
+    QCOMPARE(keypad.objectName(), "InputDialog"_s);
+    QCOMPARE(keypad.windowTitle(), "Dialog"_s);
 
-    const auto* titleBar = keypad.findChild<QFrame*>(QStringLiteral("titleBarFrame"));
+    const auto* titleBar = keypad.findChild<QFrame*>("titleBarFrame"_s);
     QCOMPARE(titleBar->styleSheet(),
-             QStringLiteral("QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"));
-    const auto* close = keypad.findChild<QPushButton*>(QStringLiteral("closePushButton"));
+             "QFrame#titleBarFrame{border-image:url(:/Resources/titleBar.png)}"_s);
+    const auto* close = keypad.findChild<QPushButton*>("closePushButton"_s);
     QCOMPARE(close->minimumSize(), QSize(45, 45));
     QCOMPARE(close->maximumSize(), QSize(45, 45));
-    QCOMPARE(close->styleSheet(),
-             QStringLiteral("QPushButton{border-image: url(:/Resources/close.png); "
-                            "background-color: rgba(255, 255, 255, 0);color:white;}"));
-    const auto* number = keypad.findChild<QLineEdit*>(QStringLiteral("numLineEdit"));
+    QCOMPARE(close->styleSheet(), "QPushButton{border-image: url(:/Resources/close.png); "
+                                  "background-color: rgba(255, 255, 255, 0);color:white;}"_s);
+    const auto* number = keypad.findChild<QLineEdit*>("numLineEdit"_s);
     QCOMPARE(number->minimumSize(), QSize(430, 50));
     QCOMPARE(number->maximumSize(), QSize(430, 50));
     QVERIFY(number->alignment() & Qt::AlignRight);
-    QCOMPARE(number->text(), QStringLiteral("17"));
+    QCOMPARE(number->text(), "17"_s);
     QCOMPARE(number->font().weight(), 75);
     QCOMPARE(number->font().pointSize(), 15);
     for (const char* name : {"minText", "maxText"}) {
         const auto* label = keypad.findChild<QLabel*>(QString::fromLatin1(name));
         QCOMPARE(label->font().weight(), 75);
         QCOMPARE(label->font().pointSize(), 9);
-        QCOMPARE(label->styleSheet(), QStringLiteral("background:transparent; color:white"));
+        QCOMPARE(label->styleSheet(), "background:transparent; color:white"_s);
     }
     for (const char* name : {"verticalLayout_2", "horizontalLayout", "formLayout", "gridLayout",
                              "inputButtonLayout"}) {
         QVERIFY2(keypad.findChild<QLayout*>(QString::fromLatin1(name)), name);
     }
-    QVERIFY(keypad.findChild<QFrame*>(QStringLiteral("numberFrame")));
+    QVERIFY(keypad.findChild<QFrame*>("numberFrame"_s));
 }
 
 void TestInputDialog::keys_standInTheirGrid()
 {
     InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
-    const auto* grid = keypad.findChild<QGridLayout*>(QStringLiteral("gridLayout"));
+    const auto* grid = keypad.findChild<QGridLayout*>("gridLayout"_s);
     const char* const rows[4][4] = {{"1", "2", "3", "Clear"},
                                     {"4", "5", "6", "Backspace"},
                                     {"7", "8", "9", "Negative"},
@@ -221,8 +219,7 @@ void TestInputDialog::keys_standInTheirGrid()
     QCOMPARE(grid->count(), 15);
     keypad.show();
     // Nothing overlaps, and all of it is inside.
-    const auto keys =
-        keypad.findChild<QFrame*>(QStringLiteral("numberFrame"))->findChildren<QPushButton*>();
+    const auto keys = keypad.findChild<QFrame*>("numberFrame"_s)->findChildren<QPushButton*>();
     for (const QPushButton* one : keys) {
         QVERIFY(keypad.rect().contains(QRect(one->mapTo(&keypad, QPoint(0, 0)), one->size())));
         for (const QPushButton* other : keys) {
@@ -265,19 +262,19 @@ void TestInputDialog::keys_haveTheirCaptionsAndFaces()
     QCOMPARE(button->font().weight(), 75);
     QCOMPARE(button->font().pointSize(), 15);
     QCOMPARE(button->styleSheet(),
-             QStringLiteral("QPushButton {border-image:url(:/Resources/button_up.png);color:white;}"
-                            "QPushButton:pressed {border-image:url(:/Resources/button_down.png);"
-                            "color:white;}"));
+             "QPushButton {border-image:url(:/Resources/button_up.png);color:white;}"
+             "QPushButton:pressed {border-image:url(:/Resources/button_down.png);"
+             "color:white;}"_s);
 }
 
 void TestInputDialog::range_isShown()
 {
     InputDialog keypad(0, 1970, 2038, 2024, nullptr, nullptr);
-    QCOMPARE(labelText(keypad, "minText"), QStringLiteral("Min:1970"));
-    QCOMPARE(labelText(keypad, "maxText"), QStringLiteral("Max:2038"));
+    QCOMPARE(labelText(keypad, "minText"), "Min:1970"_s);
+    QCOMPARE(labelText(keypad, "maxText"), "Max:2038"_s);
     keypad.setTitle(3, 4);
-    QCOMPARE(labelText(keypad, "minText"), QStringLiteral("Min:3"));
-    QCOMPARE(labelText(keypad, "maxText"), QStringLiteral("Max:4"));
+    QCOMPARE(labelText(keypad, "minText"), "Min:3"_s);
+    QCOMPARE(labelText(keypad, "maxText"), "Max:4"_s);
 }
 
 void TestInputDialog::font_followsTheId()
@@ -294,9 +291,9 @@ void TestInputDialog::setters_showTheirValues()
     keypad.setMinValue(5);
     keypad.setMaxValue(65535);
     keypad.setCurrentValue(250);
-    QCOMPARE(labelText(keypad, "minText"), QStringLiteral("Min:5"));
-    QCOMPARE(labelText(keypad, "maxText"), QStringLiteral("Max:65535"));
-    QCOMPARE(shown(keypad), QStringLiteral("250"));
+    QCOMPARE(labelText(keypad, "minText"), "Min:5"_s);
+    QCOMPARE(labelText(keypad, "maxText"), "Max:65535"_s);
+    QCOMPARE(shown(keypad), "250"_s);
 }
 
 void TestInputDialog::append_replacesALoneZero_data()
@@ -412,15 +409,15 @@ void TestInputDialog::enter_outOfRange_asksAgain()
     bool stillOpen = false;
     QTimer::singleShot(0, keypad, [&] {
         Hands::type(*keypad, keys);
-        Hands::type(*keypad, QStringLiteral("E")); // returns when the box is closed
+        Hands::type(*keypad, "E"_s); // returns when the box is closed
         after = shown(*keypad);
         stillOpen = keypad->isVisible();
-        Hands::type(*keypad, QStringLiteral("C7E"));
+        Hands::type(*keypad, "C7E"_s);
     });
     QCOMPARE(keypad->exec(), 8);
     QCOMPARE(answers.boxes().size(), 1);
-    QCOMPARE(answers.only().title, QStringLiteral("Tips"));
-    QCOMPARE(answers.only().text, QStringLiteral("Input number is out of range!"));
+    QCOMPARE(answers.only().title, "Tips"_s);
+    QCOMPARE(answers.only().text, "Input number is out of range!"_s);
     QCOMPARE(int(answers.only().buttons), int(QMessageBox::Yes));
     QVERIFY(answers.only().isFirstDefault);
     QVERIFY(!answers.only().hasParent);
@@ -435,7 +432,7 @@ void TestInputDialog::enter_closesTheWindowOnce()
     const QSignalSpy finished(keypad, &QDialog::finished);
     const QSignalSpy rejected(keypad, &QDialog::rejected);
     const EventCount closing(*keypad, QEvent::Close);
-    runKeypad(1, 32, 25, QStringLiteral("5E"), nullptr);
+    runKeypad(1, 32, 25, "5E"_s, nullptr);
     QCOMPARE(finished.count(), 1);
     QCOMPARE(finished.first().first().toInt(), 6);
     QCOMPARE(rejected.count(), 0);
@@ -444,15 +441,15 @@ void TestInputDialog::enter_closesTheWindowOnce()
 
 void TestInputDialog::enter_nothingTyped_afterAnEarlierEntry()
 {
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("5E"), nullptr), 6);
-    QCOMPARE(runKeypad(1, 32, 5, QStringLiteral("E"), nullptr), 0);
+    QCOMPARE(runKeypad(1, 32, 25, "5E"_s, nullptr), 6);
+    QCOMPARE(runKeypad(1, 32, 5, "E"_s, nullptr), 0);
 }
 
 void TestInputDialog::close_isNoChange()
 {
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("7X"), nullptr), 0);
+    QCOMPARE(runKeypad(1, 32, 25, "7X"_s, nullptr), 0);
     // What was typed is forgotten.
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("E"), nullptr), 0);
+    QCOMPARE(runKeypad(1, 32, 25, "E"_s, nullptr), 0);
 }
 
 /// One that a host has made for itself, and that nobody sets up again.
@@ -463,29 +460,29 @@ void TestInputDialog::ownKeypad_startsAnewAfterEachUse()
         QTimer::singleShot(0, &keypad, [&keypad, keys] { Hands::type(keypad, keys); });
         return keypad.exec();
     };
-    QCOMPARE(run(QStringLiteral("5E")), 6);
-    QCOMPARE(run(QStringLiteral("E")), 0);
-    QCOMPARE(run(QStringLiteral("7X")), 0);
+    QCOMPARE(run("5E"_s), 6);
+    QCOMPARE(run("E"_s), 0);
+    QCOMPARE(run("7X"_s), 0);
     QCOMPARE(shown(keypad), QString());
-    QCOMPARE(run(QStringLiteral("E")), 0);
+    QCOMPARE(run("E"_s), 0);
 }
 
 void TestInputDialog::close_afterAnEntry_isNoStaleResult()
 {
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("5E"), nullptr), 6);
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("X"), nullptr), 0);
+    QCOMPARE(runKeypad(1, 32, 25, "5E"_s, nullptr), 6);
+    QCOMPARE(runKeypad(1, 32, 25, "X"_s, nullptr), 0);
 }
 
 void TestInputDialog::closeByTheWindow_isNoChange()
 {
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 25, nullptr, nullptr);
     QTimer::singleShot(0, keypad, [keypad] {
-        Hands::type(*keypad, QStringLiteral("7"));
+        Hands::type(*keypad, "7"_s);
         keypad->close();
     });
     QCOMPARE(keypad->exec(), 0);
     // The next entry does not start with what was typed.
-    QCOMPARE(runKeypad(1, 32, 25, QStringLiteral("E"), nullptr), 0);
+    QCOMPARE(runKeypad(1, 32, 25, "E"_s, nullptr), 0);
 }
 
 void TestInputDialog::beep_followsTheSwitch_data()
@@ -512,7 +509,7 @@ void TestInputDialog::beep_followsTheSwitch()
     QFETCH(int, beeps);
     const auto settings = settingsWith(buzzer.toLatin1().constData());
     const bool ends = keys.endsWith(QLatin1Char('X')) || keys.endsWith(QLatin1Char('E'));
-    runKeypad(0, 32, 25, ends ? keys : keys + QStringLiteral("CE"), settings.get());
+    runKeypad(0, 32, 25, ends ? keys : keys + "CE"_s, settings.get());
     QCOMPARE(PanelWorld::commands().count(longBeep), beeps + (ends ? 0 : 2));
     QCOMPARE(PanelWorld::commands().size(), beeps + (ends ? 0 : 2));
 }
@@ -522,11 +519,11 @@ void TestInputDialog::beep_readsTheSwitchAtEveryPress()
     const auto settings = settingsWith("off");
     InputDialog keypad(0, 1, 32, 17, settings.get(), nullptr);
     keypad.show();
-    Hands::type(keypad, QStringLiteral("1"));
-    settings->setValue(QStringLiteral("General/buzzer"), QStringLiteral("on"));
-    Hands::type(keypad, QStringLiteral("2"));
-    settings->setValue(QStringLiteral("General/buzzer"), QStringLiteral("off"));
-    Hands::type(keypad, QStringLiteral("3"));
+    Hands::type(keypad, "1"_s);
+    settings->setValue("General/buzzer"_s, "on"_s);
+    Hands::type(keypad, "2"_s);
+    settings->setValue("General/buzzer"_s, "off"_s);
+    Hands::type(keypad, "3"_s);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -535,10 +532,10 @@ void TestInputDialog::idleKeys_beepAndChangeNothing()
     const auto settings = settingsWith("on");
     InputDialog keypad(0, 1, 32, 17, settings.get(), nullptr);
     keypad.show();
-    QSignalSpy sign(key(&keypad, QStringLiteral("Negative")), &QPushButton::clicked);
-    Hands::type(keypad, QStringLiteral("-."));
+    QSignalSpy sign(key(&keypad, "Negative"_s), &QPushButton::clicked);
+    Hands::type(keypad, "-."_s);
     QCOMPARE(sign.count(), 1);
-    QCOMPARE(shown(keypad), QStringLiteral("17"));
+    QCOMPARE(shown(keypad), "17"_s);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep, longBeep}));
 }
 
@@ -547,26 +544,26 @@ void TestInputDialog::filter_passesEventsOn()
     const auto settings = settingsWith("on");
     InputDialog keypad(0, 1, 32, 17, settings.get(), nullptr);
     keypad.show();
-    QPushButton* five = key(&keypad, QStringLiteral("5"));
+    QPushButton* five = key(&keypad, "5"_s);
     QTest::mousePress(five, Qt::LeftButton);
     QVERIFY(five->isDown());
     QTest::mouseRelease(five, Qt::LeftButton);
     QVERIFY(!five->isDown());
-    QCOMPARE(shown(keypad), QStringLiteral("5"));
+    QCOMPARE(shown(keypad), "5"_s);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep})); // the release is silent
 }
 
 void TestInputDialog::instance_isOneAndIsSetUpAgain()
 {
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
-    Hands::type(*keypad, QStringLiteral("12"));
+    Hands::type(*keypad, "12"_s);
     QCOMPARE(InputDialog::Instance(-1, 0, 65535, 3, nullptr, nullptr), keypad);
-    QCOMPARE(labelText(*keypad, "minText"), QStringLiteral("Min:0"));
-    QCOMPARE(labelText(*keypad, "maxText"), QStringLiteral("Max:65535"));
-    QCOMPARE(shown(*keypad), QStringLiteral("3"));
+    QCOMPARE(labelText(*keypad, "minText"), "Min:0"_s);
+    QCOMPARE(labelText(*keypad, "maxText"), "Max:65535"_s);
+    QCOMPARE(shown(*keypad), "3"_s);
     QCOMPARE(keypad->font().family(), QGuiApplication::font().family());
-    Hands::type(*keypad, QStringLiteral("4"));
-    QCOMPARE(shown(*keypad), QStringLiteral("4"));
+    Hands::type(*keypad, "4"_s);
+    QCOMPARE(shown(*keypad), "4"_s);
 }
 
 void TestInputDialog::instance_keepsItsLooks()
@@ -584,12 +581,12 @@ void TestInputDialog::instance_keepsItsLooks()
 void TestInputDialog::instance_keepsTheFirstSettings()
 {
     const auto first = settingsWith("on");
-    QSettings second(QStringLiteral("/tmp/other.ini"), QSettings::IniFormat);
-    second.setValue(QStringLiteral("General/buzzer"), QStringLiteral("off"));
+    QSettings second("/tmp/other.ini"_s, QSettings::IniFormat);
+    second.setValue("General/buzzer"_s, "off"_s);
     InputDialog::Instance(0, 1, 32, 17, first.get(), nullptr);
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, &second, nullptr);
     keypad->show();
-    Hands::type(*keypad, QStringLiteral("1"));
+    Hands::type(*keypad, "1"_s);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -599,11 +596,11 @@ void TestInputDialog::instance_takesTheNextSettingsOnceTheFirstAreGone()
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, first.get(), nullptr);
     keypad->show();
     first.reset();
-    Hands::type(*keypad, QStringLiteral("1")); // nobody's settings: silent
+    Hands::type(*keypad, "1"_s); // nobody's settings: silent
     QCOMPARE(PanelWorld::commands(), QStringList());
     const auto second = settingsWith("on");
     InputDialog::Instance(0, 1, 32, 17, second.get(), nullptr);
-    Hands::type(*keypad, QStringLiteral("1"));
+    Hands::type(*keypad, "1"_s);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep}));
 }
 
@@ -628,7 +625,7 @@ void TestInputDialog::instance_deletedWithItsParent_isMadeAgain()
     const QPointer<InputDialog> first = InputDialog::Instance(0, 1, 32, 17, nullptr, parent.get());
     parent.reset();
     QVERIFY(!first);
-    QCOMPARE(runKeypad(1, 32, 17, QStringLiteral("5E"), nullptr), 6);
+    QCOMPARE(runKeypad(1, 32, 17, "5E"_s, nullptr), 6);
 }
 
 void TestInputDialog::release_deletesIt()
@@ -663,7 +660,7 @@ void TestInputDialog::drag_startsOnTheTitleBar()
     QFETCH(bool, drags);
     InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
     keypad.show();
-    const QRect titleBar = keypad.findChild<QFrame*>(QStringLiteral("titleBarFrame"))->geometry();
+    const QRect titleBar = keypad.findChild<QFrame*>("titleBarFrame"_s)->geometry();
     const QPoint press(titleBar.right() + fromRight, titleBar.bottom() + fromBottom);
     const QPoint before = keypad.pos();
     sendMouse(keypad, QEvent::MouseButtonPress, press, Qt::LeftButton, Qt::LeftButton);
@@ -677,7 +674,7 @@ void TestInputDialog::drag_movesByTheOffset()
     InputDialog keypad(0, 1, 32, 17, nullptr, nullptr);
     keypad.move(100, 50);
     keypad.show();
-    const QRect titleBar = keypad.findChild<QFrame*>(QStringLiteral("titleBarFrame"))->geometry();
+    const QRect titleBar = keypad.findChild<QFrame*>("titleBarFrame"_s)->geometry();
     const int margin = keypad.layout()->contentsMargins().left();
     QCOMPARE(titleBar.topLeft(), QPoint(margin, margin));
     const QPoint press(120, 30);
@@ -754,31 +751,31 @@ void TestInputDialog::inRange_isOnePixelWider()
 void TestInputDialog::texts_followTheTranslator()
 {
     QTranslator chinese;
-    QVERIFY(chinese.load(QStringLiteral(":/Languages/Translate_CN.qm")));
+    QVERIFY(chinese.load(":/Languages/Translate_CN.qm"_s));
     QCoreApplication::installTranslator(&chinese);
     const Hands::Answers answers;
     InputDialog* keypad = InputDialog::Instance(0, 1, 12, 5, nullptr, nullptr);
     QTimer::singleShot(0, keypad, [&] {
-        Hands::type(*keypad, QStringLiteral("99"));
-        Hands::type(*keypad, QStringLiteral("E"));
+        Hands::type(*keypad, "99"_s);
+        Hands::type(*keypad, "E"_s);
         keypad->close();
     });
     keypad->exec();
     QCOMPARE(answers.only().title, QString::fromUtf8("提示信息"));
     QCOMPARE(answers.only().text, QString::fromUtf8("输入数字超出范围！"));
     // These have no translation and show their source.
-    QCOMPARE(labelText(*keypad, "minText"), QStringLiteral("Min:1"));
-    QCOMPARE(key(keypad, QStringLiteral("Enter"))->text(), QStringLiteral("ENTER"));
+    QCOMPARE(labelText(*keypad, "minText"), "Min:1"_s);
+    QCOMPARE(key(keypad, "Enter"_s)->text(), "ENTER"_s);
 }
 
 void TestInputDialog::entries_leaveNothingBehind()
 {
-    runKeypad(1, 32, 17, QStringLiteral("5E"), nullptr);
+    runKeypad(1, 32, 17, "5E"_s, nullptr);
     const InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
     const int objects = keypad->findChildren<QObject*>().size();
     const int widgets = QApplication::allWidgets().size();
     for (int round = 0; round < 100; ++round) {
-        runKeypad(1, 32, 17, round % 2 ? QStringLiteral("5E") : QStringLiteral("X"), nullptr);
+        runKeypad(1, 32, 17, round % 2 ? "5E"_s : "X"_s, nullptr);
     }
     QCOMPARE(keypad->findChildren<QObject*>().size(), objects);
     QCOMPARE(QApplication::allWidgets().size(), widgets);
@@ -792,12 +789,11 @@ void TestInputDialog::entries_leaveNothingBehind()
 void TestInputDialog::caller_goneMeanwhile_closesTheKeypad()
 {
     for (int round = 0; round < 2; ++round) { // for a new keypad and one that is used again
-        auto settings =
-            std::make_unique<QSettings>(QStringLiteral("/tmp/keypad.ini"), QSettings::IniFormat);
+        auto settings = std::make_unique<QSettings>("/tmp/keypad.ini"_s, QSettings::IniFormat);
         InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, settings.get(), nullptr);
         bool wasOpen = false;
         QTimer::singleShot(0, keypad, [&] {
-            Hands::type(*keypad, QStringLiteral("7"));
+            Hands::type(*keypad, "7"_s);
             wasOpen = keypad->isVisible();
             settings.reset();
         });
@@ -809,16 +805,15 @@ void TestInputDialog::caller_goneMeanwhile_closesTheKeypad()
 
 void TestInputDialog::earlierCaller_goneMeanwhile_changesNothing()
 {
-    auto earlier =
-        std::make_unique<QSettings>(QStringLiteral("/tmp/keypad.ini"), QSettings::IniFormat);
-    QSettings settings(QStringLiteral("/tmp/keypad2.ini"), QSettings::IniFormat);
+    auto earlier = std::make_unique<QSettings>("/tmp/keypad.ini"_s, QSettings::IniFormat);
+    QSettings settings("/tmp/keypad2.ini"_s, QSettings::IniFormat);
     InputDialog::Instance(0, 1, 32, 5, earlier.get(), nullptr);
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 5, &settings, nullptr);
     bool isStillOpen = false;
     QTimer::singleShot(0, keypad, [&] {
         earlier.reset();
         isStillOpen = keypad->isVisible();
-        Hands::type(*keypad, QStringLiteral("7E"));
+        Hands::type(*keypad, "7E"_s);
     });
     QCOMPARE(keypad->exec(), 8);
     QVERIFY(isStillOpen);
@@ -837,7 +832,7 @@ void TestInputDialog::earlierAsker_closedOrGone_changesNothing()
         QTimer::singleShot(0, &keypad, [&] {
             isDeleted ? earlier.reset() : earlier->done(1);
             isStillOpen = keypad.isVisible();
-            Hands::type(keypad, QStringLiteral("7E"));
+            Hands::type(keypad, "7E"_s);
         });
         QCOMPARE(keypad.exec(), 8);
         QVERIFY(isStillOpen);

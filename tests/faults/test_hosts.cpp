@@ -17,6 +17,7 @@
 #include "tests/faults/OperationRun.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -520,7 +521,7 @@ struct SlowTool
 
 bool readsAll()
 {
-    PanelWorld::writeFile(QStringLiteral("/tmp/bytes"), manyDifferentBytes());
+    PanelWorld::writeFile("/tmp/bytes"_s, manyDifferentBytes());
     QByteArray bytes(manyBytes, '?');
     const char* const tool = "exec 3</tmp/bytes; for i in 1 2 3 4; do sleep 0.01; "
                              "dd bs=100000 count=1 <&3 2>/dev/null; done";
@@ -533,15 +534,15 @@ bool writesAll()
     QByteArray bytes = manyDifferentBytes();
     return PlateformInterface().writecmd("sleep 0.02; exec cat >/tmp/taken", bytes.data(),
                                          bytes.size()) == 0 &&
-           PanelWorld::fileContent(QStringLiteral("/tmp/taken")) == bytes;
+           PanelWorld::fileContent("/tmp/taken"_s) == bytes;
 }
 
 bool sendsTheLogo()
 {
     const QByteArray logo = manyDifferentBytes(3'000'000);
-    PanelWorld::writeFile(QStringLiteral("/tmp/logo.bin"), logo);
+    PanelWorld::writeFile("/tmp/logo.bin"_s, logo);
     BootLogo::write("/tmp/logo.bin");
-    return PanelWorld::state(QStringLiteral("logo")) == logo;
+    return PanelWorld::state("logo"_s) == logo;
 }
 
 bool keepsTheImage()
@@ -710,16 +711,16 @@ void TestHosts::missingTool_whoseEndNobodySaw_writesNothing()
 {
     QFETCH(int, host);
     PanelWorld::setImage(someImage());
-    const QString tool = QString::fromLatin1(toolFolder) + QStringLiteral("/readee");
+    const QString tool = QString::fromLatin1(toolFolder) + "/readee"_s;
     const QByteArray content = PanelWorld::fileContent(tool);
-    PanelWorld::replaceTool(QStringLiteral("readee"), QByteArray());
+    PanelWorld::replaceTool("readee"_s, QByteArray());
     EEInfoDetail::Flash_WR_1 record = {};
     int result = 0;
     {
         const Storm storm(hosts.at(std::size_t(host)));
         result = EEInfoHandle::instance()->write_flash_wr1_info(&record);
     }
-    PanelWorld::replaceTool(QStringLiteral("readee"), content);
+    PanelWorld::replaceTool("readee"_s, content);
     QCOMPARE(result, -1);
     QCOMPARE(PanelWorld::image(), someImage());
 }
@@ -739,8 +740,7 @@ void TestHosts::missingTool_whoseEndNobodySaw_takesNothing()
     QFETCH(int, host);
     QFETCH(bool, isThere);
     // It prints and takes nothing, and ends as the shell does when there is no such tool.
-    PanelWorld::replaceTool(QStringLiteral("newtool"),
-                            isThere ? QByteArray("exit 127") : QByteArray());
+    PanelWorld::replaceTool("newtool"_s, isThere ? QByteArray("exit 127") : QByteArray());
     char byte = 'x';
     int read = 1;
     int written = 1;
@@ -749,7 +749,7 @@ void TestHosts::missingTool_whoseEndNobodySaw_takesNothing()
         read = PlateformInterface().readcmd("/root/plat-intf/newtool", &byte, 1);
         written = PlateformInterface().writecmd("/root/plat-intf/newtool count=16", &byte, 1);
     }
-    PanelWorld::replaceTool(QStringLiteral("newtool"), QByteArray());
+    PanelWorld::replaceTool("newtool"_s, QByteArray());
     QCOMPARE(read, isThere ? 0 : -1);
     QCOMPARE(written, isThere ? 0 : -1);
 }
@@ -869,7 +869,7 @@ void TestHosts::closedDescriptors_areNotTakenByQt()
 {
     QFETCH(int, use);
     const FileUse& tried = fileUses.at(std::size_t(use));
-    QDir::setCurrent(QStringLiteral("/tmp"));
+    QDir::setCurrent("/tmp"_s);
     PanelWorld::writeFile(QLatin1String(tried.file),
                           "[General]\nnothing=" + QByteArray(tried.name));
     SettingsFile settings; // for those who use it

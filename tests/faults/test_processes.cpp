@@ -3,6 +3,7 @@
 #include "tests/support/NoticeListener.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 
 #include <QTest>
 
@@ -29,10 +30,10 @@ constexpr int notices = 100000 / PANEL_ONE_OF;
 constexpr int pipeful = 100000; ///< Notices, more than any pipe holds.
 
 constexpr int areaBytes = 4096;
-const QString byteFile = QStringLiteral("/tmp/mw.dat"); // area 1
-const QString bitFile = QStringLiteral("/tmp/mb.dat");  // area 2
-const QString registerPipe = QStringLiteral("/tmp/fifo_sysreg");
-const QString areaPipe = QStringLiteral("/tmp/fifo_localreg");
+const QString byteFile = "/tmp/mw.dat"_s; // area 1
+const QString bitFile = "/tmp/mb.dat"_s;  // area 2
+const QString registerPipe = "/tmp/fifo_sysreg"_s;
+const QString areaPipe = "/tmp/fifo_localreg"_s;
 
 constexpr unsigned char untouchedByte = 0x55;
 QByteArray untouched()
@@ -269,7 +270,7 @@ int comeAndGo(const char* pipe, const QByteArray& notice)
 /// Whether bit 16 of area 6, which is register 86, is set.
 bool closingBit()
 {
-    return PanelWorld::areaBit(QStringLiteral("/tmp/smb.dat"), 16);
+    return PanelWorld::areaBit("/tmp/smb.dat"_s, 16);
 }
 
 } // namespace

@@ -19,15 +19,15 @@
 
 namespace {
 
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
-const QString buzzerArea = QStringLiteral("/hmi_data/sfb.dat");
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
+const QString buzzerArea = "/hmi_data/sfb.dat"_s;
 constexpr int buzzerBit = 17;
-const QString buzzerKey = QStringLiteral("General/buzzer");
-const QString settingsPath = QStringLiteral("/hmi/Config/system_settings.ini");
+const QString buzzerKey = "General/buzzer"_s;
+const QString settingsPath = "/hmi/Config/system_settings.ini"_s;
 
 QString setBright(int raw)
 {
-    return QStringLiteral("/root/plat-intf/setbright %1").arg(raw);
+    return "/root/plat-intf/setbright %1"_s.arg(raw);
 }
 
 /// The page as the window sets it up, alone on the screen, with what a press needs at hand.
@@ -37,7 +37,7 @@ public:
     Page() : settings(settingsPath, QSettings::IniFormat)
     {
         record.reserved_0 = 0x11223344;
-        const int fontId = QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf"));
+        const int fontId = QFontDatabase::addApplicationFont("/hmi/default.ttf"_s);
         page.init(fontId, record, &settings);
         QObject::connect(&page, &GeneralSettings::updateEEData, &page,
                          [this](EEInfoDetail::Flash_WR_1& changed, auto type) {
@@ -64,10 +64,7 @@ public:
     QPushButton* buzzer() const { return button("/switch_"); }
     QPushButton* clock() const { return button("setting_button.png"); }
     QSlider* slider() const { return page.findChild<QSlider*>(); }
-    QLineEdit* level() const
-    {
-        return page.findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"));
-    }
+    QLineEdit* level() const { return page.findChild<QLineEdit*>("brightnessLineEdit"_s); }
     QGridLayout* grid() const { return qobject_cast<QGridLayout*>(page.layout()); }
     QWidget* cell(int row, int column) const
     {
@@ -111,7 +108,7 @@ QList<QTimer*> runningCountdowns(const GeneralSettings& page)
 
 void setBacklight(int raw)
 {
-    PanelWorld::setState(QStringLiteral("backlight"), QByteArray::number(raw) + '\n');
+    PanelWorld::setState("backlight"_s, QByteArray::number(raw) + '\n');
 }
 
 } // namespace
@@ -269,11 +266,10 @@ void TestGeneral::start_appliesNothing()
     QCOMPARE(PanelWorld::commands(), QStringList()); // construction touches no tool
     page.init(0, record, &settings);
     QCOMPARE(PanelWorld::commands().mid(0, 2),
-             QStringList({QStringLiteral("/root/plat-intf/readee"),
-                          QStringLiteral("/root/plat-intf/getbright")}));
+             QStringList({"/root/plat-intf/readee"_s, "/root/plat-intf/getbright"_s}));
     for (const QString& command : PanelWorld::commands()) {
-        QVERIFY2(!command.contains(QStringLiteral("/set")), qPrintable(command));
-        QVERIFY2(!command.contains(QStringLiteral("writeee")), qPrintable(command));
+        QVERIFY2(!command.contains("/set"_s), qPrintable(command));
+        QVERIFY2(!command.contains("writeee"_s), qPrintable(command));
     }
     QCOMPARE(updates.count(), 0);
     QCOMPARE(PanelWorld::image(), image);
@@ -404,12 +400,10 @@ void TestGeneral::rows_lookAsDocumented()
     QCOMPARE(panel.level()->size(), QSize(70, 40));
     QCOMPARE(int(panel.level()->alignment()) & int(Qt::AlignHorizontal_Mask),
              int(Qt::AlignHCenter));
-    QCOMPARE(panel.level()->styleSheet(),
-             QStringLiteral("QLineEdit{border-radius:10px;border: 2px solid "
-                            "#008cba;background-color: rgba(163, 198, 218, 100);}"));
-    QCOMPARE(panel.minus()->styleSheet(),
-             QStringLiteral("border-image:url(:/Resources/minus.png)"));
-    QCOMPARE(panel.plus()->styleSheet(), QStringLiteral("border-image:url(:/Resources/plus.png);"));
+    QCOMPARE(panel.level()->styleSheet(), "QLineEdit{border-radius:10px;border: 2px solid "
+                                          "#008cba;background-color: rgba(163, 198, 218, 100);}"_s);
+    QCOMPARE(panel.minus()->styleSheet(), "border-image:url(:/Resources/minus.png)"_s);
+    QCOMPARE(panel.plus()->styleSheet(), "border-image:url(:/Resources/plus.png);"_s);
     QCOMPARE(panel.minus()->contentsMargins(), QMargins(0, 0, 40, 0));
     QCOMPARE(panel.plus()->contentsMargins(), QMargins(40, 0, 0, 0));
     for (const QPushButton* button : {panel.minus(), panel.plus()}) {
@@ -429,9 +423,9 @@ void TestGeneral::rows_lookAsDocumented()
                              "rgb(193,204,208)"}) {
         QVERIFY2(slider->styleSheet().contains(QString::fromLatin1(part)), part);
     }
-    QCOMPARE(panel.clock()->text(), QStringLiteral("setting"));
+    QCOMPARE(panel.clock()->text(), "setting"_s);
     QCOMPARE(panel.clock()->styleSheet(),
-             QStringLiteral("border-image:url(:/Resources/setting_button.png);color:white"));
+             "border-image:url(:/Resources/setting_button.png);color:white"_s);
     QCOMPARE(panel.buzzer()->size(), QSize(70, 30));
 }
 
@@ -468,12 +462,12 @@ void TestGeneral::brighten_setsHardwareAndRecordTwice()
     Page panel;
     panel.keyClick("on");
     QTest::mouseClick(panel.plus(), Qt::LeftButton);
-    QCOMPARE(panel.level()->text(), QStringLiteral("18"));
+    QCOMPARE(panel.level()->text(), "18"_s);
     QCOMPARE(panel.slider()->value(), 18);
     // Once from the slider, once from the button, then the beep.
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(144), setBright(144), longBeep}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{144, 1}, {144, 1}}));
-    QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("144"));
+    QCOMPARE(PanelWorld::state("backlight"_s).trimmed(), QByteArray("144"));
     // The other fields of the page's record are the window's, untouched.
     QCOMPARE(quint32(panel.lastRecord.reserved_0), 0x11223344U);
 }
@@ -483,7 +477,7 @@ void TestGeneral::darken_isTheMirrorImage()
     Page panel;
     panel.keyClick("off");
     QTest::mouseClick(panel.minus(), Qt::LeftButton);
-    QCOMPARE(panel.level()->text(), QStringLiteral("16"));
+    QCOMPARE(panel.level()->text(), "16"_s);
     QCOMPARE(panel.slider()->value(), 16);
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(136), setBright(136)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{136, 1}, {136, 1}}));
@@ -497,7 +491,7 @@ void TestGeneral::brighten_atTop_staysSilent()
     QTest::mouseClick(panel.plus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList());
     QVERIFY(panel.emitted.isEmpty());
-    QCOMPARE(panel.level()->text(), QStringLiteral("32"));
+    QCOMPARE(panel.level()->text(), "32"_s);
 }
 
 void TestGeneral::darken_atBottom_staysSilent()
@@ -508,7 +502,7 @@ void TestGeneral::darken_atBottom_staysSilent()
     QTest::mouseClick(panel.minus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList());
     QVERIFY(panel.emitted.isEmpty());
-    QCOMPARE(panel.level()->text(), QStringLiteral("01"));
+    QCOMPARE(panel.level()->text(), "01"_s);
 }
 
 void TestGeneral::brighten_fromBelowTheRange()
@@ -518,12 +512,12 @@ void TestGeneral::brighten_fromBelowTheRange()
     panel.keyClick("off");
     QTest::mouseClick(panel.minus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList());
-    QCOMPARE(panel.level()->text(), QStringLiteral("00"));
+    QCOMPARE(panel.level()->text(), "00"_s);
     // The slider stands at 1 already: only the button itself applies.
     QTest::mouseClick(panel.plus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(76)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{76, 1}}));
-    QCOMPARE(panel.level()->text(), QStringLiteral("01"));
+    QCOMPARE(panel.level()->text(), "01"_s);
 }
 
 void TestGeneral::darken_fromAboveTheRange()
@@ -533,10 +527,10 @@ void TestGeneral::darken_fromAboveTheRange()
     panel.keyClick("off");
     QTest::mouseClick(panel.plus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList());
-    QCOMPARE(panel.level()->text(), QStringLiteral("33"));
+    QCOMPARE(panel.level()->text(), "33"_s);
     QTest::mouseClick(panel.minus(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(200)}));
-    QCOMPARE(panel.level()->text(), QStringLiteral("32"));
+    QCOMPARE(panel.level()->text(), "32"_s);
     QCOMPARE(panel.slider()->value(), 32);
 }
 
@@ -546,10 +540,10 @@ void TestGeneral::buttons_repeatWhenHeld()
     Page panel;
     panel.keyClick("off");
     QTest::mousePress(panel.plus(), Qt::LeftButton);
-    QTRY_COMPARE(panel.level()->text(), QStringLiteral("32"));
+    QTRY_COMPARE(panel.level()->text(), "32"_s);
     QTest::qWait(200);
     QTest::mouseRelease(panel.plus(), Qt::LeftButton);
-    QCOMPARE(panel.level()->text(), QStringLiteral("32"));
+    QCOMPARE(panel.level()->text(), "32"_s);
     QCOMPARE(panel.emitted.last(), qMakePair(200, 1));
 }
 
@@ -559,7 +553,7 @@ void TestGeneral::buttons_darkenRepeatsToTheBottom()
     Page panel;
     panel.keyClick("on");
     QTest::mousePress(panel.minus(), Qt::LeftButton);
-    QTRY_COMPARE(panel.level()->text(), QStringLiteral("01"));
+    QTRY_COMPARE(panel.level()->text(), "01"_s);
     QTest::qWait(200);
     QTest::mouseRelease(panel.minus(), Qt::LeftButton);
     QCOMPARE(panel.emitted.last(), qMakePair(76, 1));
@@ -569,8 +563,7 @@ void TestGeneral::buttons_darkenRepeatsToTheBottom()
 
 void TestGeneral::keypad_opensWithALevelOutsideItsRange()
 {
-    for (const auto& row :
-         {qMakePair(75, QStringLiteral("0")), qMakePair(204, QStringLiteral("33"))}) {
+    for (const auto& row : {qMakePair(75, "0"_s), qMakePair(204, "33"_s)}) {
         setBacklight(row.first);
         Page panel;
         panel.keyClick("off");
@@ -630,7 +623,7 @@ void TestGeneral::slider_setValue_appliesOnceSilently()
     panel.slider()->setValue(5);
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(92)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{92, 1}}));
-    QCOMPARE(panel.level()->text(), QStringLiteral("05"));
+    QCOMPARE(panel.level()->text(), "05"_s);
 }
 
 void TestGeneral::slider_sameValue_emitsNothing()
@@ -640,7 +633,7 @@ void TestGeneral::slider_sameValue_emitsNothing()
     panel.slider()->setSliderPosition(20);
     panel.slider()->setSliderPosition(17);
     panel.slider()->setSliderDown(false);
-    QCOMPARE(PanelWorld::commands().filter(QStringLiteral("setbright")), QStringList());
+    QCOMPARE(PanelWorld::commands().filter("setbright"_s), QStringList());
     QVERIFY(panel.emitted.isEmpty());
 }
 
@@ -719,9 +712,9 @@ void TestGeneral::keypad_setsTheLevel()
     Page panel;
     panel.keyClick("off");
     QVERIFY(!Hands::enter(*panel.level(), "5"_s).isEmpty());
-    QCOMPARE(panel.level()->text(), QStringLiteral("05"));
+    QCOMPARE(panel.level()->text(), "05"_s);
     QCOMPARE(panel.slider()->value(), 5);
-    QCOMPARE(PanelWorld::state(QStringLiteral("backlight")).trimmed(), QByteArray("92"));
+    QCOMPARE(PanelWorld::state("backlight"_s).trimmed(), QByteArray("92"));
     // Once from the slider, once for the entry.
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(92), setBright(92)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{92, 1}, {92, 1}}));
@@ -732,7 +725,7 @@ void TestGeneral::keypad_cancelled_changesNothing()
     Page panel;
     panel.keyClick("off");
     QVERIFY(!Hands::enter(*panel.level(), QString()).isEmpty());
-    QCOMPARE(panel.level()->text(), QStringLiteral("17"));
+    QCOMPARE(panel.level()->text(), "17"_s);
     QCOMPARE(panel.slider()->value(), 17);
     QVERIFY(panel.emitted.isEmpty());
     QCOMPARE(PanelWorld::commands(), QStringList());
@@ -861,7 +854,7 @@ void TestGeneral::backlightOff_darkensAndKeepsTheLevel()
     panel.page.onBacklightOff();
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(0)}));
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
-    QCOMPARE(panel.level()->text(), QStringLiteral("17"));
+    QCOMPARE(panel.level()->text(), "17"_s);
 
     panel.page.onBacklightOn();
     QCOMPARE(PanelWorld::commands(), QStringList({setBright(0), setBright(140)}));
@@ -873,7 +866,7 @@ void TestGeneral::backlightOff_byMinutes_startsItsTimer()
     Page panel;
     panel.keyClick("off");
     QLineEdit minutes;
-    minutes.setObjectName(QStringLiteral("backlightOff"));
+    minutes.setObjectName("backlightOff"_s);
     const auto enterMinutes = [&](const QString& keys) {
         return !Hands::onKeypad(keys, [&] { panel.page.doModal(&minutes); }).isEmpty();
     };
@@ -881,7 +874,7 @@ void TestGeneral::backlightOff_byMinutes_startsItsTimer()
     QCOMPARE(shown, QStringList({"0"_s, "Min:0"_s, "Max:65535"_s}));
     // No minutes: dark at the next turn of the event loop.
     QVERIFY(enterMinutes("0"_s));
-    QCOMPARE(minutes.text(), QStringLiteral("0"));
+    QCOMPARE(minutes.text(), "0"_s);
     QVERIFY(panel.emitted.isEmpty());
     QTRY_COMPARE(panel.emitted, (QList<QPair<int, int>>{{0, 1}}));
 
@@ -902,7 +895,7 @@ void TestGeneral::backlightOff_longerThanATimer_isWaitedForInPieces()
     Page panel;
     panel.keyClick("off");
     QLineEdit minutes;
-    minutes.setObjectName(QStringLiteral("backlightOff"));
+    minutes.setObjectName("backlightOff"_s);
     const auto enterMinutes = [&](const QString& keys) {
         return !Hands::onKeypad(keys, [&] { panel.page.doModal(&minutes); }).isEmpty();
     };
@@ -953,9 +946,9 @@ void TestGeneral::backlightSwitch_onOffOn_leavesTwoTimers()
         faces << widget->styleSheet();
     }
     QVERIFY(minutes);
-    QVERIFY(faces.contains(QStringLiteral("border-image:url(:/Resources/switch_off.png);")));
+    QVERIFY(faces.contains("border-image:url(:/Resources/switch_off.png);"_s));
 
-    minutes->setText(QStringLiteral("2"));
+    minutes->setText("2"_s);
     panel.page.onBacklightSwitched();
     QVERIFY(minutes->isEnabled());
     panel.page.onBacklightSwitched();
@@ -988,8 +981,7 @@ void TestGeneral::backlightSwitch_clicked_isSwitched()
     for (const char* face : {"on", "off"}) {
         backlight->click();
         QCOMPARE(backlight->styleSheet(),
-                 QStringLiteral("border-image:url(:/Resources/switch_%1.png);")
-                     .arg(QString::fromLatin1(face)));
+                 "border-image:url(:/Resources/switch_%1.png);"_s.arg(QString::fromLatin1(face)));
     }
 }
 
@@ -1047,7 +1039,7 @@ void TestGeneral::buzzer_registerWinsOverTheFile()
     const Page panel;
     QCOMPARE(panel.settings.value(buzzerKey).toString(), fileAfter);
     QCOMPARE(panel.buzzer()->styleSheet(),
-             QStringLiteral("border-image:url(:/Resources/switch_%1.png);").arg(fileAfter));
+             "border-image:url(:/Resources/switch_%1.png);"_s.arg(fileAfter));
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit), bit);
 }
 
@@ -1057,17 +1049,17 @@ void TestGeneral::buzzer_switchingOnBeepsTwiceOffNever()
     Page panel;
     QTest::mouseClick(panel.buzzer(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList());
-    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("off"));
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_off.png")));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), "off"_s);
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_off.png"_s));
     QTest::mouseClick(panel.buzzer(), Qt::LeftButton);
     QCOMPARE(PanelWorld::commands(), QStringList({longBeep, longBeep}));
-    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("on"));
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_on.png")));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), "on"_s);
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_on.png"_s));
 }
 
 void TestGeneral::buzzer_writesOneBitAndNotifies()
 {
-    NoticeListener runtime(QStringLiteral("/tmp/fifo_sysreg"));
+    NoticeListener runtime("/tmp/fifo_sysreg"_s);
     Page panel;
     const QByteArray before = PanelWorld::fileContent(buzzerArea);
     panel.page.onBuzzerSwitched();
@@ -1077,33 +1069,33 @@ void TestGeneral::buzzer_writesOneBitAndNotifies()
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({79}));
     panel.page.onBuzzerSwitched();
     QCOMPARE(PanelWorld::fileContent(buzzerArea), before);
-    QFile::remove(QStringLiteral("/tmp/fifo_sysreg"));
+    QFile::remove("/tmp/fifo_sysreg"_s);
 }
 
 void TestGeneral::buzzer_strayBits_firstClickWritesZero()
 {
     PanelWorld::setAreaBit(buzzerArea, buzzerBit + 1, true); // the register reads 2
     Page panel;
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_off.png")));
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_off.png"_s));
     panel.page.onBuzzerSwitched();
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_off.png")));
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_off.png"_s));
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit), false);
     panel.page.onBuzzerSwitched();
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_on.png")));
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_on.png"_s));
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit), true);
     QCOMPARE(PanelWorld::areaBit(buzzerArea, buzzerBit + 1), true);
 }
 
 void TestGeneral::buzzer_unreadableRegister_isOffAndStillSwitches()
 {
-    const QString away = buzzerArea + QStringLiteral(".away");
+    const QString away = buzzerArea + ".away"_s;
     QVERIFY(QFile::rename(buzzerArea, away));
     Page panel;
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_off.png")));
-    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("off"));
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_off.png"_s));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), "off"_s);
     panel.page.onBuzzerSwitched(); // the write fails, the page goes on
-    QVERIFY(panel.buzzer()->styleSheet().contains(QStringLiteral("switch_on.png")));
-    QCOMPARE(panel.settings.value(buzzerKey).toString(), QStringLiteral("on"));
+    QVERIFY(panel.buzzer()->styleSheet().contains("switch_on.png"_s));
+    QCOMPARE(panel.settings.value(buzzerKey).toString(), "on"_s);
     QVERIFY(QFile::rename(away, buzzerArea));
 }
 
@@ -1118,9 +1110,9 @@ void TestGeneral::clock_showsItsFormat()
     const QDateTime after = QDateTime::currentDateTime();
     QVERIFY(before <= shown && shown <= after);
     static const char* const days[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
-    const QString expected = shown.toString(QStringLiteral("yyyy/MM/dd")) + QStringLiteral("   ") +
-                             QString::fromLatin1(days[shown.date().dayOfWeek() - 1]) +
-                             QStringLiteral("    ") + shown.toString(QStringLiteral("HH:mm:ss"));
+    const QString expected = shown.toString("yyyy/MM/dd"_s) + "   "_s +
+                             QString::fromLatin1(days[shown.date().dayOfWeek() - 1]) + "    "_s +
+                             shown.toString("HH:mm:ss"_s);
     QCOMPARE(panel.label(2, 2)->text(), expected);
 }
 
@@ -1153,10 +1145,8 @@ void TestGeneral::clock_ticksIntoTheDialog()
     auto* dialog = DateTimeDialog::Instance(0, &panel.settings, nullptr);
     QDateTime moment(QDate(2024, 3, 7), QTime(9, 5, 0));
     emit panel.page.updateCurrentDateTime(moment);
-    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("yearLineEdit"))->text(),
-             QStringLiteral("2024"));
-    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("minuteLineEdit"))->text(),
-             QStringLiteral("05"));
+    QCOMPARE(dialog->findChild<QLineEdit*>("yearLineEdit"_s)->text(), "2024"_s);
+    QCOMPARE(dialog->findChild<QLineEdit*>("minuteLineEdit"_s)->text(), "05"_s);
 }
 
 void TestGeneral::clock_refreshDoesNotReadTheClock()
@@ -1192,12 +1182,12 @@ void TestGeneral::language_pageTranslatesItself()
     QCOMPARE(panel.label(4, 1)->text(), QString::fromUtf8("蜂鸣器："));
     QVERIFY(panel.label(2, 2)->text().contains(QString::fromUtf8("周")));
     panel.page.onChangeLanguage(Settings::English);
-    QCOMPARE(panel.label(0, 1)->text(), QStringLiteral("Brightness:"));
-    QVERIFY(panel.label(2, 2)->text().contains(QStringLiteral(".    ")));
+    QCOMPARE(panel.label(0, 1)->text(), "Brightness:"_s);
+    QVERIFY(panel.label(2, 2)->text().contains(".    "_s));
 
     // The captions of the rows without a place follow as well.
-    QVERIFY(labelOf(QStringLiteral("Auto Backlight Off:")));
-    QVERIFY(labelOf(QStringLiteral("Initial Window:")));
+    QVERIFY(labelOf("Auto Backlight Off:"_s));
+    QVERIFY(labelOf("Initial Window:"_s));
 }
 
 void TestGeneral::captions_allHaveTheirFont()
@@ -1223,7 +1213,7 @@ void TestGeneral::language_unknownValue_loadsNothing()
     Page fresh;
     fresh.page.onChangeLanguage(Settings::English);
     panel.page.onChangeLanguage(static_cast<Settings::Language>(2));
-    QCOMPARE(fresh.clock()->text(), QStringLiteral("setting"));
+    QCOMPARE(fresh.clock()->text(), "setting"_s);
 }
 
 void TestGeneral::detectProcess_returnsFirstNumberOrOne()
@@ -1231,7 +1221,7 @@ void TestGeneral::detectProcess_returnsFirstNumberOrOne()
     GeneralSettings page;
     QVERIFY(page.detect_process("test_general") > 0);
     QCOMPARE(page.detect_process("no-such-process-anywhere"), 1);
-    QVERIFY(PanelWorld::commands().contains(QStringLiteral("ps -ef")));
+    QVERIFY(PanelWorld::commands().contains("ps -ef"_s));
 }
 
 void TestGeneral::missingTools_leaveThePageUsable()
@@ -1240,11 +1230,11 @@ void TestGeneral::missingTools_leaveThePageUsable()
         PanelWorld::replaceTool(QString::fromLatin1(tool), QByteArray());
     }
     Page panel;
-    QCOMPARE(panel.level()->text(), QStringLiteral("00"));
+    QCOMPARE(panel.level()->text(), "00"_s);
     QCOMPARE(panel.slider()->minimumWidth(), 250);
     panel.keyClick("on");
     QTest::mouseClick(panel.plus(), Qt::LeftButton);
-    QCOMPARE(panel.level()->text(), QStringLiteral("01"));
+    QCOMPARE(panel.level()->text(), "01"_s);
     QCOMPARE(panel.emitted, (QList<QPair<int, int>>{{76, 1}}));
 }
 

@@ -23,7 +23,7 @@
 
 namespace {
 
-const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
+const QString noticePipe = "/tmp/fifo_sysreg"_s;
 
 /// Marks every text it is asked for: what is shown without the mark never came through tr(), or was
 /// not asked for again.
@@ -36,7 +36,7 @@ public:
     {
         return mark() + QString::fromUtf8(text);
     }
-    static QString mark() { return QStringLiteral("@"); }
+    static QString mark() { return "@"_s; }
 };
 
 /// Notes what it is asked for.
@@ -61,7 +61,7 @@ QStringList unmarkedTexts(const QWidget* window)
     QStringList texts;
     for (const QWidget* widget : window->findChildren<QWidget*>()) {
         const QString text = widget->property("text").toString();
-        const bool hasLetters = text.contains(QRegularExpression(QStringLiteral("\\pL")));
+        const bool hasLetters = text.contains(QRegularExpression("\\pL"_s));
         const bool isField = qobject_cast<const QLineEdit*>(widget) != nullptr;
         if (widget->isVisible() && hasLetters && !isField &&
             !text.contains(MarkingTranslator::mark())) {
@@ -108,12 +108,12 @@ void TestLanguage::everyVisibleText_isAskedForAgain()
     dialog.findChild<GeneralSettings*>()->refresh();
     dialog.findChild<NetworkSettings*>()->refresh();
     QCOMPARE(unmarkedTexts(&dialog), QStringList());
-    dialog.findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
+    dialog.findChild<QPushButton*>("networkPushButton"_s)->click();
     QCOMPARE(unmarkedTexts(&dialog), QStringList());
 
     // The check can fail: a text set behind the translator's back is found.
-    dialog.findChild<QLabel*>(QStringLiteral("titleobject"))->setText(QStringLiteral("bare"));
-    QCOMPARE(unmarkedTexts(&dialog), QStringList({QStringLiteral("bare")}));
+    dialog.findChild<QLabel*>("titleobject"_s)->setText("bare"_s);
+    QCOMPARE(unmarkedTexts(&dialog), QStringList({"bare"_s}));
 }
 
 void TestLanguage::start_asksAHostsTranslatorAgain()
@@ -121,7 +121,7 @@ void TestLanguage::start_asksAHostsTranslatorAgain()
     AskedTranslator host;
     QCoreApplication::installTranslator(&host);
     const Settings dialog(nullptr);
-    QCOMPARE(host.asked.count(QStringLiteral("Settings/Settings")), 2); // the window's title
+    QCOMPARE(host.asked.count("Settings/Settings"_s), 2); // the window's title
 }
 
 void TestLanguage::start_showsEveryLanguage()
@@ -129,8 +129,8 @@ void TestLanguage::start_showsEveryLanguage()
     Settings dialog(nullptr);
     const LanguageChanges changes;
     dialog.init();
-    const QString none = QStringLiteral("Disable Network");
-    const QString english = QStringLiteral("Disable Network:");
+    const QString none = "Disable Network"_s;
+    const QString english = "Disable Network:"_s;
     const QString chinese = QString::fromUtf8("禁用网络：");
     // Both, the stored one, and the same by each page. A translator that is put in anew is taken
     // out first.
@@ -157,7 +157,7 @@ void TestLanguage::everyTextOfTheKeypad_isTranslated()
     InputDialog* keypad = InputDialog::Instance(0, 1, 32, 17, nullptr, nullptr);
     keypad->show();
     QCOMPARE(unmarkedTexts(keypad), QStringList());
-    QCOMPARE(keypad->windowTitle(), QStringLiteral("@Dialog"));
+    QCOMPARE(keypad->windowTitle(), "@Dialog"_s);
     keypad->close();
     InputDialog::release();
 }
@@ -196,10 +196,8 @@ void TestLanguage::oddLanguageTexts_areKept()
     // The two buttons read the same in both languages.
     for (const auto language : {Settings::Chinese, Settings::English}) {
         dialog.updateLanguage(language);
-        QCOMPARE(dialog.findChild<QPushButton*>(QStringLiteral("Chinese"))->text(),
-                 QString::fromUtf8("中文"));
-        QCOMPARE(dialog.findChild<QPushButton*>(QStringLiteral("English"))->text(),
-                 QStringLiteral("EN"));
+        QCOMPARE(dialog.findChild<QPushButton*>("Chinese"_s)->text(), QString::fromUtf8("中文"));
+        QCOMPARE(dialog.findChild<QPushButton*>("English"_s)->text(), "EN"_s);
     }
 }
 
@@ -210,12 +208,11 @@ void TestLanguage::missingFiles_showTheSource()
     dialog.init();
     for (const auto language : {Settings::Chinese, Settings::English}) {
         dialog.updateLanguage(language);
-        QCOMPARE(GeneralSettings::tr("Invalid Day"), QStringLiteral("Invalid Day"));
-        QCOMPARE(InputDialog::tr("ENTER"), QStringLiteral("ENTER"));
-        QCOMPARE(DateTimeDialog::tr("Dialog"), QStringLiteral("Dialog"));
+        QCOMPARE(GeneralSettings::tr("Invalid Day"), "Invalid Day"_s);
+        QCOMPARE(InputDialog::tr("ENTER"), "ENTER"_s);
+        QCOMPARE(DateTimeDialog::tr("Dialog"), "Dialog"_s);
     }
-    QCOMPARE(QCoreApplication::translate("NetworkSettings", "Static IP"),
-             QStringLiteral("Static IP"));
+    QCOMPARE(QCoreApplication::translate("NetworkSettings", "Static IP"), "Static IP"_s);
 }
 
 void TestLanguage::manySwitches_keepTheChangeEvents()
@@ -264,10 +261,10 @@ void TestLanguage::deletedDialog_leavesNoTranslator()
         QCOMPARE(QCoreApplication::translate("Settings", "Restart"), QString::fromUtf8("重启"));
     }
     for (const char* context : {"Settings", "GeneralSettings", "NetworkSettings", "InputDialog"}) {
-        QCOMPARE(QCoreApplication::translate(context, "Tips"), QStringLiteral("Tips"));
+        QCOMPARE(QCoreApplication::translate(context, "Tips"), "Tips"_s);
     }
-    QCOMPARE(QCoreApplication::translate("Settings", "Restart"), QStringLiteral("Restart"));
-    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), QStringLiteral("Sun"));
+    QCOMPARE(QCoreApplication::translate("Settings", "Restart"), "Restart"_s);
+    QCOMPARE(QCoreApplication::translate("GeneralSettings", "Sun"), "Sun"_s);
 }
 
 QTEST_MAIN(TestLanguage)

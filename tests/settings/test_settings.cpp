@@ -7,6 +7,7 @@
 #include "tests/support/Hands.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/PanelWorld.h"
+#include "tests/support/Text.h"
 #include "tests/support/TimerLog.h"
 
 #include <QAbstractEventDispatcher>
@@ -28,25 +29,25 @@
 
 namespace {
 
-const QString settingsFile = QStringLiteral("/hmi/Config/system_settings.ini");
-const QString longBeep = QStringLiteral("/root/plat-intf/setbeep long");
-const QString readImage = QStringLiteral("/root/plat-intf/readee");
-const QString writeImage = QStringLiteral("/root/plat-intf/writeee count=16");
-const QString noticePipe = QStringLiteral("/tmp/fifo_sysreg");
+const QString settingsFile = "/hmi/Config/system_settings.ini"_s;
+const QString longBeep = "/root/plat-intf/setbeep long"_s;
+const QString readImage = "/root/plat-intf/readee"_s;
+const QString writeImage = "/root/plat-intf/writeee count=16"_s;
+const QString noticePipe = "/tmp/fifo_sysreg"_s;
 
-const QString languageArea = QStringLiteral("/hmi_data/sfw.dat");
+const QString languageArea = "/hmi_data/sfw.dat"_s;
 constexpr int languageByte = 169;
 
 /// The buttons of the languages, from the left.
 const char* const languageButtons[] = {"Chinese", "English"};
 constexpr int preferenceByte = 180;
-const QString dhcpArea = QStringLiteral("/hmi_data/sfb.dat");
+const QString dhcpArea = "/hmi_data/sfb.dat"_s;
 constexpr int dhcpBits[] = {20, 21};
 constexpr int hardwareByte = 256 + 6;
-const QString clientStart = QStringLiteral("udhcpc -i ");
-const QString resolver = QStringLiteral("/etc/resolv.conf");
-const QString resolverBackup = QStringLiteral("/etc/resolvbak.conf");
-const QString closeArea = QStringLiteral("/tmp/smb.dat");
+const QString clientStart = "udhcpc -i "_s;
+const QString resolver = "/etc/resolv.conf"_s;
+const QString resolverBackup = "/etc/resolvbak.conf"_s;
+const QString closeArea = "/tmp/smb.dat"_s;
 constexpr int closeBit = 16;
 constexpr int closeHiddenByte = 157;
 constexpr int brightnessByte = 29;
@@ -54,15 +55,15 @@ constexpr int brightnessByte = 29;
 /// Commands of every dialog that is made, until the Network page has read the screen's width: the
 /// window's three records, then the width and the brightness for the General page.
 const QStringList commandsOfEach = {readImage, readImage, readImage, readImage,
-                                    QStringLiteral("/root/plat-intf/getbright")};
+                                    "/root/plat-intf/getbright"_s};
 
-const QString selectedButton = QStringLiteral("border: 0px;background-color:rgb(96, 157, 191);");
-const QString unselectedButton = QStringLiteral("border: 0px;background-color:rgb(240, 240, 240);");
+const QString selectedButton = "border: 0px;background-color:rgb(96, 157, 191);"_s;
+const QString unselectedButton = "border: 0px;background-color:rgb(240, 240, 240);"_s;
 
 void setKeyClick(const char* value)
 {
     QSettings settings(settingsFile, QSettings::IniFormat);
-    settings.setValue(QStringLiteral("General/buzzer"), QString::fromLatin1(value));
+    settings.setValue("General/buzzer"_s, QString::fromLatin1(value));
 }
 
 void setLanguageRegister(char value)
@@ -100,8 +101,7 @@ void storeAdapters(const Adapters& adapters, int preference)
     QSettings settings(settingsFile, QSettings::IniFormat);
     for (int at = 0; at < adapters.size(); ++at) {
         const Adapter adapter = adapters.at(at);
-        settings.setValue(QStringLiteral("Network%1/enable").arg(at),
-                          adapter == Static || adapter == Dynamic);
+        settings.setValue("Network%1/enable"_s.arg(at), adapter == Static || adapter == Dynamic);
         PanelWorld::setAreaBit(dhcpArea, dhcpBits[at],
                                adapter == Dynamic || adapter == OffAndDynamic);
     }
@@ -109,19 +109,18 @@ void storeAdapters(const Adapters& adapters, int preference)
 
 QStringList comesUp(int adapter)
 {
-    return {QStringLiteral("ifconfig eth%1 192.168.%2.10 up").arg(adapter).arg(adapter + 1)};
+    return {"ifconfig eth%1 192.168.%2.10 up"_s.arg(adapter).arg(adapter + 1)};
 }
 
 /// Both routes. An adapter that is not filled yet, or dynamic, has no gateway.
 QStringList routes(const char* gateway0, const char* gateway1, int preferred = 0)
 {
     const auto route = [preferred](const char* gateway, int adapter) {
-        return QStringLiteral("route add default gw %1 dev eth%2 metric %3")
-            .arg(QString::fromLatin1(gateway))
+        return "route add default gw %1 dev eth%2 metric %3"_s.arg(QString::fromLatin1(gateway))
             .arg(adapter)
             .arg(preferred == adapter + 1 ? 0 : 1);
     };
-    const QString remove = QStringLiteral("route del default");
+    const QString remove = "route del default"_s;
     return {remove, remove, route(gateway0, 0), route(gateway1, 1)};
 }
 
@@ -156,7 +155,7 @@ QLabel* inside(const QWidget* button, int index)
 QPushButton* closeButton(const Settings& dialog)
 {
     for (auto* button : dialog.findChildren<QPushButton*>()) {
-        if (button->styleSheet().contains(QStringLiteral("close.png"))) {
+        if (button->styleSheet().contains("close.png"_s)) {
             return button;
         }
     }
@@ -238,7 +237,7 @@ QImage openedNetworkPage(bool afterPause)
     if (afterPause) {
         waitForPause();
     }
-    dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton"))->click();
+    dialog->findChild<QPushButton*>("networkPushButton"_s)->click();
     return dialog->grab().toImage();
 }
 
@@ -446,8 +445,7 @@ void TestSettings::construction_withoutTools_isStillAWindow()
     const auto dialog = makeDialog();
     dialog->show();
     QVERIFY(dialog->isVisible());
-    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("brightnessLineEdit"))->text(),
-             QStringLiteral("00"));
+    QCOMPARE(dialog->findChild<QLineEdit*>("brightnessLineEdit"_s)->text(), "00"_s);
 }
 
 void TestSettings::widgetTree_isComplete_data()
@@ -506,7 +504,7 @@ void TestSettings::widgetTree_isComplete()
 void TestSettings::form_hasItsSizeAndMargins()
 {
     const Settings dialog(nullptr);
-    QCOMPARE(dialog.objectName(), QStringLiteral("Settings"));
+    QCOMPARE(dialog.objectName(), "Settings"_s);
     QCOMPARE(dialog.size(), QSize(1158, 734));
     QCOMPARE(dialog.layout()->contentsMargins(), QMargins());
     QCOMPARE(dialog.layout()->spacing(), 0);
@@ -517,51 +515,48 @@ void TestSettings::form_hasItsSizeAndMargins()
         QCOMPARE(page->contentsMargins(), QMargins(0, 20, 0, 0));
         QCOMPARE(page->layout()->contentsMargins(), QMargins(50, 0, 50, 30));
     }
-    const auto* bar = dialog.findChild<QFrame*>(QStringLiteral("buttonBarFrame"));
+    const auto* bar = dialog.findChild<QFrame*>("buttonBarFrame"_s);
     QCOMPARE(bar->layout()->contentsMargins(), QMargins(50, 0, 50, 0));
     QCOMPARE(bar->layout()->spacing(), 0);
 
-    const auto* frame = dialog.findChild<QFrame*>(QStringLiteral("settingsFrame"));
+    const auto* frame = dialog.findChild<QFrame*>("settingsFrame"_s);
     QCOMPARE(frame->frameShape(), QFrame::StyledPanel);
     QCOMPARE(frame->frameShadow(), QFrame::Raised);
     QCOMPARE(frame->styleSheet(),
-             QStringLiteral("QFrame#settingsFrame{background-color: rgb(163, 198, 218);border: 0px "
-                            "solid rgb(163, 198, 218)}"));
+             "QFrame#settingsFrame{background-color: rgb(163, 198, 218);border: 0px "
+             "solid rgb(163, 198, 218)}"_s);
     QCOMPARE(bar->styleSheet(),
-             QStringLiteral("QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: "
-                            "0px solid rgb(163, 198, 218);}"));
-    const auto* general =
-        dialog.findChild<GeneralSettings*>(QStringLiteral("generalSettingsListWidget"));
-    QCOMPARE(
-        general->styleSheet(),
-        QStringLiteral("QWidget#generalSettingsListWidget{border: 2px;background:rgb(246, "
-                       "246, 246);border-top-left-radius: 8px;border-top-right-radius: 8px;}"));
+             "QFrame#buttonBarFrame{background-color: rgb(163, 198, 218);border: "
+             "0px solid rgb(163, 198, 218);}"_s);
+    const auto* general = dialog.findChild<GeneralSettings*>("generalSettingsListWidget"_s);
+    QCOMPARE(general->styleSheet(),
+             "QWidget#generalSettingsListWidget{border: 2px;background:rgb(246, "
+             "246, 246);border-top-left-radius: 8px;border-top-right-radius: 8px;}"_s);
     QCOMPARE(general->property("isWrapping"), QVariant(false));
     QCOMPARE(dialog.findChild<NetworkSettings*>()->styleSheet(),
-             QStringLiteral("QWidget#networkSettingsListWidget{border-image:url(:/Resources/"
-                            "background.png);border:0px}"));
-    QCOMPARE(dialog.findChild<QWidget*>(QStringLiteral("networkPage"))->styleSheet(),
-             QStringLiteral(
-                 "QWidget#titleobject{background-color:qlineargradient(spread:pad,x1:0,y1:0,x2:0,"
-                 "y2:1,stop:0 #1cc3ff,stop:1 #2b39ff);color:white;border:0px;}"));
+             "QWidget#networkSettingsListWidget{border-image:url(:/Resources/"
+             "background.png);border:0px}"_s);
+    QCOMPARE(dialog.findChild<QWidget*>("networkPage"_s)->styleSheet(),
+             "QWidget#titleobject{background-color:qlineargradient(spread:pad,x1:0,y1:0,x2:0,"
+             "y2:1,stop:0 #1cc3ff,stop:1 #2b39ff);color:white;border:0px;}"_s);
 }
 
 void TestSettings::titleBar_looksAsDocumented()
 {
     const auto dialog = makeDialog();
-    const auto* title = dialog->findChild<QLabel*>(QStringLiteral("titleobject"));
+    const auto* title = dialog->findChild<QLabel*>("titleobject"_s);
     QCOMPARE(title->text(), QString::fromUtf8("系统设置"));
     QCOMPARE(title->minimumHeight(), 80);
     QCOMPARE(title->maximumHeight(), 80);
     QCOMPARE(int(title->alignment()), int(Qt::AlignRight | Qt::AlignVCenter));
 
-    const auto* icon = dialog->findChild<QLabel*>(QStringLiteral("label"));
+    const auto* icon = dialog->findChild<QLabel*>("label"_s);
     QVERIFY(samePicture(icon, ":/Resources/setting_white.png"));
     QCOMPARE(int(icon->alignment()), 0xC1);
     QCOMPARE(icon->margin(), 10);
 
-    const auto* bar = dialog->findChild<QWidget*>(QStringLiteral("widget"));
-    QCOMPARE(bar->styleSheet(), QStringLiteral("background-color: rgb(96, 157, 191);color:white;"));
+    const auto* bar = dialog->findChild<QWidget*>("widget"_s);
+    QCOMPARE(bar->styleSheet(), "background-color: rgb(96, 157, 191);color:white;"_s);
     QCOMPARE(int(bar->layout()->alignment()), int(Qt::AlignCenter));
     const auto* shadow = qobject_cast<QGraphicsDropShadowEffect*>(bar->graphicsEffect());
     QVERIFY(shadow);
@@ -585,19 +580,19 @@ void TestSettings::titleShadow_looksLikeQts()
     // too.
     const auto picture = [size](QGraphicsDropShadowEffect* shadow, QPoint place) {
         QWidget page;
-        page.setStyleSheet(QStringLiteral("background:rgb(163, 198, 218)"));
+        page.setStyleSheet("background:rgb(163, 198, 218)"_s);
         page.resize(size + QSize(40, 40));
         auto* bar = new QWidget(&page);
-        bar->setStyleSheet(QStringLiteral("background:rgb(96, 157, 191);color:white"));
+        bar->setStyleSheet("background:rgb(96, 157, 191);color:white"_s);
         bar->setGeometry(QRect(place, size));
-        auto* text = new QLabel(QStringLiteral("Title"), bar);
+        auto* text = new QLabel("Title"_s, bar);
         text->move(12, 12); // Qt rounds a letter otherwise that the edge of the screen cuts
         shadow->setOffset(0, 0);
         shadow->setColor(Qt::black);
         shadow->setBlurRadius(5);
         bar->setGraphicsEffect(shadow);
         page.grab();
-        text->setText(QStringLiteral("Another"));
+        text->setText("Another"_s);
         text->adjustSize();
         return page.grab().toImage();
     };
@@ -605,7 +600,7 @@ void TestSettings::titleShadow_looksLikeQts()
     complaints = 0;
     const QtMessageHandler before = qInstallMessageHandler(
         [](QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QString& text) {
-            complaints += text.startsWith(QStringLiteral("QPainter")) ? 1 : 0;
+            complaints += text.startsWith("QPainter"_s) ? 1 : 0;
         });
     QList<bool> same;
     for (const QPoint place : {QPoint(0, 0), QPoint(20, 15)}) {
@@ -672,7 +667,7 @@ void TestSettings::titleShadow_isBlurredOnceWhereItCan()
 void TestSettings::titleShadow_isTheSameAfterARefresh()
 {
     const auto dialog = makeDialog();
-    const auto* bar = dialog->findChild<QWidget*>(QStringLiteral("widget"));
+    const auto* bar = dialog->findChild<QWidget*>("widget"_s);
     const QGraphicsEffect* shadow = bar->graphicsEffect();
     dialog->updateLanguage(Settings::English);
     QCOMPARE(bar->graphicsEffect(), shadow); // or it would be blurred again
@@ -693,9 +688,8 @@ void TestSettings::titleButtons_standAtTheirPlaces()
     const QPushButton* close = closeButton(*dialog);
     QVERIFY(close);
     QCOMPARE(close->geometry(), QRect(screenWidth - 55, 15, 40, 40));
-    QCOMPARE(close->styleSheet(),
-             QStringLiteral("QPushButton{border-image: url(:/Resources/close.png); "
-                            "background-color: rgba(255, 255, 255, 0);color:white;}"));
+    QCOMPARE(close->styleSheet(), "QPushButton{border-image: url(:/Resources/close.png); "
+                                  "background-color: rgba(255, 255, 255, 0);color:white;}"_s);
 }
 
 void TestSettings::languageFaces_followTheLanguage_data()
@@ -718,12 +712,10 @@ void TestSettings::languageFaces_followTheLanguage()
     QFETCH(QString, englishFace);
     const auto dialog = makeDialog();
     dialog->updateLanguage(static_cast<Settings::Language>(language));
-    const auto face = QStringLiteral("QPushButton{border-image: url(:/Resources/%1.png); "
-                                     "color:white}");
-    QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("Chinese"))->styleSheet(),
-             face.arg(chineseFace));
-    QCOMPARE(dialog->findChild<QPushButton*>(QStringLiteral("English"))->styleSheet(),
-             face.arg(englishFace));
+    const auto face = "QPushButton{border-image: url(:/Resources/%1.png); "
+                      "color:white}"_s;
+    QCOMPARE(dialog->findChild<QPushButton*>("Chinese"_s)->styleSheet(), face.arg(chineseFace));
+    QCOMPARE(dialog->findChild<QPushButton*>("English"_s)->styleSheet(), face.arg(englishFace));
 }
 
 void TestSettings::closeButton_isHiddenByTheRecord_data()
@@ -837,10 +829,9 @@ void TestSettings::barButtons_ofLaterPagesAreHiddenAndDoNothing()
 void TestSettings::fonts_areThePanelsWithTheirSizes()
 {
     const auto dialog = makeDialog();
-    const QString family =
-        QFontDatabase::applicationFontFamilies(
-            QFontDatabase::addApplicationFont(QStringLiteral("/hmi/default.ttf")))
-            .value(0);
+    const QString family = QFontDatabase::applicationFontFamilies(
+                               QFontDatabase::addApplicationFont("/hmi/default.ttf"_s))
+                               .value(0);
     QVERIFY(!family.isEmpty());
     const struct
     {
@@ -869,26 +860,26 @@ void TestSettings::pages_switchWithTheBar()
     const auto dialog = makeDialog();
     dialog->show();
     const auto* pages = dialog->findChild<QStackedWidget*>();
-    auto* general = dialog->findChild<QPushButton*>(QStringLiteral("generalPushButton"));
-    auto* network = dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton"));
-    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("generalSettingsPage"));
-    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
+    auto* general = dialog->findChild<QPushButton*>("generalPushButton"_s);
+    auto* network = dialog->findChild<QPushButton*>("networkPushButton"_s);
+    QCOMPARE(pages->currentWidget()->objectName(), "generalSettingsPage"_s);
+    QCOMPARE(inside(general, 1)->styleSheet(), "color:white;"_s);
 
     QTest::mouseClick(network, Qt::LeftButton);
-    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("networkPage"));
+    QCOMPARE(pages->currentWidget()->objectName(), "networkPage"_s);
     QCOMPARE(general->styleSheet(), unselectedButton);
     QCOMPARE(network->styleSheet(), selectedButton);
-    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:black;"));
-    QCOMPARE(inside(network, 1)->styleSheet(), QStringLiteral("color:white;"));
+    QCOMPARE(inside(general, 1)->styleSheet(), "color:black;"_s);
+    QCOMPARE(inside(network, 1)->styleSheet(), "color:white;"_s);
     QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_blue.png"));
     QVERIFY(samePicture(inside(network, 0), ":/Resources/network1.png"));
 
     QTest::mouseClick(general, Qt::LeftButton);
-    QCOMPARE(pages->currentWidget()->objectName(), QStringLiteral("generalSettingsPage"));
+    QCOMPARE(pages->currentWidget()->objectName(), "generalSettingsPage"_s);
     QCOMPARE(general->styleSheet(), selectedButton);
     QCOMPARE(network->styleSheet(), unselectedButton);
-    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
-    QCOMPARE(inside(network, 1)->styleSheet(), QStringLiteral("color:black;"));
+    QCOMPARE(inside(general, 1)->styleSheet(), "color:white;"_s);
+    QCOMPARE(inside(network, 1)->styleSheet(), "color:black;"_s);
     QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_white.png"));
     QVERIFY(samePicture(inside(network, 0), ":/Resources/network.png"));
 }
@@ -902,11 +893,10 @@ void TestSettings::pages_areLaidOutAndPaintedOnceWhenOpened()
     QVERIFY(QTest::qWaitForWindowExposed(dialog.get()));
     QCoreApplication::processEvents();
     const QWidget* pane = dialog->findChild<QTabWidget*>()->currentWidget();
-    auto* content = pane->findChild<QWidget*>(QStringLiteral("content"));
+    auto* content = pane->findChild<QWidget*>("content"_s);
     PaintCount count;
     content->installEventFilter(&count);
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("networkPushButton")),
-                      Qt::LeftButton);
+    QTest::mouseClick(dialog->findChild<QPushButton*>("networkPushButton"_s), Qt::LeftButton);
     QTRY_VERIFY(count.paints > 0);
     QCoreApplication::processEvents(); // a second painting would come here
     QCOMPARE(count.paints, 1);
@@ -917,12 +907,12 @@ void TestSettings::generalPressedOnGeneral_changesNothingButColours()
 {
     const auto dialog = makeDialog();
     dialog->show();
-    auto* general = dialog->findChild<QPushButton*>(QStringLiteral("generalPushButton"));
-    inside(general, 1)->setStyleSheet(QStringLiteral("color:red;"));
+    auto* general = dialog->findChild<QPushButton*>("generalPushButton"_s);
+    inside(general, 1)->setStyleSheet("color:red;"_s);
     inside(general, 0)->setPixmap(QPixmap());
     general->setStyleSheet(QString()); // is not drawn again: the page is shown already
     QTest::mouseClick(general, Qt::LeftButton);
-    QCOMPARE(inside(general, 1)->styleSheet(), QStringLiteral("color:white;"));
+    QCOMPARE(inside(general, 1)->styleSheet(), "color:white;"_s);
     QVERIFY(samePicture(inside(general, 0), ":/Resources/setting_white.png"));
     QCOMPARE(general->styleSheet(), QString());
     QCOMPARE(dialog->findChild<QStackedWidget*>()->currentIndex(), 0);
@@ -956,9 +946,9 @@ void TestSettings::press_beepsByTheSettingsFile()
         button.isEmpty() ? closeButton(*dialog) : dialog->findChild<QPushButton*>(button);
     QSettings settings(settingsFile, QSettings::IniFormat);
     if (buzzer.isEmpty()) {
-        settings.remove(QStringLiteral("General/buzzer"));
+        settings.remove("General/buzzer"_s);
     } else {
-        settings.setValue(QStringLiteral("General/buzzer"), buzzer);
+        settings.setValue("General/buzzer"_s, buzzer);
     }
     QSignalSpy clicks(target, &QPushButton::clicked);
     PanelWorld::clearCommands();
@@ -1004,9 +994,8 @@ void TestSettings::restart_rebootsWithoutAsking()
     dialog->show();
     setKeyClick("off");
     PanelWorld::clearCommands();
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("restartPushButton")),
-                      Qt::LeftButton);
-    QCOMPARE(PanelWorld::commands(), QStringList({QStringLiteral("reboot")}));
+    QTest::mouseClick(dialog->findChild<QPushButton*>("restartPushButton"_s), Qt::LeftButton);
+    QCOMPARE(PanelWorld::commands(), QStringList({"reboot"_s}));
     QVERIFY(!Hands::modal());
 }
 
@@ -1115,16 +1104,15 @@ void TestSettings::statusBar_isBuiltAndTakesNoSpace()
 {
     const auto dialog = makeDialog();
     dialog->show();
-    const auto* strip = dialog->findChild<QFrame*>(QStringLiteral("statusBarFrame"));
-    const auto* bar = dialog->findChild<QFrame*>(QStringLiteral("buttonBarFrame"));
+    const auto* strip = dialog->findChild<QFrame*>("statusBarFrame"_s);
+    const auto* bar = dialog->findChild<QFrame*>("buttonBarFrame"_s);
     for (const auto language : {Settings::Chinese, Settings::English}) {
         dialog->updateLanguage(language);
         QVERIFY(!strip->isVisible());
         QCOMPARE(bar->geometry().bottom(), dialog->rect().bottom());
     }
-    QCOMPARE(
-        strip->styleSheet(),
-        QStringLiteral("QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}"));
+    QCOMPARE(strip->styleSheet(),
+             "QFrame#statusBarFrame{border-image:url(:/Resources/background.png);}"_s);
     const char* const order[] = {"statusText", "udisk1Image", "uDisk1Text", "udisk2Image",
                                  "uDisk2Text", "SDImage",     "SDText"};
     for (int item = 0; item < int(std::size(order)); ++item) {
@@ -1137,10 +1125,10 @@ void TestSettings::statusBar_isBuiltAndTakesNoSpace()
     QVERIFY(samePicture(label("udisk1Image"), ":/Resources/udisk.png"));
     QVERIFY(samePicture(label("udisk2Image"), ":/Resources/udisk.png"));
     QVERIFY(samePicture(label("SDImage"), ":/Resources/sd.png"));
-    QCOMPARE(label("statusText")->text(), QStringLiteral("Status:"));
-    QCOMPARE(label("uDisk1Text")->text(), QStringLiteral("u disk1"));
-    QCOMPARE(label("uDisk2Text")->text(), QStringLiteral("u disk2"));
-    QCOMPARE(label("SDText")->text(), QStringLiteral("SD"));
+    QCOMPARE(label("statusText")->text(), "Status:"_s);
+    QCOMPARE(label("uDisk1Text")->text(), "u disk1"_s);
+    QCOMPARE(label("uDisk2Text")->text(), "u disk2"_s);
+    QCOMPARE(label("SDText")->text(), "SD"_s);
 }
 
 namespace {
@@ -1314,7 +1302,7 @@ void TestSettings::language_isTakenFromTheRegister()
     const QByteArray neighbours = PanelWorld::fileContent(languageArea);
     NoticeListener runtime(noticePipe);
     const auto dialog = makeDialog();
-    QCOMPARE(dialog->findChild<QLabel*>(QStringLiteral("titleobject"))->text(), title);
+    QCOMPARE(dialog->findChild<QLabel*>("titleobject"_s)->text(), title);
     QCOMPARE(languageRegister(), stored);
     // Four bytes are passed, the register takes one: what lies behind it stays.
     QCOMPARE(PanelWorld::fileContent(languageArea), neighbours);
@@ -1323,12 +1311,11 @@ void TestSettings::language_isTakenFromTheRegister()
 
 void TestSettings::language_withoutRegisterFile_isChinese()
 {
-    QVERIFY(QFile::rename(languageArea, languageArea + QStringLiteral(".away")));
+    QVERIFY(QFile::rename(languageArea, languageArea + ".away"_s));
     const auto dialog = makeDialog();
-    QCOMPARE(dialog->findChild<QLabel*>(QStringLiteral("titleobject"))->text(),
-             QString::fromUtf8("系统设置"));
+    QCOMPARE(dialog->findChild<QLabel*>("titleobject"_s)->text(), QString::fromUtf8("系统设置"));
     QVERIFY(!QFile::exists(languageArea));
-    QVERIFY(QFile::rename(languageArea + QStringLiteral(".away"), languageArea));
+    QVERIFY(QFile::rename(languageArea + ".away"_s, languageArea));
 }
 
 void TestSettings::language_isAnnouncedOnceAtStart()
@@ -1346,11 +1333,11 @@ void TestSettings::language_buttonsSwitchAndStore()
 {
     const auto dialog = makeDialog();
     dialog->show();
-    const auto* title = dialog->findChild<QLabel*>(QStringLiteral("titleobject"));
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("English")), Qt::LeftButton);
-    QCOMPARE(title->text(), QStringLiteral("System Settings"));
+    const auto* title = dialog->findChild<QLabel*>("titleobject"_s);
+    QTest::mouseClick(dialog->findChild<QPushButton*>("English"_s), Qt::LeftButton);
+    QCOMPARE(title->text(), "System Settings"_s);
     QCOMPARE(languageRegister(), 1);
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("Chinese")), Qt::LeftButton);
+    QTest::mouseClick(dialog->findChild<QPushButton*>("Chinese"_s), Qt::LeftButton);
     QCOMPARE(title->text(), QString::fromUtf8("系统设置"));
     QCOMPARE(languageRegister(), 0);
 }
@@ -1363,7 +1350,7 @@ void TestSettings::language_shownAlready_isSwitchedAgain()
     runtime.takeAll();
     int announced = 0;
     connect(dialog.get(), &Settings::changeLanguage, this, [&announced] { ++announced; });
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("Chinese")), Qt::LeftButton);
+    QTest::mouseClick(dialog->findChild<QPushButton*>("Chinese"_s), Qt::LeftButton);
     QCOMPARE(announced, 1);
     QCOMPARE(runtime.takeNumbers(), QList<quint32>({20}));
 }
@@ -1372,7 +1359,7 @@ void TestSettings::language_renamedButton_switchesNothing()
 {
     const auto dialog = makeDialog();
     dialog->show();
-    auto* english = dialog->findChild<QPushButton*>(QStringLiteral("English"));
+    auto* english = dialog->findChild<QPushButton*>("English"_s);
     for (const char* name : {"english", "Francais", ""}) {
         english->setObjectName(QString::fromLatin1(name));
         QTest::mouseClick(english, Qt::LeftButton);
@@ -1384,8 +1371,7 @@ void TestSettings::language_lastsForTheNextDialog()
 {
     makeDialog()->updateLanguage(Settings::English);
     const auto next = makeDialog();
-    QCOMPARE(next->findChild<QLabel*>(QStringLiteral("titleobject"))->text(),
-             QStringLiteral("System Settings"));
+    QCOMPARE(next->findChild<QLabel*>("titleobject"_s)->text(), "System Settings"_s);
 }
 
 void TestSettings::dialogs_areIndependent()
@@ -1394,15 +1380,14 @@ void TestSettings::dialogs_areIndependent()
     const auto second = makeDialog();
     second->show();
     first.reset();
-    QTest::mouseClick(second->findChild<QPushButton*>(QStringLiteral("networkPushButton")),
-                      Qt::LeftButton);
+    QTest::mouseClick(second->findChild<QPushButton*>("networkPushButton"_s), Qt::LeftButton);
     QCOMPARE(second->findChild<QStackedWidget*>()->currentIndex(), 1);
 }
 
 void TestSettings::dialogs_leaveNothingBehind()
 {
     makeDialog(); // makes what lives as long as the library
-    const auto descriptors = [] { return QDir(QStringLiteral("/proc/self/fd")).count(); };
+    const auto descriptors = [] { return QDir("/proc/self/fd"_s).count(); };
     const int widgets = QApplication::allWidgets().size();
     const uint open = descriptors();
     for (int round = 0; round < 100; ++round) {
@@ -1412,8 +1397,7 @@ void TestSettings::dialogs_leaveNothingBehind()
     }
     QCOMPARE(QApplication::allWidgets().size(), widgets);
     QCOMPARE(descriptors(), open);
-    QCOMPARE(QCoreApplication::translate("Settings", "System Settings"),
-             QStringLiteral("System Settings"));
+    QCOMPARE(QCoreApplication::translate("Settings", "System Settings"), "System Settings"_s);
 }
 
 QTEST_MAIN(TestSettings)
