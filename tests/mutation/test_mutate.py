@@ -138,6 +138,14 @@ class Toy(unittest.TestCase):
         self.assertRegex(output, r"(?m)^device +6 +3 +2 +83.3%$")
         self.assertEqual((self.root / "device/Limit.cpp").read_text(), TOY["device/Limit.cpp"])
 
+    def test_parts_are_all_of_it_and_none_twice(self):
+        def judged(*words):
+            output = self.mutate("--count", "4", "--seed", "3", "--quick", *words, "device")[1]
+            return re.findall(r"^\d+/\d+ (\S+ (?:noticed|NOT NOTICED).*?),? \d+ s$", output, re.M)
+        parts = [judged("--part", f"{number}/3") for number in (1, 2, 3)]
+        self.assertEqual([len(part) for part in parts], [2, 1, 1])
+        self.assertEqual(sorted(sum(parts, [])), sorted(judged()))
+
     def test_what_fails_by_itself_is_asked_no_more(self):
         (self.root / "tests/device/test.cpp").write_text("int main() { return 1; }\n")
         status, output = self.mutate("--count", "100", "--seed", "3", "device")
