@@ -16,7 +16,8 @@ usage_arm() {
                      (default: panel-settings-arm in $XDG_STATE_HOME or ~/.local/state)
 ./panel arm bench
   counts the instructions that an ARM machine takes for what an operator waits for, then takes the
-  times under emulation, which only an idle machine makes short; prints both as tables; takes minutes
+  times under emulation, which only an idle machine makes short, and prints both as tables; takes
+  minutes
 ./panel arm check
   starts a new one, presses on its touch screen what somebody would try on a new board, looks from
   inside what became of it, and runs the tests of files, registers and flash there; takes minutes

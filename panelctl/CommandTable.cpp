@@ -173,8 +173,7 @@ const std::vector<Command>& all()
           Option::Json},
          "Takes over settings that export has printed, all of them or none, and prints each "
          "change. Settings that the file does not have stay. Says every error of the file at once. "
-         "Ends "
-         "with 3 when nothing changes.",
+         "Ends with 3 when nothing changes.",
          Commands::importSettings},
         {"confirm",
          "",

@@ -474,7 +474,8 @@ class Areas(PanelTest):
                          [f"{path} {problem}" for path, problem in rows])
         self.assertEqual((result.returncode, as_json.returncode), (bool(rows),) * 2)
         if rows:
-            self.assertRegex(self.one_line(result.stderr), rf": {len(rows)} files? (is|are) not")
+            self.assertRegex(self.one_line(result.stderr),
+                             rf": the areas and pipes have {len(rows)} problems?$")
         return rows
 
     def test_check_finds_nothing_where_everything_was_just_made(self):
@@ -495,8 +496,9 @@ class Areas(PanelTest):
                     shutil.rmtree(self.root, ignore_errors=True)
                     self.create()
                     path.write_bytes(noise(size))
+                    counted = "1 byte" if size == 1 else f"{size} bytes"
                     self.assertEqual(self.problems(),
-                                     [(str(path), f"has {size} bytes instead of 4096")])
+                                     [(str(path), f"has {counted} instead of 4096")])
                     self.assertEqual(path.read_bytes(), noise(size))
 
     def test_check_finds_what_is_missing_or_something_else(self):
@@ -515,7 +517,7 @@ class Areas(PanelTest):
         self.silent("areas", "check")
         # A register that lies behind the end of a short file makes it longer, not whole.
         AREAS[5].write_bytes(bytes(100))
-        self.assertIn("1 file is", self.complaint_with_output("areas", "check"))
+        self.assertIn("have 1 problem", self.complaint_with_output("areas", "check"))
 
     def complaint_with_output(self, *words):
         result = start(*words)

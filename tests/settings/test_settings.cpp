@@ -238,6 +238,10 @@ QImage openedNetworkPage(bool afterPause)
         waitForPause();
     }
     dialog->findChild<QPushButton*>("networkPushButton"_s)->click();
+    // Who has the focus is marked in an active window only, which this one becomes in its own time.
+    if (QWidget* marked = dialog->focusWidget()) {
+        marked->clearFocus();
+    }
     return dialog->grab().toImage();
 }
 
