@@ -119,42 +119,49 @@ arm_run() {
         --size "$size" --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
 }
 
+# in_machine FOLDER PROGRAM... -- COMMAND...: runs the command with the options of an emulated panel's
+# start, one that keeps nothing and has these programs of the build. Returns the command's status.
+in_machine() {
+    local folder=$1 programs=() status=0
+    shift
+    while [ "$1" != -- ]; do
+        programs+=("$1")
+        shift
+    done
+    shift
+    rm -rf "$folder"
+    mkdir -p "$folder"
+    "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \
+        "$root/build/armhf" "$folder/archives" "${programs[@]}" || exit 2
+    /usr/bin/python3 "$@" --build "$root/build/armhf" --parts "$machine_parts" \
+        --libraries "$root/build/arm/armhf/prefix" --state "$folder/device" \
+        --archives "$folder/archives" || status=$?
+    rm -rf "$folder"
+    return "$status"
+}
+
 # What the benchmark starts in the machine, as paths from the build. Its programs paint on no screen.
 bench_programs=(benchmarks/operator_times benchmarks/start/start_host benchmarks/start/start_tool
     ../arm/armhf/sysroot/usr/lib/arm-linux-gnueabihf/qt5/plugins/platforms/libqoffscreen.so)
 
 arm_bench() {
-    local folder=$root/build/arm/bench status=0
     no_options "$@"
     make_machine SettingsPlugin panelctl panel-host operator_times start_host
-    rm -rf "$folder"
-    mkdir -p "$folder"
-    "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \
-        "$root/build/armhf" "$folder/archives" "${bench_programs[@]}" || exit 2
-    /usr/bin/python3 "$root/benchmarks/emulated.py" --build "$root/build/armhf" \
-        --parts "$machine_parts" --libraries "$root/build/arm/armhf/prefix" \
-        --state "$folder/device" --archives "$folder/archives" || status=$?
-    rm -rf "$folder"
-    exit "$status"
+    in_machine "$root/build/arm/bench" "${bench_programs[@]}" -- "$root/benchmarks/emulated.py"
 }
 
 # Programs of the build that the check runs in the machine.
-machine_tests=(tests/fileio/test_fileio tests/regstore/test_regstore tests/mtd/test_mtd
+check_programs=(tests/fileio/test_fileio tests/regstore/test_regstore tests/mtd/test_mtd
     tests/mtd/libmtd_emulation.so)
 
 arm_check() {
-    local folder=$root/build/arm/check status=0
+    local pictures=$root/build/arm/pictures status=0
     no_options "$@"
     make_machine SettingsPlugin panelctl panel-host test_fileio test_regstore test_mtd
-    rm -rf "$folder"
-    mkdir -p "$folder/pictures"
-    "$root/arm/machine/archives" "$machine_parts" "$root/build/arm/armhf/sysroot" \
-        "$root/build/armhf" "$folder/archives" "${machine_tests[@]}" || exit 2
-    /usr/bin/python3 "$root/tests/arm/machine/check.py" --pictures "$folder/pictures" \
-        --build "$root/build/armhf" --parts "$machine_parts" \
-        --libraries "$root/build/arm/armhf/prefix" --state "$folder/device" \
-        --archives "$folder/archives" || status=$?
-    rm -rf "$folder/device" "$folder/archives"
-    say "pictures of it are in $folder/pictures"
-    exit "$status"
+    rm -rf "$pictures"
+    mkdir -p "$pictures"
+    in_machine "$root/build/arm/check" "${check_programs[@]}" -- \
+        "$root/tests/arm/machine/check.py" --pictures "$pictures" || status=$?
+    say "pictures of it are in $pictures"
+    return "$status"
 }

@@ -283,9 +283,10 @@ class Privacy(SandboxTest):
         self.assertEqual(variables["PATH"].split(":")[0], "/panel/bin")
         for name, value in (("ASAN_OPTIONS", "a=b:c"), ("EMPTY", ""), ("HOME", "/root"),
                             ("LANG", "C.UTF-8"), ("PANEL_MODE", "recorded"),
-                            ("QT_QPA_PLATFORM", "offscreen"), ("XDG_RUNTIME_DIR", "/run")):
+                            ("QT_QPA_PLATFORM", "offscreen"), ("QT_STYLE_OVERRIDE", "fusion"),
+                            ("XDG_RUNTIME_DIR", "/run")):
             self.assertEqual(variables[name], value)
-        for name in ("LD_BIND_NOT", "QT_STYLE_OVERRIDE", "TMPDIR"):
+        for name in ("LD_BIND_NOT", "TMPDIR"):
             self.assertNotIn(name, variables)
 
     def test_bound_folder_is_shared(self):
