@@ -1,5 +1,6 @@
 #pragma once
 
+#include "regstore/AreaFiles.h"
 #include "regstore/RegisterTable.h"
 #include "regstore/ValueKind.h"
 
@@ -69,7 +70,7 @@ constexpr Kind kindOf(const RegisterRow& row)
     if (const RegisterName* name = findRegisterName(row.id)) {
         return name->kind;
     }
-    if (row.area % 2 == 0) {
+    if (isBitArea(row.area)) {
         return Kind::Switch;
     }
     return row.size == 1 || row.size == 2 || row.size == 4 ? Kind::Number : Kind::Bytes;
