@@ -161,8 +161,8 @@ Starts measureStarts()
     return starts;
 }
 
-/// Milliseconds in each second, of both during the same seconds: whatever else the machine does then
-/// meets both.
+/// Milliseconds in each second, of both during the same seconds: whatever else the machine does
+/// then meets both.
 Figure measureIdle()
 {
     Figure idle{"each second with nobody there", "ms", false};

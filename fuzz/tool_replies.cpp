@@ -43,7 +43,7 @@ std::string knownImage()
         tool.output.push_back(static_cast<char>(at * 7 + 1));
     }
     ToolStandIn::install(tool);
-    EEInfoDetail::Flash_WR_1 record;
+    EEInfoDetail::Flash_WR_1 record = {};
     EEInfoHandle::instance()->read_flash_wr1_info(&record);
     return tool.output;
 }
@@ -71,7 +71,7 @@ void checkRead(const ToolStandIn::Tool& tool, void (EEInfoHandle::*read)(Record*
 {
     const std::string image = imageAfter(tool);
     ToolStandIn::install(tool);
-    Record record;
+    Record record = {};
     (EEInfoHandle::instance()->*read)(&record);
     expect(bytesOf(record) == image.substr(offset, sizeof record),
            "a record holds its own bytes of the image");
@@ -83,7 +83,7 @@ void checkWrite(const ToolStandIn::Tool& tool, int (EEInfoHandle::*write)(Record
 {
     std::string image = imageAfter(tool);
     ToolStandIn::install(tool);
-    Record record;
+    Record record = {};
     std::memset(&record, 0x5A, sizeof record);
     const int result = (EEInfoHandle::instance()->*write)(&record);
     if (!tool.canBeRead || !tool.isThere) {
@@ -102,7 +102,7 @@ void checkWrite(const ToolStandIn::Tool& tool, int (EEInfoHandle::*write)(Record
 void checkHardware(const ToolStandIn::Tool& tool)
 {
     ToolStandIn::install(tool);
-    EEInfoDetail::Flash_ROnly record;
+    EEInfoDetail::Flash_ROnly record = {};
     EEInfoHandle::instance()->read_flash_r_info(&record);
     const int width = EEInfoDetail::screenWidth(record);
     expect(width >= 0 && width <= 4095, "a screen width has 12 bits");

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "regstore/AreaFiles.h"
 #include "regstore/RegisterTable.h"
 #include "regstore/ValueKind.h"
 
@@ -70,7 +69,7 @@ constexpr Kind kindOf(const RegisterRow& row)
     if (const RegisterName* name = findRegisterName(row.id)) {
         return name->kind;
     }
-    if (isBitArea(row.area)) {
+    if (row.area % 2 == 0) {
         return Kind::Switch;
     }
     return row.size == 1 || row.size == 2 || row.size == 4 ? Kind::Number : Kind::Bytes;

@@ -172,7 +172,7 @@ private:
         for (int at = 0; at < count; ++at) {
             const pid_t child = fork();
             if (child == 0) {
-                sleepMilliseconds(2 * at);
+                sleepMilliseconds(2L * at);
                 _exit(0);
             }
             m_children.push_back(child);

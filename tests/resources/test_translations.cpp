@@ -182,7 +182,7 @@ QByteArray listOf(const QSet<Key>& keys)
 {
     QStringList lines;
     for (const Key& key : keys) {
-        lines << key.first + ": \""_s + key.second + QLatin1Char('"');
+        lines << key.first + R"(: ")"_s + key.second + QLatin1Char('"');
     }
     lines.sort();
     return lines.join(QLatin1Char('\n')).toUtf8();

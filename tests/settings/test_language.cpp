@@ -61,7 +61,7 @@ QStringList unmarkedTexts(const QWidget* window)
     QStringList texts;
     for (const QWidget* widget : window->findChildren<QWidget*>()) {
         const QString text = widget->property("text").toString();
-        const bool hasLetters = text.contains(QRegularExpression("\\pL"_s));
+        const bool hasLetters = text.contains(QRegularExpression(R"(\pL)"_s));
         const bool isField = qobject_cast<const QLineEdit*>(widget) != nullptr;
         if (widget->isVisible() && hasLetters && !isField &&
             !text.contains(MarkingTranslator::mark())) {

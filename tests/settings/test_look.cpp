@@ -36,7 +36,7 @@ QString rectangle(const QRect& rect)
 }
 
 /// The clock goes on while a test runs.
-const QRegularExpression timeText("\\d+\\D\\d+\\D\\d+ +\\S+ +\\d+:\\d+(:\\d+)?"_s);
+const QRegularExpression timeText(R"(\d+\D\d+\D\d+ +\S+ +\d+:\d+(:\d+)?)"_s);
 
 QString withoutTime(QString text)
 {
@@ -111,7 +111,7 @@ void describeTexts(const QWidget& widget, const QString& indent, QTextStream& ou
     for (const char* name : {"windowTitle", "title", "text", "styleSheet"}) {
         const QString text = widget.property(name).toString();
         if (!text.isEmpty()) {
-            out << indent << "| " << name << ": " << withoutTime(text).replace("\n"_s, "\\n"_s)
+            out << indent << "| " << name << ": " << withoutTime(text).replace("\n"_s, R"(\n)"_s)
                 << '\n';
         }
     }
@@ -205,7 +205,7 @@ QString keypad()
     const auto window = makeWindow(Settings::English);
     InputDialog* dialog = InputDialog::Instance(0, 1, 32, 17, nullptr, window.get());
     dialog->show();
-    const QString text = lookOf(*dialog);
+    QString text = lookOf(*dialog);
     dialog->close();
     InputDialog::release();
     return text;
@@ -218,7 +218,7 @@ QString dateDialog()
     dialog->show();
     QDateTime dateTime(QDate(2024, 2, 29), QTime(13, 45, 59));
     dialog->onUpdateCurrentDateTime(dateTime);
-    const QString text = lookOf(*dialog);
+    QString text = lookOf(*dialog);
     dialog->close();
     DateTimeDialog::release();
     return text;

@@ -25,6 +25,7 @@
 #include <QTabWidget>
 #include <QTest>
 
+#include <array>
 #include <memory>
 
 namespace {
@@ -42,7 +43,7 @@ constexpr int languageByte = 169;
 const char* const languageButtons[] = {"Chinese", "English"};
 constexpr int preferenceByte = 180;
 const QString dhcpArea = "/hmi_data/sfb.dat"_s;
-constexpr int dhcpBits[] = {20, 21};
+constexpr std::array<int, 2> dhcpBits = {20, 21};
 constexpr int hardwareByte = 256 + 6;
 const QString clientStart = "udhcpc -i "_s;
 const QString resolver = "/etc/resolv.conf"_s;
@@ -102,7 +103,7 @@ void storeAdapters(const Adapters& adapters, int preference)
     for (int at = 0; at < adapters.size(); ++at) {
         const Adapter adapter = adapters.at(at);
         settings.setValue("Network%1/enable"_s.arg(at), adapter == Static || adapter == Dynamic);
-        PanelWorld::setAreaBit(dhcpArea, dhcpBits[at],
+        PanelWorld::setAreaBit(dhcpArea, dhcpBits.at(std::size_t(at)),
                                adapter == Dynamic || adapter == OffAndDynamic);
     }
 }
