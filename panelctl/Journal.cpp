@@ -113,7 +113,8 @@ std::optional<Journal> Journal::load()
         throw Failure(std::string(path) + " is no journal");
     }
     Journal journal(snapshotOf(object["before"_l1].toObject()));
-    for (const QJsonValue place : object["places"_l1].toArray()) {
+    const QJsonArray places = object["places"_l1].toArray();
+    for (const QJsonValue& place : places) {
         journal.m_places.insert(textOf(place));
     }
     journal.m_now = object["now"_l1].toBool();

@@ -335,7 +335,7 @@ struct Opened
 };
 
 bool watchesOpening = false;
-QList<Opened> opened;
+Q_GLOBAL_STATIC(QList<Opened>, opened)
 
 /// A use of a file that is opened by Qt.
 struct FileUse
@@ -433,7 +433,7 @@ extern "C" int open64(const char* path, int flags, ...)
     static auto* const next = reinterpret_cast<Open*>(dlsym(RTLD_NEXT, "open64"));
     const int number = next(path, flags, mode);
     if (watchesOpening) {
-        opened.append({path, number});
+        opened->append({path, number});
     }
     return number;
 }
@@ -873,7 +873,7 @@ void TestHosts::closedDescriptors_areNotTakenByQt()
     PanelWorld::writeFile(QLatin1String(tried.file),
                           "[General]\nnothing=" + QByteArray(tried.name));
     SettingsFile settings; // for those who use it
-    opened.clear();
+    opened->clear();
     {
         const ClosedDescriptors closed({0, 1, 2});
         watchesOpening = true;
@@ -881,7 +881,7 @@ void TestHosts::closedDescriptors_areNotTakenByQt()
         watchesOpening = false;
     }
     int count = 0;
-    for (const Opened& one : qAsConst(opened)) {
+    for (const Opened& one : qAsConst(*opened)) {
         count += one.path.startsWith(tried.file) ? 1 : 0;
         const bool isStandard = one.number >= 0 && one.number <= STDERR_FILENO;
         // Of registers, which 32-bit programs open by this name too, our own code moves the number.

@@ -587,7 +587,9 @@ void TestFileIo::system_fileThatTakesNothing_endsTheWrite()
         return file.write("changed", 7) == 0 ? 0 : 2;
     });
     if (taken == 1) {
-        QSKIP("the system lets nobody change what its calls answer");
+        // As QSKIP does, which is a macro that not every compiler takes with one argument.
+        QTest::qSkip("the system lets nobody change what its calls answer", __FILE__, __LINE__);
+        return;
     }
     QCOMPARE(taken, 0);
     QCOMPARE(stored(), QByteArray("kept"));

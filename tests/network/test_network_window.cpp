@@ -108,7 +108,8 @@ QList<int> rowMiddles(AdapterPane& pane)
                              AdapterPane::FirstDns, AdapterPane::BackupDns}) {
         add(pane.row(value));
     }
-    add(*pane.findChildren<QLineEdit*>().last()); // the MAC address
+    const QList<QLineEdit*> fields = pane.findChildren<QLineEdit*>();
+    add(*fields.last()); // the MAC address
     return middles;
 }
 

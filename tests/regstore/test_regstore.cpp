@@ -832,15 +832,15 @@ void TestRegStore::names_areThoseOfTheRegistersInUse()
 {
     const struct
     {
-        unsigned id;
         const char* name;
+        unsigned id;
         bool announced;
     } expected[] = {
-        {20, "language", true},      {60, "eth0_ip", false},   {62, "eth0_mask", false},
-        {63, "eth0_gateway", false}, {66, "eth0_off", false},  {67, "eth0_dhcp", true},
-        {69, "eth1_ip", false},      {71, "eth1_mask", false}, {72, "eth1_gateway", false},
-        {75, "eth1_off", false},     {76, "eth1_dhcp", true},  {78, "default_adapter", true},
-        {79, "buzzer", true},        {80, "date_lock", false}, {86, "settings_window", true},
+        {"language", 20, true},      {"eth0_ip", 60, false},   {"eth0_mask", 62, false},
+        {"eth0_gateway", 63, false}, {"eth0_off", 66, false},  {"eth0_dhcp", 67, true},
+        {"eth1_ip", 69, false},      {"eth1_mask", 71, false}, {"eth1_gateway", 72, false},
+        {"eth1_off", 75, false},     {"eth1_dhcp", 76, true},  {"default_adapter", 78, true},
+        {"buzzer", 79, true},        {"date_lock", 80, false}, {"settings_window", 86, true},
     };
     QCOMPARE(registerNames.size(), std::size(expected));
     for (std::size_t at = 0; at < std::size(expected); ++at) {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int writeBackIntervalMs = 1000; // of the window
 
-const QByteArray settings =
+constexpr const char* settings =
     R"({"version": 1, "display": {"brightness": 200, "language": "english"},
         "sound": {"buzzer": false},
         "network": {"eth0": {"ip": "10.1.2.3", "mask": "255.255.0.0", "gateway": "10.1.0.1",

@@ -36,17 +36,21 @@ QString rectangle(const QRect& rect)
 }
 
 /// The clock goes on while a test runs.
-const QRegularExpression timeText(R"(\d+\D\d+\D\d+ +\S+ +\d+:\d+(:\d+)?)"_s);
+const QRegularExpression& timeText()
+{
+    static const QRegularExpression text(R"(\d+\D\d+\D\d+ +\S+ +\d+:\d+(:\d+)?)"_s);
+    return text;
+}
 
 QString withoutTime(QString text)
 {
-    return text.replace(timeText, "TIME"_s);
+    return text.replace(timeText(), "TIME"_s);
 }
 
 /// A text that changes takes a place that changes by a pixel.
 QString placeOf(const QWidget& widget)
 {
-    const bool isClock = widget.property("text").toString().contains(timeText);
+    const bool isClock = widget.property("text").toString().contains(timeText());
     return isClock ? "clock"_s : rectangle(widget.geometry());
 }
 

@@ -55,8 +55,10 @@ constexpr int brightnessByte = 29;
 
 /// Commands of every dialog that is made, until the Network page has read the screen's width: the
 /// window's three records, then the width and the brightness for the General page.
-const QStringList commandsOfEach = {readImage, readImage, readImage, readImage,
-                                    "/root/plat-intf/getbright"_s};
+QStringList commandsOfEach()
+{
+    return {readImage, readImage, readImage, readImage, "/root/plat-intf/getbright"_s};
+}
 
 const QString selectedButton = "border: 0px;background-color:rgb(96, 157, 191);"_s;
 const QString unselectedButton = "border: 0px;background-color:rgb(240, 240, 240);"_s;
@@ -368,7 +370,7 @@ void TestSettings::pause_changesNoPixel()
 
 void TestSettings::making_theFirst_readsOnceMore()
 {
-    QStringList expected = commandsOfEach;
+    QStringList expected = commandsOfEach();
     expected << readImage; // for the date dialog, whose width depends on the screen's
     QCOMPARE(m_commandsOfTheFirst,
              expected + QStringList(readImage) + comesUp(0) + routes("192.168.1.1", "0.0.0.0"));
@@ -415,7 +417,7 @@ void TestSettings::making_runsTheseCommandsAndNoOther()
     PanelWorld::clearCommands();
     const auto dialog = makeDialog();
     QTRY_COMPARE(clientsStarted(), clients);
-    QCOMPARE(commandsWithoutClients(), commandsOfEach + QStringList(readImage) + commands);
+    QCOMPARE(commandsWithoutClients(), commandsOfEach() + QStringList(readImage) + commands);
 }
 
 void TestSettings::making_withAPreferredAdapter_rebuildsTheRoutesTwiceMore()
@@ -426,7 +428,7 @@ void TestSettings::making_withAPreferredAdapter_rebuildsTheRoutesTwiceMore()
     const auto dialog = makeDialog();
     // The list of the adapters follows the register, and that of the other tab follows the list.
     const QStringList both = routes("192.168.1.1", "192.168.2.1", 2);
-    QCOMPARE(PanelWorld::commands(), commandsOfEach + QStringList(readImage) + comesUp(0) +
+    QCOMPARE(PanelWorld::commands(), commandsOfEach() + QStringList(readImage) + comesUp(0) +
                                          routes("192.168.1.1", "0.0.0.0", 2) + comesUp(1) + both +
                                          QStringList(longBeep) + both + both);
 }
@@ -437,7 +439,7 @@ void TestSettings::making_withoutResolverFiles_makesThemOnce()
     QFile::remove(resolverBackup);
     PanelWorld::clearCommands();
     const auto dialog = makeDialog();
-    QStringList expected = commandsOfEach;
+    QStringList expected = commandsOfEach();
     expected << readImage << "touch " + resolverBackup << "cp " + resolverBackup + ' ' + resolver;
     QCOMPARE(PanelWorld::commands(), expected + comesUp(0) + routes("192.168.1.1", "0.0.0.0"));
 }
