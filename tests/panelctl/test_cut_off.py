@@ -12,9 +12,6 @@ import unittest
 from panel_world import (AREAS, IMAGE, NO_LEAK_SEARCH, PROGRAM, RESOLVER, WAIT_S, start, wait_for)
 from test_transfer import JOURNAL, OTHER, SETTINGS, TWO_ADAPTERS, WRITE, TransferTest
 
-# Of the calls that the program is killed at, one of so many.
-ONE_OF = int(os.environ.get("PANEL_ONE_OF", "1"))
-
 
 class Interrupted(TransferTest):
     TRACE = "/tmp/trace"
@@ -48,7 +45,7 @@ class Interrupted(TransferTest):
         self.assertNotEqual(old, new)
         self.assertGreater(len(calls), 100)
         results = set()
-        for name, number in calls[::ONE_OF]:
+        for name, number in calls:
             self.setUp()
             self.trace("-e", f"inject={name}:signal=KILL:when={number}")
             with self.subTest(call=name, number=number):

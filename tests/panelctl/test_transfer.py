@@ -492,6 +492,11 @@ class Now(TransferTest):
                     "network": {"eth0": {"dns": ["1.1.1.1"]}}}
         self.assertEqual(self.run_commands(settings, "--now"), ["/root/plat-intf/setbright 80"])
 
+    def test_mac_address_waits_for_the_next_start(self):
+        settings = {"version": 1, "identity": OTHER["identity"]}
+        self.assertEqual(self.run_commands(settings, "--now", "--identity"), [])
+        self.assertEqual(self.exported("--identity")["identity"], OTHER["identity"])
+
     def test_routes_of_a_panel_with_one_adapter_are_built_from_both_gateways(self):
         IMAGE.write_bytes(patched(FACTORY, slice(262, 263), bytes([FACTORY[262] & ~1])))
         self.assertEqual(self.run_commands(ADDRESSES, "--now")[-4:], self.routes(eth0="10.1.0.1"))
