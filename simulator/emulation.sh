@@ -22,9 +22,9 @@ prepare_emulation() {
     panelctl=$scratch/panelctl
 }
 
-# write_starter SCRIPT LIBRARIES PROGRAM
+# write_starter SCRIPT LIBRARIES PROGRAM [LINE]: with a line for the shell ahead.
 write_starter() {
-    printf '#!/bin/sh\nexec %q -L %q %q "$@"\n' "$emulator" "$2" "$3" >"$1"
+    printf '#!/bin/sh\n%s\nexec %q -L %q %q "$@"\n' "${4-}" "$emulator" "$2" "$3" >"$1"
     chmod +x "$1"
 }
 
@@ -34,9 +34,13 @@ is_program_of_build() {
         [ "$(head -c 4 "$1" | tail -c 3)" = ELF ]
 }
 
+# With the panel's own clock, what the programs before this one share with it is a semaphore of this
+# machine's: one of another word size would wait for it for ever, and makes its own instead.
+own_clock='unset FAKETIME_SHARED; rm -f /dev/shm/sem.faketime_sem_* /dev/shm/faketime_shm_*'
+
 # emulate FILE: sets $word to what starts the program that the panel has as FILE.
 emulate() {
     # shellcheck disable=SC2034 # for the sandbox
     word=/panel-emulated/${1##*/}
-    write_starter "$emulated/${1##*/}" /panel-libraries "$1"
+    write_starter "$emulated/${1##*/}" /panel-libraries "$1" "$own_clock"
 }

@@ -18,6 +18,7 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PanelWorld.h"
 #include "tests/support/Text.h"
+#include "tests/support/Tool.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -33,8 +34,6 @@
 #include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <spawn.h>
-#include <string>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -172,12 +171,8 @@ private:
     {
         constexpr int count = 20;
         for (int at = 0; at < count; ++at) {
-            // Not with fork(), which copies a process with sanitizers for milliseconds.
-            std::string seconds = std::to_string(at * 0.002);
-            std::array<char, 6> name = {"sleep"};
-            const std::array<char*, 3> words = {name.data(), seconds.data(), nullptr};
-            pid_t child = -1;
-            if (posix_spawnp(&child, name.data(), nullptr, nullptr, words.data(), environ) != 0) {
+            const pid_t child = startTool({"sleep", QByteArray::number(at * 0.002)});
+            if (child < 0) {
                 qFatal("no child of the host");
             }
             m_children.push_back(child);

@@ -13,7 +13,6 @@
 #include <fcntl.h>
 #include <memory>
 #include <random>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -170,15 +169,16 @@ Steps* sharedSteps()
     return new (page) Steps(0);
 }
 
-/// Writes one register after the other, without end.
-int writeOn(Steps& steps)
+/// Writes one register after the other, without end, and tells each write that it begins with a
+/// byte.
+int writeOn(Steps& steps, int teller)
 {
     for (;; ++steps) {
         const int step = steps;
         const Target& target = targets[size_t(step) % targets.size()];
         std::array<unsigned char, longestRegister> value;
         value.fill(target.valueAfter(step / int(targets.size()) + 1));
-        if (SysReg_Write(target.id, value.data(), 1) != 0) {
+        if (write(teller, value.data(), 1) != 1 || SysReg_Write(target.id, value.data(), 1) != 0) {
             return 1;
         }
     }
@@ -214,18 +214,33 @@ Contents contentsNow()
     return contents;
 }
 
+/// Waits until so many writes have begun. False when the writer ends before.
+bool waitForWrites(int told, int count)
+{
+    std::array<char, 32> bytes;
+    ssize_t taken = 1;
+    for (; count > 0 && taken > 0; count -= int(taken)) {
+        taken = read(told, bytes.data(), qMin(size_t(count), bytes.size()));
+    }
+    return taken > 0;
+}
+
 /// Lets a writer begin some writes and kills it at any moment after that. False when it had given
 /// up before.
 bool killWriter(Steps& steps, std::mt19937& random)
 {
-    const OtherProcess writer([&] { return writeOn(steps); });
-    const int end = steps + int(random() % 20);
-    while (steps < end && !writer.hasEnded()) {
-        sched_yield();
+    std::array<int, 2> pipe;
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0) {
+        return false;
     }
+    const OtherProcess writer([&] { return writeOn(steps, pipe[1]); });
+    close(pipe[1]);
+    const bool writes = waitForWrites(pipe[0], 1 + int(random() % 20));
     for (std::atomic<unsigned> wait{unsigned(random() % 4000)}; wait > 0; --wait) {
     }
-    return !writer.hasEnded();
+    const bool isWriting = writes && !writer.hasEnded();
+    close(pipe[0]);
+    return isWriting;
 }
 
 /// Sends what is printed to standard error nowhere: nobody wants 100000 lines about a reader that

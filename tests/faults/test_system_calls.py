@@ -190,7 +190,8 @@ def symbols(path, *options):
     and those of C++."""
     listed = subprocess.run(["nm", "--format=posix", *options, path],
                             check=True, capture_output=True, text=True).stdout.splitlines()
-    names = {line.split()[0].split("@")[0] for line in listed if " " in line}
+    # A line that ends with a colon names a file of an archive, in folders of any name.
+    names = {line.split()[0].split("@")[0] for line in listed if line and line[-1] != ":"}
     own = re.compile(r"_Z|_U|_GLOBAL_|__aeabi_|__asan_|__ubsan_|__cxa_|__gxx_|__gcov|qt_|__llvm|__stack_chk")
     return {name for name in names if not own.match(name)}
 

@@ -2,8 +2,7 @@
 
 #include "tests/network/NetworkTest.h"
 #include "tests/support/TimerLog.h"
-
-#include <QProcess>
+#include "tests/support/Tool.h"
 
 /// An adapter that the kernel really has, with an address that a DHCP client might have got. It
 /// goes with the object.
@@ -29,7 +28,7 @@ public:
 private:
     static void ip(const QString& arguments)
     {
-        if (QProcess::execute("ip"_s, arguments.split(QLatin1Char(' '))) != 0) {
+        if (runTool(QByteArrayList{"ip"} + arguments.toLatin1().split(' ')) != 0) {
             qFatal("ip %s failed", qPrintable(arguments));
         }
     }

@@ -16,8 +16,8 @@ import unittest.mock
 import jsonschema
 from panel_values import words_that_fit
 from panel_world import (AREAS, COMMANDS, FACTORY, FIELDS, IMAGE, NO_LEAK_SEARCH, PROGRAM,
-                         REGISTER_PIPE, REGISTERS, RESOLVER, TABLES, WAIT_S, PanelTest, patched, start,
-                         wait_for)
+                         REGISTER_PIPE, REGISTERS, RESOLVER, TABLES, WAIT_S, PanelTest, patched,
+                         processes_of_program, start, wait_for)
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCHEMA = json.loads((ROOT / "panelctl" / "settings.schema.json").read_text())
@@ -543,7 +543,9 @@ class Now(TransferTest):
             os.environ["PATH"] = old
 
 
-class Confirm(TransferTest):
+class WatchTest(TransferTest):
+    """Imports that wait for their confirmation, and the process that watches them."""
+
     def setUp(self):
         super().setUp()
         self.old = self.state()
@@ -551,6 +553,40 @@ class Confirm(TransferTest):
     def state(self):
         return {path: data for path, data in self.world().items() if path != JOURNAL}
 
+    def watchers(self):
+        """The running processes of the program."""
+        return list(processes_of_program())
+
+    def wait_for_end_of_watches(self):
+        """Who watches looks once a second, and would take over an import that begins meanwhile."""
+        wait_for(lambda: not self.watchers(), "the end of watches before this one")
+
+    def check_watcher(self):
+        """One process watches, apart from whoever started it."""
+        wait_for(lambda: len(self.watchers()) == 1, "one process that watches")
+        [process] = self.watchers()
+
+        def held():
+            return sorted(os.readlink(link) for link in process.joinpath("fd").iterdir())
+        # Once in a while it also reads the journal.
+        wait_for(lambda: held() == ["/dev/null"] * 3 + [str(WATCH.resolve())], "what it needs")
+        self.assertEqual(os.readlink(process / "cwd"), "/")
+        self.assertEqual(os.getsid(int(process.name)), int(process.name))
+        ignored = re.search(r"SigIgn:\t(\w+)", (process / "status").read_text())[1]
+        self.assertTrue(int(ignored, 16) & 1 << signal.SIGHUP - 1)
+
+    def restarted(self, **changes):
+        """As if the panel had been started anew since: nobody watches, other start."""
+        self.imported(ADDRESSES, "--confirm", "1000")
+        for process in self.watchers():
+            with contextlib.suppress(OSError):
+                os.kill(int(process.name), signal.SIGKILL)
+        journal = json.loads(JOURNAL.read_text())
+        self.assertLess(abs(time.time() + 1000 - journal["clock"]), 3 * WAIT_S)
+        JOURNAL.write_text(json.dumps(journal | {"start": "another"} | changes))
+
+
+class Confirm(WatchTest):
     def test_confirmed_in_time_it_stays(self):
         self.imported(OTHER, "--confirm", "1000")
         new = self.state()
@@ -567,31 +603,8 @@ class Confirm(TransferTest):
         self.assertEqual(self.state(), self.old)
         self.assertIn("no import waits", self.complaint(1, "confirm"))
 
-    def watchers(self):
-        """The running processes of the program."""
-        found = []
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
-            with contextlib.suppress(OSError):
-                if process.joinpath("cmdline").read_bytes().startswith(PROGRAM.encode()):
-                    found.append(process)
-        return found
-
-    def check_watcher(self):
-        """One process watches, apart from whoever started it."""
-        wait_for(lambda: len(self.watchers()) == 1, "one process that watches")
-        [process] = self.watchers()
-
-        def held():
-            return sorted(os.readlink(link) for link in process.joinpath("fd").iterdir())
-        # Once in a while it also reads the journal.
-        wait_for(lambda: held() == ["/dev/null"] * 3 + [str(WATCH.resolve())], "what it needs")
-        self.assertEqual(os.readlink(process / "cwd"), "/")
-        self.assertEqual(os.getsid(int(process.name)), int(process.name))
-        ignored = re.search(r"SigIgn:\t(\w+)", (process / "status").read_text())[1]
-        self.assertTrue(int(ignored, 16) & 1 << signal.SIGHUP - 1)
-
     def test_one_process_watches_and_holds_nothing_of_its_starter(self):
-        wait_for(lambda: not self.watchers(), "the end of watches before this one")
+        self.wait_for_end_of_watches()
         for path in (WATCH, LOCK):
             path.unlink(missing_ok=True)
         high = fcntl.fcntl(0, fcntl.F_DUPFD, 255)
@@ -605,18 +618,6 @@ class Confirm(TransferTest):
             self.assertEqual(path.stat().st_mode & 0o777, 0o600)
         self.silent("confirm")
         wait_for(lambda: not self.watchers(), "the end of the watch")
-
-    def test_watch_looks_once_a_second(self):
-        trace = self.folder / "trace"
-        path = self.folder / "settings.json"
-        path.write_text(json.dumps(OTHER))
-        with subprocess.Popen(["strace", "-f", "-o", trace, "-e", "trace=clock_nanosleep", PROGRAM,
-                               "import", "--confirm", "1000", path], stdout=subprocess.DEVNULL):
-            try:
-                wait_for(lambda: trace.exists() and "{tv_sec=1, tv_nsec=0}" in trace.read_text(),
-                         "a look each second")
-            finally:
-                self.silent("confirm")
 
     def test_journal_tells_the_start_of_the_panel_from_others(self):
         self.imported(OTHER, "--confirm", "1000")
@@ -672,17 +673,6 @@ class Confirm(TransferTest):
         self.assertEqual(line, "panelctl: another import waits for panelctl confirm\n")
         self.silent("confirm")
 
-    def restarted(self, **changes):
-        """As if the panel had been started anew since: nobody watches, other start."""
-        self.imported(ADDRESSES, "--confirm", "1000")
-        for process in pathlib.Path("/proc").glob("[0-9]*"):
-            with contextlib.suppress(OSError):
-                if process.joinpath("cmdline").read_bytes().startswith(PROGRAM.encode()):
-                    os.kill(int(process.name), signal.SIGKILL)
-        journal = json.loads(JOURNAL.read_text())
-        self.assertLess(abs(time.time() + 1000 - journal["clock"]), 3 * WAIT_S)
-        JOURNAL.write_text(json.dumps(journal | {"start": "another"} | changes))
-
     def test_after_a_restart_there_is_still_time_to_confirm(self):
         for clock in (time.time() + 500, 1e12):  # a clock that was set back knows no better
             with self.subTest(clock=clock):
@@ -703,16 +693,6 @@ class Confirm(TransferTest):
                 self.assertEqual(self.state()[IMAGE], self.old[IMAGE])
                 self.assertIn("ifconfig eth0 192.168.1.10", self.lines())
 
-    def test_after_a_restart_the_journal_is_right_before_somebody_watches_again(self):
-        self.restarted(clock=int(time.time()) + 500)
-        calls = self.folder / "calls"
-        subprocess.run(["strace", "-o", calls, "-e", "trace=renameat,clone", PROGRAM, "recover"],
-                       env={**os.environ, **NO_LEAK_SEARCH}, capture_output=True, check=False)
-        self.assertEqual(re.findall(r"^(renameat|clone)\(", calls.read_text(), re.M),
-                         ["renameat", "clone"])
-        self.check_watcher()
-        self.silent("confirm")
-
     def test_after_a_restart_the_running_panel_is_taken_back_too(self):
         """It was started with the new settings, although they were not imported with --now."""
         self.restarted(clock=int(time.time()) - 1)
@@ -731,6 +711,33 @@ class Confirm(TransferTest):
     def test_dry_run_waits_for_nothing(self):
         self.imported(OTHER, "--dry-run", "--now", "--confirm=5")
         self.assertFalse(JOURNAL.exists())
+
+
+class TracedWatch(WatchTest):
+    """What only strace sees of it."""
+
+    def test_after_a_restart_the_journal_is_right_before_somebody_watches_again(self):
+        self.restarted(clock=int(time.time()) + 500)
+        calls = self.folder / "calls"
+        subprocess.run(["strace", "-o", calls, "-e", "trace=renameat,clone", PROGRAM, "recover"],
+                       env={**os.environ, **NO_LEAK_SEARCH}, capture_output=True, check=False)
+        self.assertEqual(re.findall(r"^(renameat|clone)\(", calls.read_text(), re.M),
+                         ["renameat", "clone"])
+        self.check_watcher()
+        self.silent("confirm")
+
+    def test_watch_looks_once_a_second(self):
+        self.wait_for_end_of_watches()
+        trace = self.folder / "trace"
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        with subprocess.Popen(["strace", "-f", "-o", trace, "-e", "trace=clock_nanosleep", PROGRAM,
+                               "import", "--confirm", "1000", path], stdout=subprocess.DEVNULL):
+            try:
+                wait_for(lambda: trace.exists() and "{tv_sec=1, tv_nsec=0}" in trace.read_text(),
+                         "a look each second")
+            finally:
+                self.silent("confirm")
 
 
 class Guide(TransferTest):
