@@ -8,8 +8,8 @@
 #include <vector>
 
 /// Starts a tool by its name and words. Returns its process id, or -1 when it cannot be started.
-/// Not with fork(), which copies a process with sanitizers for milliseconds, nor with QProcess, which
-/// starts nothing in an emulator.
+/// Not with fork(), which copies a process with sanitizers for milliseconds, nor with QProcess,
+/// which starts nothing in an emulator.
 inline pid_t startTool(QByteArrayList words)
 {
     std::vector<char*> arguments;
