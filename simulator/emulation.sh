@@ -34,13 +34,15 @@ is_program_of_build() {
         [ "$(head -c 4 "$1" | tail -c 3)" = ELF ]
 }
 
-# With the panel's own clock, what the programs before this one share with it is a semaphore of this
-# machine's: one of another word size would wait for it for ever, and makes its own instead.
-own_clock='unset FAKETIME_SHARED; rm -f /dev/shm/sem.faketime_sem_* /dev/shm/faketime_shm_*'
+# In live mode the panel's own clock is shared by its programs, with a semaphore. One of another word
+# size would wait for this machine's for ever, and makes its own instead.
+own_clock='unset FAKETIME_SHARED; /usr/bin/rm -f /dev/shm/sem.faketime_sem_* /dev/shm/faketime_shm_*'
 
 # emulate FILE: sets $word to what starts the program that the panel has as FILE.
 emulate() {
     # shellcheck disable=SC2034 # for the sandbox
     word=/panel-emulated/${1##*/}
-    write_starter "$emulated/${1##*/}" /panel-libraries "$1" "$own_clock"
+    local ahead=''
+    [ "$mode" != live ] || ahead=$own_clock
+    write_starter "$emulated/${1##*/}" /panel-libraries "$1" "$ahead"
 }
