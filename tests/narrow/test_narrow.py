@@ -129,8 +129,8 @@ class NarrowMachine(unittest.TestCase):
         folder = FOLDER / "seen"
         folder.mkdir(exist_ok=True)
         (folder / "build.ninja").write_text(RULES + "".join(steps(self.entries)))
-        result = subprocess.run(["ninja", "-C", folder, "--quiet", "-j1", "-k0"], capture_output=True, text=True,
-                                check=False)
+        result = subprocess.run(["ninja", "-C", folder, "--quiet", "-j1", "-k0"],
+                                capture_output=True, text=True, check=False)
         self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
 
     def test_no_source_is_forgotten(self):

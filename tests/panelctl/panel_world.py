@@ -30,18 +30,6 @@ def start(*words, **settings):
                           check=False, **settings)
 
 
-def processes_of_program():
-    """The running processes of the program, as folders of /proc. In an emulator it is one of the first
-    words of a command, behind the libraries."""
-    for process in pathlib.Path("/proc").glob("[0-9]*"):
-        with contextlib.suppress(OSError):
-            words = [pathlib.Path(os.fsdecode(word)).name
-                     for word in (process / "cmdline").read_bytes().split(b"\0")[:4]]
-            program = words[3:] if words[0].startswith("qemu-") else words[:1]
-            if program == [pathlib.Path(PROGRAM).name]:
-                yield process
-
-
 TABLES = json.loads(start("tables", "--json").stdout)
 REGISTERS = TABLES["registers"]
 FIELDS = [field for field in TABLES["fields"] if field["kind"] != "reserved"]

@@ -1,4 +1,4 @@
-"""panelctl's imports that are cut off or fail on the way: the old settings come back."""
+"""panelctl's imports that are cut off or fail on the way, seen with strace: the old settings come back."""
 
 import fcntl
 import json
@@ -7,16 +7,18 @@ import pathlib
 import re
 import signal
 import subprocess
+import time
 import unittest
 
 from panel_world import (AREAS, IMAGE, NO_LEAK_SEARCH, PROGRAM, RESOLVER, WAIT_S, start, wait_for)
-from test_transfer import JOURNAL, OTHER, SETTINGS, TWO_ADAPTERS, WRITE, TransferTest
+from test_transfer import JOURNAL, OTHER, SETTINGS, TWO_ADAPTERS, WRITE, TransferTest, WatchTest
 
 # Calls that change nothing outside of the program: who is killed at one of them leaves what somebody
 # leaves who is killed at the next of the others. Reading is not among them: a tool may be at work.
-ONLY_LOOKING = {"access", "brk", "fstat", "futex", "getdents64", "getpid", "ioctl", "lseek", "mmap",
-                "mprotect", "munmap", "newfstatat", "prlimit64", "readlink", "rt_sigaction",
-                "rt_sigpending", "rt_sigprocmask", "statx", "umask", "uname"}
+# Nor is ioctl, by which a file may become a copy of another.
+ONLY_LOOKING = {"access", "brk", "fstat", "futex", "getdents64", "getpid", "lseek", "mmap", "mprotect",
+                "munmap", "newfstatat", "prlimit64", "readlink", "rt_sigaction", "rt_sigpending",
+                "rt_sigprocmask", "statx", "umask", "uname"}
 
 
 class Interrupted(TransferTest):
@@ -278,6 +280,33 @@ class Interrupted(TransferTest):
             self.assertIn(repair.wait(WAIT_S), (0, 1))
         start("recover")
         self.assertEqual(IMAGE.read_bytes(), TWO_ADAPTERS)
+
+
+class TracedWatch(WatchTest):
+    """What strace sees of an import that waits for its confirmation."""
+
+    def test_after_a_restart_the_journal_is_right_before_somebody_watches_again(self):
+        self.restarted(clock=int(time.time()) + 500)
+        calls = self.folder / "calls"
+        subprocess.run(["strace", "-o", calls, "-e", "trace=renameat,clone", PROGRAM, "recover"],
+                       env={**os.environ, **NO_LEAK_SEARCH}, capture_output=True, check=False)
+        self.assertEqual(re.findall(r"^(renameat|clone)\(", calls.read_text(), re.M),
+                         ["renameat", "clone"])
+        self.check_watcher()
+        self.silent("confirm")
+
+    def test_watch_looks_once_a_second(self):
+        self.wait_for_end_of_watches()
+        trace = self.folder / "trace"
+        path = self.folder / "settings.json"
+        path.write_text(json.dumps(OTHER))
+        with subprocess.Popen(["strace", "-f", "-o", trace, "-e", "trace=clock_nanosleep", PROGRAM,
+                               "import", "--confirm", "1000", path], stdout=subprocess.DEVNULL):
+            try:
+                wait_for(lambda: trace.exists() and "{tv_sec=1, tv_nsec=0}" in trace.read_text(),
+                         "a look each second")
+            finally:
+                self.silent("confirm")
 
 
 if __name__ == "__main__":
