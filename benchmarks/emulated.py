@@ -16,17 +16,16 @@ sys.path.insert(0, str(ROOT / "tests/arm/machine"))
 sys.dont_write_bytecode = True
 from emulated_panel import EmulatedPanel  # noqa: E402  -- in that folder
 
-TOOL = "/panel-build/benchmarks/start/start_tool"
+TOOL = "/panel-build/simulator/platform-tool/platform_tool"
 FONTS = "<fontconfig><dir>/hmi</dir><cachedir>/tmp/fontconfig</cachedir></fontconfig>"
 FIRST_FRAME = "from exec to the first frame"
 
-# The runtime that the machine has started itself stands still meanwhile. The tools become a program
-# that answers and does nothing else.
+# The runtime that the machine has started itself stands still meanwhile. The benchmarks look for the
+# platform's tools where a simulated panel has them.
 PREPARATIONS = (
     "kill -STOP $(pidof panel-host)",
     f"mkdir -p {TOOL.rpartition('/')[0]} /panel/bin",
-    f"ln -s /panel/program/start_tool {TOOL}",
-    f"for tool in /root/plat-intf/*; do rm $tool; ln -s {TOOL} $tool; done",
+    f"ln -s /panel/program/platform_tool {TOOL}",
     f"echo '{FONTS}' >/tmp/fonts.conf",
     "export HOME=/root LANG=C.UTF-8 XDG_RUNTIME_DIR=/run QT_FONT_DPI=96 QT_HASH_SEED=0",
     "export QT_QPA_PLATFORM=offscreen QT_QPA_PLATFORM_PLUGIN_PATH=/panel/program",

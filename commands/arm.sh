@@ -100,11 +100,11 @@ short_arm_test() {
 
 machine_parts=$root/build/arm/machine
 
-# make_machine TARGET...: what the emulated panel is made of, with these programs of the build.
+# make_machine TARGET...: what every emulated panel is made of, and these programs of the build.
 make_machine() {
     need_namespaces
     install_packages build run arm machine
-    build_arm armhf "$@"
+    build_arm armhf SettingsPlugin panelctl panel-host platform_tool "$@"
     "$root/arm/machine/parts" "$machine_parts" || exit 2
 }
 
@@ -113,7 +113,7 @@ arm_run() {
     load_command run
     state=$(default_state)-arm
     read_panel_options --fresh "$@"
-    make_machine SettingsPlugin panelctl panel-host
+    make_machine
     exec "$root/simulator/run" --build "$root/build/armhf" \
         --emulated "$machine_parts" "$root/build/arm/armhf/prefix" --state "$state" \
         --size "$size" --adapters "$adapters" --language "$(language_of_user)" "${switches[@]}"
@@ -141,12 +141,12 @@ in_machine() {
 }
 
 # What the benchmark starts in the machine, as paths from the build. Its programs paint on no screen.
-bench_programs=(benchmarks/operator_times benchmarks/start/start_host benchmarks/start/start_tool
+bench_programs=(benchmarks/operator_times benchmarks/start/start_host
     ../arm/armhf/sysroot/usr/lib/arm-linux-gnueabihf/qt5/plugins/platforms/libqoffscreen.so)
 
 arm_bench() {
     no_options "$@"
-    make_machine SettingsPlugin panelctl panel-host operator_times start_host
+    make_machine operator_times start_host
     in_machine "$root/build/arm/bench" "${bench_programs[@]}" -- "$root/benchmarks/emulated.py"
 }
 
@@ -157,7 +157,7 @@ check_programs=(tests/fileio/test_fileio tests/regstore/test_regstore tests/mtd/
 arm_check() {
     local pictures=$root/build/arm/pictures status=0
     no_options "$@"
-    make_machine SettingsPlugin panelctl panel-host test_fileio test_regstore test_mtd
+    make_machine test_fileio test_regstore test_mtd
     rm -rf "$pictures"
     mkdir -p "$pictures"
     in_machine "$root/build/arm/check" "${check_programs[@]}" -- \
