@@ -98,7 +98,8 @@ class MachineParts(ArmTest):
                                "package lists of armhf cannot be fetched", "apt.log")
         self.tool("apt-get", APT_WITHOUT_PACKAGES)
         self.assert_fails_with(self.run_tool(PARTS, self.folder),
-                               "linux-image-armmp busybox-static util-linux of armhf cannot be fetched")
+                               "linux-image-armmp-lpae busybox-static util-linux of armhf cannot be "
+                               "fetched")
         self.assertFalse((self.folder / "complete").exists())
 
 

@@ -68,12 +68,16 @@ class Check:
     # ---- The way of an operator
 
     def open_settings(self):
-        """Returns the seconds from the press to the page: on the clock, and of a processor."""
+        """Returns the seconds from the press to the page on the screen: on the clock, and of a
+        processor."""
         button = self.panel.find(name="open")
+        before = self.panel.pixels()
         begin = time.monotonic(), self.panel.processor_seconds()
         self.press(button)
+        self.panel.wait_for_another_page(before)
+        taken = time.monotonic() - begin[0], self.panel.processor_seconds() - begin[1]
         self.panel.find(name="generalSettingsListWidget")
-        return time.monotonic() - begin[0], self.panel.processor_seconds() - begin[1]
+        return taken
 
     def enter(self, digits):
         for digit in digits:
@@ -109,8 +113,8 @@ class Check:
         alone = self.memory()
         seconds, worked = self.open_settings()
         self.picture("general-en")
-        self.say(f"the settings are there, {seconds:.1f} s after the press, for which the emulator "
-                 f"worked {worked:.1f} s")
+        self.say(f"the settings are on the screen {seconds:.1f} s after the first press, for which the "
+                 f"emulator worked {worked:.1f} s")
         both = self.memory()
         self.say(f"memory of the runtime with the dialog: {both[0]:.1f} MB (PSS), {both[1]:.1f} MB (RSS); "
                  f"the dialog's own share {both[0] - alone[0]:.1f} MB")

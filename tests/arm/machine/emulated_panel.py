@@ -6,6 +6,7 @@ the one around it may be busy. The patience only ends what would never end.
 """
 
 import json
+import operator
 import os
 import pathlib
 import shutil
@@ -19,6 +20,7 @@ START = ROOT / "arm/machine/start"
 PATIENCE_S = 1800
 LONGEST_AXIS = 32767  # what a touch screen's position is told in
 READY = b"agent is ready\n"
+COMPARED_BYTES = slice(0, None, 3001)  # of a screen: one of each thousandth pixel, in turn
 
 
 class Channel:
@@ -160,6 +162,21 @@ class EmulatedPanel:
             name = pathlib.Path(folder).name
             self.machine("screendump", filename=f"/control/{name}/picture", format="png")
             shutil.copyfile(pathlib.Path(folder, "picture"), path)
+
+    def pixels(self):
+        """What the machine shows: three bytes for a pixel, behind a few that say how many."""
+        file = self._folder / "control/pixels"
+        self.machine("screendump", filename="/control/pixels", format="ppm")
+        return file.read_bytes()
+
+    def wait_for_another_page(self, before):
+        """Waits until the machine shows something else than these pixels on a third of its screen or
+        more: more than a pressed button, or a clock that ticks. Nothing in the machine is asked for
+        that, so it takes the time of nothing there."""
+        def is_another():
+            old, new = before[COMPARED_BYTES], self.pixels()[COMPARED_BYTES]
+            return sum(map(operator.ne, old, new)) * 3 > len(old)
+        wait_for(is_another, "another page on the screen", self._alive)
 
     # ---- The panel from inside
 
