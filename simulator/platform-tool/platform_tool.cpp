@@ -28,7 +28,7 @@ struct Content
 Content contentOf(int file)
 {
     Content content;
-    std::array<char, 65536> buffer;
+    std::array<char, 4096> buffer{};
     for (;;) {
         const ssize_t count = read(file, buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR) {

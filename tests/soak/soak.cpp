@@ -7,20 +7,26 @@
 #include "tests/soak/Controls.h"
 #include "tests/soak/Operator.h"
 #include "tests/soak/Report.h"
+#include "tests/soak/SimulatedClock.h"
 #include "tests/soak/World.h"
 #include "tests/support/NoticeListener.h"
 #include "tests/support/Text.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDateTime>
+#include <QElapsedTimer>
 #include <QPluginLoader>
 #include <QPushButton>
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <iterator>
 #include <memory>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -153,6 +159,19 @@ QStringList soak(const Options& options)
     return pressTheRest(host, someone) + Report::growth(counts);
 }
 
+/// Whether Qt's clocks are the simulated one. If they were not, timers would fire when nobody is
+/// there to press on what they open.
+bool isTimeSimulated()
+{
+    constexpr std::chrono::milliseconds step = 1h;
+    const qint64 wall = QDateTime::currentMSecsSinceEpoch();
+    QElapsedTimer steady;
+    steady.start();
+    SimulatedClock::advance(step);
+    return steady.elapsed() == step.count() &&
+           QDateTime::currentMSecsSinceEpoch() - wall == step.count();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -164,6 +183,10 @@ int main(int argc, char** argv)
     const Options options = readOptions(app);
     if (options.presses < parts) {
         std::fprintf(stderr, "soak: it takes at least %d presses\n", parts);
+        return 2;
+    }
+    if (!isTimeSimulated()) {
+        std::fprintf(stderr, "soak: Qt has another clock than this program\n");
         return 2;
     }
     QStringList complaints = soak(options);
