@@ -172,11 +172,11 @@ class EmulatedPanel:
     def wait_for_another_page(self, before):
         """Waits until the machine shows something else than these pixels on a third of its screen or
         more: more than a pressed button, or a clock that ticks. Nothing in the machine is asked for
-        that, so it takes the time of nothing there."""
+        that; but it stands still for each look, so they are few."""
         def is_another():
             old, new = before[COMPARED_BYTES], self.pixels()[COMPARED_BYTES]
             return sum(map(operator.ne, old, new)) * 3 > len(old)
-        wait_for(is_another, "another page on the screen", self._alive)
+        wait_for(is_another, "another page on the screen", self._alive, pause_s=0.2)
 
     # ---- The panel from inside
 
@@ -227,10 +227,10 @@ class EmulatedPanel:
         self.press(widget["x"] + widget["width"] // 2, widget["y"] + widget["height"] // 2)
 
 
-def wait_for(condition, what, alive=lambda: True):
+def wait_for(condition, what, alive=lambda: True, pause_s=0.05):
     """Waits until the condition holds; ends when the machine has gone, or nobody would wait on."""
     deadline = time.monotonic() + PATIENCE_S
     while not condition():
         assert alive(), f"the machine has gone before {what} came"
         assert time.monotonic() < deadline, f"waited in vain for {what}"
-        time.sleep(0.05)
+        time.sleep(pause_s)
