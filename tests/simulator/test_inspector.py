@@ -162,7 +162,12 @@ class Inspector(unittest.TestCase):
         wait_for(lambda: self.snapshot()["last"] > 0, "events")
         operator.press_widget(style="close.png", window="Settings")
         wait_for(lambda: [86] in [event["words"] for event in self.events("notice")],
+                 "the notice of the close button")
+        # The notice comes before the runtime has closed them, and their timers read registers until
+        # they are gone: from the screen first, and at the runtime's next answer altogether.
+        wait_for(lambda: all(widget["window"] != "Settings" for widget in operator.widgets()),
                  "the settings to close")
+        operator.widgets()
         # Nobody presses and no program of the panel reads these: whatever happens to them now, the
         # inspector did. It looks ten times a second. A time of access so old is renewed by any
         # reader that does not take care.
