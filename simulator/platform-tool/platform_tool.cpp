@@ -10,35 +10,31 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <optional>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr std::size_t imageBytes = 1024;
 
-/// Everything that can be read, or nothing: `isRead` tells.
-struct Content
+/// All of it, or nothing where a read fails.
+std::optional<std::string> contentOf(int file)
 {
-    std::string bytes;
-    bool isRead = false;
-};
-
-Content contentOf(int file)
-{
-    Content content;
+    std::string content;
     std::array<char, 4096> buffer{};
     for (;;) {
         const ssize_t count = read(file, buffer.data(), buffer.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }
-        if (count <= 0) {
-            content.isRead = count == 0;
+        if (count < 0) {
+            return std::nullopt;
+        }
+        if (count == 0) {
             return content;
         }
-        content.bytes.append(buffer.data(), std::size_t(count));
+        content.append(buffer.data(), std::size_t(count));
     }
 }
 
@@ -61,9 +57,9 @@ bool print(const char* path, const char* ending = "")
     if (file < 0) {
         return false;
     }
-    const Content content = contentOf(file);
+    const auto content = contentOf(file);
     close(file);
-    return content.isRead && writeAll(STDOUT_FILENO, content.bytes + ending);
+    return content && writeAll(STDOUT_FILENO, *content + ending);
 }
 
 /// At once: nobody ever sees half of it.
@@ -90,14 +86,14 @@ bool append(const char* path, const std::string& bytes)
 
 bool takeInput(const char* path)
 {
-    const Content content = contentOf(STDIN_FILENO);
-    return content.isRead && replace(path, content.bytes);
+    const auto content = contentOf(STDIN_FILENO);
+    return content && replace(path, *content);
 }
 
 bool takeImage(const char* path)
 {
-    const Content content = contentOf(STDIN_FILENO);
-    return content.isRead && content.bytes.size() == imageBytes && replace(path, content.bytes);
+    const auto content = contentOf(STDIN_FILENO);
+    return content && content->size() == imageBytes && replace(path, *content);
 }
 
 std::string line(const char* word)

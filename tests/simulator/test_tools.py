@@ -8,6 +8,7 @@ from sandbox_world import World
 
 BUILD = sys.argv.pop(1)
 TOOLS = "/root/plat-intf/"
+LENGTHS_OF_NO_IMAGE = (0, 1, 1023, 1025, 2048)
 
 
 class Effects:
@@ -35,7 +36,7 @@ class Effects:
         self.assertEqual(self.world.state("image"), image)
 
     def test_writeee_refuses_any_other_length(self):
-        for length in (0, 1, 1023, 1025, 2048):
+        for length in LENGTHS_OF_NO_IMAGE:
             with self.subTest(length=length):
                 status = self.run_ok(
                     f"{TOOLS}readee >/tmp/before; {TOOLS}writeee count=16; echo $?;"
@@ -98,28 +99,29 @@ class CompiledTools(Effects, unittest.TestCase):
     PROGRAM = "/panel-build/simulator/platform-tool/platform_tool"
     prepare = f"for tool in {TOOLS}*; do ln -sf {PROGRAM} $tool; done;"
 
-    # In the place of the file there is a folder, from which nothing is read, and which is not replaced.
     FILES = {"readee": "image", "writeee": "image", "getbright": "backlight", "setbright 9": "backlight",
              "setbeep 1": "beeps", "getusbslave": "usbslave", "setmpi": "mpi", "setserial": "serial",
              "readlogo": "logo", "writelogo": "logo"}
 
+    def assert_fails_without(self, file, line, put="", take=""):
+        """The tool has status 1, prints nothing and leaves nothing behind while a file of the device
+        is away, and what is put into its place is there."""
+        self.assertEqual(self.run_ok(
+            f"cd /panel/state; ls >/tmp/before; [ ! -e {file} ] || mv {file} /tmp/away; {put}\n"
+            f"{TOOLS}{line}; echo $?\n"
+            f"{take}\n[ ! -e /tmp/away ] || mv /tmp/away {file}; ls | diff /tmp/before -",
+            input=b"n" * 1024), b"1\n")
+
     def test_what_cannot_be_done_is_told_by_the_status(self):
+        # From a folder nothing is read, and no file takes its place.
         for line, file in self.FILES.items():
             with self.subTest(line=line):
-                self.assertEqual(self.run_ok(
-                    f"cd /panel/state; [ ! -e {file} ] || mv {file} /tmp/away; mkdir {file};"
-                    f"{TOOLS}{line}; echo $?; ls; rmdir {file};"
-                    f"[ ! -e /tmp/away ] || mv /tmp/away {file}", input=b"n" * 1024).split()[0], b"1")
-                self.assertEqual([name for name in self.run_ok("ls /panel/state").decode().split()
-                                  if "." in name and name != "resolv.conf"], [])
+                self.assert_fails_without(file, line, f"mkdir {file}", f"rmdir {file}")
 
     def test_a_file_that_is_not_there_is_no_empty_one(self):
-        for line, file in self.FILES.items():
-            if line in ("readee", "getbright", "getusbslave", "readlogo"):
-                with self.subTest(line=line):
-                    self.assertEqual(self.run_ok(
-                        f"cd /panel/state; [ ! -e {file} ] || mv {file} /tmp/away; {TOOLS}{line}; echo $?;"
-                        f"[ ! -e /tmp/away ] || mv /tmp/away {file}"), b"1\n")
+        for line in ("readee", "getbright", "getusbslave", "readlogo"):
+            with self.subTest(line=line):
+                self.assert_fails_without(self.FILES[line], line)
 
     def test_nothing_is_written_down(self):
         self.assertEqual(self.run_ok(f"{TOOLS}getbright; {TOOLS}setbeep 1; find /panel/log -type f"), b"140\n")
@@ -144,9 +146,11 @@ class ScriptTools(Effects, unittest.TestCase):
                     self.assertEqual(self.world.input_of(0), content)
 
     def test_refused_image_is_written_down_too(self):
-        self.run_ok(f"! {TOOLS}writeee count=16", input=b"short")
-        self.assertEqual(self.world.commands(), [TOOLS + "writeee count=16"])
-        self.assertEqual(self.world.input_of(0), b"short")
+        for length in LENGTHS_OF_NO_IMAGE:
+            with self.subTest(length=length):
+                self.run_ok(f"! {TOOLS}writeee count=16", input=b"x" * length)
+                self.assertEqual(self.world.commands(), [TOOLS + "writeee count=16"])
+                self.assertEqual(self.world.input_of(0), b"x" * length)
 
     def test_inputs_are_kept_under_the_line_of_their_call(self):
         self.run_ok(f"""
