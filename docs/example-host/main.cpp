@@ -14,7 +14,6 @@ struct Waker : QObject // the press that ends the dark lights the panel and does
 {
     QDialog* settings = nullptr;
     bool dark = true; // to be set again by whatever dims the panel
-
     bool eventFilter(QObject*, QEvent* event) override
     {
         const bool wakes = dark && event->type() == QEvent::MouseButtonPress;
@@ -25,6 +24,7 @@ struct Waker : QObject // the press that ends the dark lights the panel and does
 
 int main(int argc, char** argv)
 {
+    QCoreApplication::setAttribute(Qt::AA_ForceRasterWidgets); // see the host guide
     QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false); // a runtime goes on without the settings
     QPluginLoader loader(QString::fromLocal8Bit(argv[argc - 1]));
