@@ -4,6 +4,7 @@
 #include "common/SwitchStyle.h"
 #include "device/Latin1.h"
 
+#include <QCoreApplication>
 #include <QFont>
 #include <QGridLayout>
 #include <QGroupBox>
@@ -80,10 +81,19 @@ void setChoices(QComboBox* box, const QStringList& texts)
     }
 }
 
+/// Each widget asks for its style when it is made, to have it as soon as events are delivered.
+void withdrawPolishRequests(QWidget& parent)
+{
+    QCoreApplication::removePostedEvents(&parent, QEvent::PolishRequest);
+    for (QWidget* child : parent.findChildren<QWidget*>()) {
+        QCoreApplication::removePostedEvents(child, QEvent::PolishRequest);
+    }
+}
+
 } // namespace
 
 AdapterPane::AdapterPane(QWidget* parent)
-    : QScrollArea(parent), m_content(std::make_unique<QWidget>()), m_grid(new QGridLayout)
+    : QScrollArea(parent), m_content(new QWidget), m_outside(m_content), m_grid(new QGridLayout)
 {
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
@@ -104,7 +114,7 @@ AdapterPane::~AdapterPane() = default;
 
 QLabel* AdapterPane::addRow(int row, int column, QWidget* content)
 {
-    auto* caption = new QLabel(m_content.get());
+    auto* caption = new QLabel(m_content);
     m_grid->addWidget(caption, row, column);
     // Fields share what room there is; a button keeps its size.
     const bool fillsRow = qobject_cast<QFrame*>(content) || qobject_cast<QComboBox*>(content);
@@ -115,17 +125,17 @@ QLabel* AdapterPane::addRow(int row, int column, QWidget* content)
 
 void AdapterPane::buildLeft()
 {
-    m_disableSwitch = new QPushButton(m_content.get());
+    m_disableSwitch = new QPushButton(m_content);
     m_disableSwitch->setFixedSize(switchWidth, switchHeight);
     m_disableCaption = addRow(0, LeftCaption, m_disableSwitch);
     buildInfoGroup();
 
-    m_modeBox = new ChoiceBox(m_content.get());
+    m_modeBox = new ChoiceBox(m_content);
     m_modeCaption = addRow(2, LeftCaption, m_modeBox);
-    m_defaultBox = new ChoiceBox(m_content.get());
+    m_defaultBox = new ChoiceBox(m_content);
     m_grid->addWidget(m_defaultBox, 3, LeftContent, Qt::AlignVCenter);
 
-    m_defaultButton = new QPushButton(m_content.get());
+    m_defaultButton = new QPushButton(m_content);
     m_defaultButton->setObjectName("BlueButton"_l1);
     m_grid->addWidget(m_defaultButton, 4, LeftCaption, 1, 2, Qt::AlignLeft | Qt::AlignVCenter);
     m_pingCaption = addRow(5, LeftCaption, makePingRow());
@@ -134,7 +144,7 @@ void AdapterPane::buildLeft()
 /// Its place depends on the screen; see setRowPlaces().
 void AdapterPane::buildInfoGroup()
 {
-    m_infoGroup = new QGroupBox(m_content.get());
+    m_infoGroup = new QGroupBox(m_content);
     m_infoGroup->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     auto* row = new QHBoxLayout(m_infoGroup);
     m_networkLabel = new QLabel(m_infoGroup);
@@ -145,7 +155,7 @@ void AdapterPane::buildInfoGroup()
 
 QWidget* AdapterPane::makePingRow()
 {
-    auto* row = new QWidget(m_content.get());
+    auto* row = new QWidget(m_content);
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
     m_lamp = new QLabel(row);
@@ -161,11 +171,11 @@ void AdapterPane::buildRight()
 {
     int place = 0;
     for (OctetRow*& row : m_rows) {
-        row = new OctetRow(m_content.get());
+        row = new OctetRow(m_content);
         m_rowCaptions.at(std::size_t(place)) = addRow(place, RightCaption, row);
         ++place;
     }
-    m_macField = new QLineEdit(m_content.get());
+    m_macField = new QLineEdit(m_content);
     m_macField->setReadOnly(true);
     m_macField->setFocusPolicy(Qt::NoFocus);
     m_macField->setContextMenuPolicy(Qt::NoContextMenu);
@@ -181,12 +191,11 @@ QList<QLineEdit*> AdapterPane::fields() const
     return all;
 }
 
-/// The order saves two thirds of the work: outside of the tree nothing is styled, the way into it
-/// styles each part once, style sheets that come before the first measuring cost nothing more, and
-/// without its layout the content is not measured.
+/// Outside of the tree nothing is styled. Neither is it on its way into a viewport that has its
+/// style already: Qt then asks none of those below. Only the group has to be, for its title.
 void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
 {
-    if (!m_content) {
+    if (!m_outside) {
         return;
     }
     for (QWidget* child : m_content->findChildren<QWidget*>()) {
@@ -194,11 +203,27 @@ void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
     }
     setSizes(QFontMetrics(font).height(), sizes);
     setRowPlaces(sizes);
-    QWidget* content = m_content.release();
-    content->setParent(viewport());
-    setStyles(*content);
-    setWidget(content);
-    content->setLayout(m_grid.release());
+    viewport()->ensurePolished();
+    m_outside.release()->setParent(viewport());
+    setStyles(*m_content);
+    withdrawPolishRequests(*m_content);
+    m_infoGroup->ensurePolished(); // it reckons its margins when its title is set
+}
+
+/// Styles each part once. Without its layout the content is not measured meanwhile.
+void AdapterPane::place()
+{
+    if (m_grid && !m_outside) {
+        setWidget(m_content);
+        m_content->setLayout(m_grid.release());
+        m_content->layout()->totalSizeHint(); // kept until the content changes
+    }
+}
+
+void AdapterPane::showEvent(QShowEvent* event)
+{
+    QScrollArea::showEvent(event);
+    place();
 }
 
 void AdapterPane::setStyles(QWidget& content)

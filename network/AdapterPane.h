@@ -72,11 +72,15 @@ public:
     ChoiceBox& modeBox() const { return *m_modeBox; }       ///< Item 0 static, 1 dynamic.
     ChoiceBox& defaultBox() const { return *m_defaultBox; } ///< Item 0 none, then each adapter.
 
-    /// Gives the parts their font, sizes and style sheets and places them in the pane, where they
-    /// are outside of the tree of widgets until then: Qt styles every part anew whenever something
+    /// Gives the parts their font, sizes and style sheets and hangs them in the pane. They are
+    /// outside of the tree of widgets until then: Qt styles every part anew whenever something
     /// above it changes. To be called when the pane hangs in its window and all of its ancestors
     /// have their styles. Does nothing the second time.
     void setLook(const QFont& font, const NetworkSizes& sizes);
+    /// After setLook(), has Qt look for the rules of all those style sheets, and lays the parts
+    /// out: most of the work, for which a hidden pane has time until it is shown. It is then done
+    /// at the latest. Does nothing the second time.
+    void place();
     /// Sets every text anew. Combo boxes keep their index, so that nothing counts as a choice.
     void setTexts(const PaneTexts& texts);
 
@@ -105,6 +109,9 @@ public:
     /// the current one gives way to the first, which counts as a choice.
     void setDefaultOffered(int adapter, bool offered);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     void buildLeft();
     void buildInfoGroup();
@@ -116,8 +123,9 @@ private:
     void setSizes(int fontHeight, const NetworkSizes& sizes);
     void setRowPlaces(const NetworkSizes& sizes);
 
-    std::unique_ptr<QWidget> m_content; ///< Until it is placed in the pane.
-    std::unique_ptr<QGridLayout> m_grid;
+    QWidget* m_content;
+    std::unique_ptr<QWidget> m_outside;  ///< The content, until it hangs in the pane.
+    std::unique_ptr<QGridLayout> m_grid; ///< Until the content is placed.
     std::array<OctetRow*, 5> m_rows{};
     std::array<QLabel*, 5> m_rowCaptions{};
     QLabel* m_disableCaption = nullptr;

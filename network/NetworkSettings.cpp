@@ -112,6 +112,13 @@ void NetworkSettings::buildTabs()
     showTexts();
 }
 
+void NetworkSettings::placePanes()
+{
+    for (AdapterPane* pane : m_panes) {
+        pane->place();
+    }
+}
+
 void NetworkSettings::restoreSwitch(networkIndexType adapter)
 {
     const bool off = AdapterSwitch::isOff(m_settings, int(adapter));

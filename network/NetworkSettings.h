@@ -57,6 +57,10 @@ public:
     /// box that changes thereby acts as if the operator had chosen.
     void refresh();
 
+    /// Lays out what is on the tabs, which a hidden page may put off until nobody waits; see
+    /// AdapterPane::place(). The one without a tab, too, which has to have its style at its end.
+    void placePanes();
+
     /// A press on an enabled field opens the keypad, one on a button sounds the key click. Events
     /// are passed on.
     bool eventFilter(QObject* watched, QEvent* event) override;

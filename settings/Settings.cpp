@@ -12,7 +12,7 @@
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
 #include "regstore/NamedRegister.h"
-#include "settings/LettersAhead.h"
+#include "settings/PageAhead.h"
 #include "settings/TitleShadow.h"
 #include "ui_Settings.h"
 
@@ -129,12 +129,17 @@ Settings::Settings(QWidget* parent)
     setAttribute(Qt::WA_AcceptTouchEvents);
     initSettingTab();
     connectSlots();
-    new LettersAhead(this, ui->networkPage);
+    new PageAhead(this, ui->networkPage, [this] { ui->networkSettingsListWidget->placePanes(); });
     m_writeBackTimer.start(writeBackIntervalMs);
 }
 
 Settings::~Settings()
 {
+    // What Qt has looked up for a widget that it never styled, it keeps, and takes for another's
+    // that comes to lie in the same place.
+    for (QWidget* part : findChildren<QWidget*>()) {
+        part->ensurePolished();
+    }
     delete ui;
 }
 
@@ -233,6 +238,8 @@ void Settings::onGeneralSettingsClicked()
 void Settings::onNetworkSettingsClicked()
 {
     markPageButtons(false);
+    // Shown before that, the page would be laid out with the next events only.
+    ui->networkSettingsListWidget->placePanes();
     showPage(NetworkPage, ui->networkPage);
 }
 

@@ -1,7 +1,7 @@
 #include "dialogs/InputDialog.h"
 #include "general/GeneralSettings.h"
 #include "network/NetworkSettings.h"
-#include "settings/LettersAhead.h"
+#include "settings/PageAhead.h"
 #include "settings/Settings.h"
 #include "settings/TitleShadow.h"
 #include "tests/support/Hands.h"
@@ -27,6 +27,7 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -215,7 +216,7 @@ public:
     PauseCount() { qApp->installEventFilter(this); }
     bool eventFilter(QObject* watched, QEvent* event) override
     {
-        pauses += event->type() == QEvent::Timer && dynamic_cast<LettersAhead*>(watched) ? 1 : 0;
+        pauses += event->type() == QEvent::Timer && dynamic_cast<PageAhead*>(watched) ? 1 : 0;
         return false;
     }
 };
@@ -231,26 +232,69 @@ void waitForPause()
     QTRY_VERIFY_WITH_TIMEOUT(seen >= turns, 60000);
 }
 
-/// The window with the Network page opened for the first time, where no letter was drawn before.
-QImage openedNetworkPage(bool afterPause)
+/// Counts the parts of each adapter's tab that Qt gives their style while it lives.
+class StyledParts : public QObject
+{
+public:
+    std::array<int, 2> counts{};
+
+    explicit StyledParts(const QWidget& window)
+    {
+        const auto* tabs = window.findChild<QTabWidget*>();
+        const auto* page = window.findChild<QWidget*>("networkSettingsListWidget"_s);
+        for (const QWidget* content : page->findChildren<QWidget*>("content"_s)) {
+            // One that has no tab is the last.
+            m_contents.insert(tabs->isAncestorOf(content) ? 0 : int(m_contents.size()), content);
+        }
+        qApp->installEventFilter(this);
+    }
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const auto* widget = qobject_cast<QWidget*>(watched);
+        for (int tab = 0; widget && event->type() == QEvent::Polish && tab < m_contents.size();
+             ++tab) {
+            counts.at(std::size_t(tab)) += m_contents.at(tab)->isAncestorOf(widget) ? 1 : 0;
+        }
+        return false;
+    }
+
+private:
+    QList<const QWidget*> m_contents;
+};
+
+enum class Opening { AfterThePause, AtOnce, ByTheStack };
+
+/// The window, or the page alone, with a tab of the Network page that is opened for the first time,
+/// where no letter was drawn before.
+QImage openedNetworkPage(Opening opening, int tab, bool isWhole)
 {
     QFontDatabase::removeAllApplicationFonts(); // Qt forgets all shapes with them
     const auto dialog = makeDialog();
     dialog->show();
-    if (afterPause) {
+    if (opening == Opening::AfterThePause) {
         waitForPause();
     }
-    dialog->findChild<QPushButton*>("networkPushButton"_s)->click();
+    auto* page = dialog->findChild<QWidget*>("networkPage"_s);
+    if (opening == Opening::ByTheStack) {
+        dialog->findChild<QStackedWidget*>("stackedWidget"_s)->setCurrentWidget(page);
+    } else {
+        dialog->findChild<QPushButton*>("networkPushButton"_s)->click();
+    }
+    dialog->findChild<QTabWidget*>()->setCurrentIndex(tab);
+    if (opening == Opening::ByTheStack) {
+        waitForPause(); // a layout asks for its turn
+    }
     // Who has the focus is marked in an active window only, which this one becomes in its own time.
     if (QWidget* marked = dialog->focusWidget()) {
         marked->clearFocus();
     }
-    return dialog->grab().toImage();
+    return (isWhole ? dialog.get() : page)->grab().toImage();
 }
 
 } // namespace
 
 Q_DECLARE_METATYPE(Adapter)
+Q_DECLARE_METATYPE(Opening)
 
 class TestSettings : public QObject
 {
@@ -261,6 +305,9 @@ private slots:
     void init();
 
     void pause_drawsLettersOnceForEachLanguage();
+    void pause_stylesTheNetworkPage_data();
+    void pause_stylesTheNetworkPage();
+    void pause_changesNoPixel_data();
     void pause_changesNoPixel();
     void making_theFirst_readsOnceMore();
     void making_runsTheseCommandsAndNoOther_data();
@@ -319,6 +366,8 @@ private slots:
     void language_lastsForTheNextDialog();
     void dialogs_areIndependent();
     void dialogs_leaveNothingBehind();
+    void dialogs_leaveNoStyleBehind_data();
+    void dialogs_leaveNoStyleBehind();
 
 private:
     QStringList m_commandsOfTheFirst;
@@ -361,11 +410,61 @@ void TestSettings::pause_drawsLettersOnceForEachLanguage()
     QCOMPARE(count.pauses, 2);
 }
 
+void TestSettings::pause_stylesTheNetworkPage_data()
+{
+    QTest::addColumn<Adapters>("adapters");
+    QTest::newRow("one adapter") << Adapters{Static};
+    QTest::newRow("two adapters") << Adapters{Static, Static};
+}
+
+void TestSettings::pause_stylesTheNetworkPage()
+{
+    constexpr int groupAndItsTexts = 3; // the group needs its style for its title
+    constexpr int fields = 20;
+    QFETCH(Adapters, adapters);
+    storeAdapters(adapters, 0);
+    const auto dialog = makeDialog();
+    const StyledParts parts(*dialog);
+    const PauseCount count;
+    dialog->show();
+    while (count.pauses == 0) {
+        QVERIFY(parts.counts.at(0) <= groupAndItsTexts);
+        QVERIFY(parts.counts.at(1) <= groupAndItsTexts);
+        QCoreApplication::processEvents();
+    }
+    QVERIFY(parts.counts.at(0) > fields);
+    QVERIFY(parts.counts.at(1) > fields);
+    const std::array<int, 2> once = parts.counts;
+    dialog->findChild<QPushButton*>("networkPushButton"_s)->click();
+    waitForPause();
+    QCOMPARE(parts.counts, once);
+}
+
+void TestSettings::pause_changesNoPixel_data()
+{
+    QTest::addColumn<Opening>("opening");
+    QTest::addColumn<Adapters>("adapters");
+    QTest::addColumn<int>("tab");
+    const Adapters one = {Static};
+    const Adapters two = {Static, Static};
+    QTest::newRow("at once, one adapter") << Opening::AtOnce << one << 0;
+    QTest::newRow("at once, first of two") << Opening::AtOnce << two << 0;
+    QTest::newRow("at once, second of two") << Opening::AtOnce << two << 1;
+    QTest::newRow("by the stack, one adapter") << Opening::ByTheStack << one << 0;
+    QTest::newRow("by the stack, first of two") << Opening::ByTheStack << two << 0;
+    QTest::newRow("by the stack, second of two") << Opening::ByTheStack << two << 1;
+}
+
 void TestSettings::pause_changesNoPixel()
 {
-    const QImage ahead = openedNetworkPage(true);
+    QFETCH(Opening, opening);
+    QFETCH(Adapters, adapters);
+    QFETCH(int, tab);
+    storeAdapters(adapters, 0);
+    const bool isWhole = opening != Opening::ByTheStack; // of which the button bar knows nothing
+    const QImage ahead = openedNetworkPage(Opening::AfterThePause, tab, isWhole);
     QVERIFY(!ahead.isNull());
-    QVERIFY(ahead == openedNetworkPage(false));
+    QVERIFY(ahead == openedNetworkPage(opening, tab, isWhole));
 }
 
 void TestSettings::making_theFirst_readsOnceMore()
@@ -1405,6 +1504,39 @@ void TestSettings::dialogs_leaveNothingBehind()
     QCOMPARE(QApplication::allWidgets().size(), widgets);
     QCOMPARE(descriptors(), open);
     QCOMPARE(QCoreApplication::translate("Settings", "System Settings"), "System Settings"_s);
+}
+
+/// Qt knows widgets whose style it has looked up by their place in memory, which others get later.
+void TestSettings::dialogs_leaveNoStyleBehind_data()
+{
+    QTest::addColumn<bool>("areShown");
+    QTest::newRow("never shown") << false;
+    QTest::newRow("shown") << true;
+}
+
+void TestSettings::dialogs_leaveNoStyleBehind()
+{
+    constexpr int dialogCount = 12;
+    constexpr int widgetCount = 12000;
+    QFETCH(bool, areShown);
+    std::vector<std::unique_ptr<Settings>> dialogs;
+    for (int made = 0; made < dialogCount; ++made) {
+        dialogs.push_back(makeDialog());
+        dialogs.back()->setVisible(areShown);
+        waitForPause();
+    }
+    dialogs.clear();
+    QWidget page;
+    QList<QWidget*> widgets;
+    for (int made = 0; made < widgetCount; ++made) {
+        widgets << new QWidget(&page);
+        widgets.last()->setStyleSheet("background:rgb(1, 2, 3)"_s);
+        widgets.last()->resize(1, 1);
+    }
+    for (QWidget* widget : qAsConst(widgets)) {
+        widget->ensurePolished();
+        QCOMPARE(widget->palette().color(QPalette::Window), QColor(1, 2, 3));
+    }
 }
 
 QTEST_MAIN(TestSettings)

@@ -1,4 +1,4 @@
-#include "settings/LettersAhead.h"
+#include "settings/PageAhead.h"
 
 #include <QComboBox>
 #include <QEvent>
@@ -9,6 +9,8 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QTabBar>
+
+#include <utility>
 
 namespace {
 
@@ -39,12 +41,13 @@ void drawTexts(QPainter& painter, const QWidget& widget)
 
 } // namespace
 
-LettersAhead::LettersAhead(QWidget* window, const QWidget* page) : QObject(window), m_page(page)
+PageAhead::PageAhead(QWidget* window, const QWidget* page, std::function<void()> complete)
+    : QObject(window), m_page(page), m_complete(std::move(complete))
 {
     window->installEventFilter(this);
 }
 
-bool LettersAhead::eventFilter(QObject* /*watched*/, QEvent* event)
+bool PageAhead::eventFilter(QObject* /*watched*/, QEvent* event)
 {
     if (event->type() == (m_isPainted ? QEvent::LanguageChange : QEvent::Paint)) {
         m_isPainted = true;
@@ -53,12 +56,13 @@ bool LettersAhead::eventFilter(QObject* /*watched*/, QEvent* event)
     return false;
 }
 
-void LettersAhead::timerEvent(QTimerEvent* /*event*/)
+void PageAhead::timerEvent(QTimerEvent* /*event*/)
 {
     m_pause.stop();
     if (m_page->isVisible()) {
         return;
     }
+    m_complete();
     QImage picture(1, 1, QImage::Format_RGB32);
     QPainter painter(&picture);
     for (const QWidget* widget : m_page->findChildren<QWidget*>()) {
