@@ -1,16 +1,12 @@
 """panelctl's command line, its helps and its tables."""
 
-import contextlib
-import fcntl
 import itertools
 import json
 import os
 import pathlib
-import pty
 import re
-import struct
 import subprocess
-import termios
+import sys
 import unittest
 
 from panel_values import WORDS, fitting, shown, unfit
@@ -18,6 +14,9 @@ from panel_world import (AREAS, FACTORY, FIELDS, PROGRAM, REGISTER_PIPE, REGISTE
                          PanelTest)
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "tests"))
+
+from terminal import said_on_terminal  # noqa: E402
 
 COMMAND_NAMES = ["reg list", "reg read", "reg write", "reg watch", "device show", "device set",
                  "device dump", "device check", "device fields", "device create", "dns show",
@@ -190,17 +189,9 @@ class CommandLine(PanelTest):
 
 def on_terminal(columns, *words):
     """The lines of the program when its output is a terminal of that width."""
-    ours, its = pty.openpty()
-    fcntl.ioctl(its, termios.TIOCSWINSZ, struct.pack("HHHH", 25, columns, 0, 0))
-    with subprocess.Popen([PROGRAM, *map(str, words)], stdout=its) as process:
-        os.close(its)
-        seen = b""
-        with contextlib.suppress(OSError):  # what a terminal says when its other end is closed
-            while data := os.read(ours, 65536):
-                seen += data
-        os.close(ours)
-    assert process.returncode == 0, words
-    return seen.decode().splitlines()
+    status, said = said_on_terminal([PROGRAM, *map(str, words)], columns)
+    assert status == 0, words
+    return said.decode().splitlines()
 
 
 def examples():

@@ -14,6 +14,10 @@ from patience import PATIENCE_S
 
 sys.argv.pop(1)
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "tests"))
+
+from terminal import said_on_terminal  # noqa: E402
+
 BASICS = ("bash", "cat", "dirname", "env", "find", "flock", "grep", "ls", "mkdir", "readlink", "rm",
           "rmdir", "sed", "sh", "sort", "tail", "true")
 CONFIGURE = """case $1 in --preset)
@@ -602,21 +606,11 @@ class Progress(Machine):
 
     def on_terminal(self, *arguments):
         """What a command writes to a terminal."""
-        master, slave = os.openpty()
-        process = subprocess.Popen([self.project / "panel", *arguments], stdout=slave, stderr=slave,
-                                   stdin=subprocess.DEVNULL,
-                                   env={"PATH": str(self.tools), "HOME": str(self.home)})
-        os.close(slave)
-        written = b""
-        while True:
-            try:
-                piece = os.read(master, 4096)
-            except OSError:
-                break
-            written += piece
-        os.close(master)
-        self.assertEqual(process.wait(timeout=PATIENCE_S), 0, written)
-        return written.decode()
+        status, said = said_on_terminal(
+            [self.project / "panel", *arguments], both=True, stdin=subprocess.DEVNULL,
+            env={"PATH": str(self.tools), "HOME": str(self.home)})
+        self.assertEqual(status, 0, said)
+        return said.decode()
 
     def test_on_a_terminal_all_of_it_is_on_one_line_that_goes(self):
         self.stand_in("cmake", CONFIGURE + """
