@@ -107,7 +107,7 @@ QLineEdit* addressField(Settings& dialog)
 /// A press on the field, three keys, ENTER, and whatever the page does with the number.
 void enterNumber(QLineEdit* field)
 {
-    QTimer::singleShot(0, [] {
+    QTimer::singleShot(0, field, [] {
         QWidget* opened = QApplication::activeModalWidget();
         check(qobject_cast<InputDialog*>(opened) != nullptr, "no keypad for an address");
         settle();
