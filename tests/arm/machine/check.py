@@ -71,7 +71,7 @@ class Check:
         """Returns the seconds from the press to the page on the screen: on the clock, and of a
         processor."""
         button = self.panel.find(name="open")
-        before = self.panel.pixels()
+        before = self.panel.page()
         begin = time.monotonic(), self.panel.processor_seconds()
         self.press(button)
         self.panel.wait_for_another_page(before)

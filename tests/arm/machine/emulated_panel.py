@@ -20,7 +20,7 @@ START = ROOT / "arm/machine/start"
 PATIENCE_S = 1800
 LONGEST_AXIS = 32767  # what a touch screen's position is told in
 READY = b"agent is ready\n"
-COMPARED_BYTES = slice(0, None, 3001)  # of a screen: one of each thousandth pixel, in turn
+COMPARED_BYTES = slice(3001, None, 3001)  # of a screen: one of each thousandth pixel, in turn
 
 
 class Channel:
@@ -169,14 +169,24 @@ class EmulatedPanel:
         self.machine("screendump", filename="/control/pixels", format="ppm")
         return file.read_bytes()
 
+    def page(self):
+        """What it shows when it has come to show a page and nothing else: a page whose widgets the
+        runtime describes may still be on its way to the screen."""
+        last = b""
+
+        def rests():
+            nonlocal last
+            before, last = last, self.pixels()
+            is_empty = len(set(last[COMPARED_BYTES])) == 1
+            return before and not is_empty and not is_another_page(before, last)
+        wait_for(rests, "a page on the screen", self._alive, pause_s=0.2)
+        return last
+
     def wait_for_another_page(self, before):
-        """Waits until the machine shows something else than these pixels on a third of its screen or
-        more: more than a pressed button, or a clock that ticks. Nothing in the machine is asked for
-        that; but it stands still for each look, so they are few."""
-        def is_another():
-            old, new = before[COMPARED_BYTES], self.pixels()[COMPARED_BYTES]
-            return sum(map(operator.ne, old, new)) * 3 > len(old)
-        wait_for(is_another, "another page on the screen", self._alive, pause_s=0.2)
+        """Nothing in the machine is asked for that; but it stands still for each look, so they are
+        few."""
+        wait_for(lambda: is_another_page(before, self.pixels()), "another page on the screen",
+                 self._alive, pause_s=0.2)
 
     # ---- The panel from inside
 
@@ -225,6 +235,13 @@ class EmulatedPanel:
         """Presses the middle of the first visible widget with these properties."""
         widget = self.find(**wanted)
         self.press(widget["x"] + widget["width"] // 2, widget["y"] + widget["height"] // 2)
+
+
+def is_another_page(before, after):
+    """Whether a third of the screen's pixels or more are others: more than by a pressed button, or a
+    clock that ticks."""
+    old, new = before[COMPARED_BYTES], after[COMPARED_BYTES]
+    return sum(map(operator.ne, old, new)) * 3 > len(old)
 
 
 def wait_for(condition, what, alive=lambda: True, pause_s=0.05):
