@@ -767,5 +767,33 @@ class Test(Machine):
         self.assertEqual(self.calls(), ["check"])
 
 
+class ContinuousIntegration(Machine):
+    """.ci/run, which calls a stand-in for ./panel."""
+
+    def setUp(self):
+        super().setUp()
+        (self.project / ".ci").mkdir()
+        shutil.copy(ROOT / ".ci" / "run", self.project / ".ci")
+
+    def assert_calls(self, status, *calls, panel="", **environment):
+        self.script(self.project / "panel", "panel", panel)
+        result = subprocess.run([self.project / ".ci" / "run"], capture_output=True, cwd=self.folder,
+                                env={"PATH": str(self.tools), **environment}, timeout=PATIENCE_S,
+                                check=False)
+        self.assertEqual((result.returncode, self.calls()), (status, list(calls)), result.stderr)
+
+    def test_is_the_tests(self):
+        self.assert_calls(0, "panel test")
+        self.assert_calls(0, "panel test", CI_ARM="0")
+
+    def test_checks_the_emulated_panel_where_that_is_asked_for(self):
+        self.assert_calls(0, "panel test", "panel arm check", CI_ARM="1")
+
+    def test_what_fails_fails_it(self):
+        self.assert_calls(3, "panel test", panel="exit 3", CI_ARM="1")
+        self.assert_calls(4, "panel test", "panel arm check", CI_ARM="1",
+                          panel="[ $1 != arm ] || exit 4")
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)
