@@ -137,6 +137,7 @@ Settings::~Settings()
 {
     // What Qt has looked up for a widget that it never styled, it keeps, and takes for another's
     // that comes to lie in the same place.
+    ensurePolished();
     for (QWidget* part : findChildren<QWidget*>()) {
         part->ensurePolished();
     }

@@ -11,6 +11,7 @@
 #include "tests/support/TimerLog.h"
 
 #include <QAbstractEventDispatcher>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFontDatabase>
 #include <QGraphicsDropShadowEffect>
@@ -427,7 +428,9 @@ void TestSettings::pause_stylesTheNetworkPage()
     const StyledParts parts(*dialog);
     const PauseCount count;
     dialog->show();
+    const QDeadlineTimer patience(60000);
     while (count.pauses == 0) {
+        QVERIFY2(!patience.hasExpired(), "no pause came");
         QVERIFY(parts.counts.at(0) <= groupAndItsTexts);
         QVERIFY(parts.counts.at(1) <= groupAndItsTexts);
         QCoreApplication::processEvents();
