@@ -191,8 +191,9 @@ QList<QLineEdit*> AdapterPane::fields() const
     return all;
 }
 
-/// Outside of the tree nothing is styled. Neither is it on its way into a viewport that has its
-/// style already: Qt then asks none of those below. Only the group has to be, for its title.
+/// Outside of the tree nothing is styled, and neither is the content when it moves into a viewport
+/// that has its style already: Qt then asks none of those below. Only the group has to be, for its
+/// title.
 void AdapterPane::setLook(const QFont& font, const NetworkSizes& sizes)
 {
     if (!m_outside) {
