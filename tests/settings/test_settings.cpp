@@ -1513,26 +1513,44 @@ void TestSettings::dialogs_leaveNothingBehind()
 void TestSettings::dialogs_leaveNoStyleBehind_data()
 {
     QTest::addColumn<bool>("areShown");
-    QTest::newRow("never shown") << false;
-    QTest::newRow("shown") << true;
+    QTest::addColumn<QString>("hostsSheet");
+    QTest::newRow("never shown") << false << QString();
+    QTest::newRow("shown") << true << QString();
+    QTest::newRow("deleted at once, with a sheet of the host's")
+        << false << "*{background:rgb(3, 2, 1)}"_s;
 }
+
+/// Likely to lie where a window has been.
+class AsLargeAsTheWindow : public QWidget
+{
+public:
+    using QWidget::QWidget;
+
+private:
+    std::array<char, sizeof(Settings) - sizeof(QWidget)> m_rest{};
+};
 
 void TestSettings::dialogs_leaveNoStyleBehind()
 {
     constexpr int dialogCount = 12;
     constexpr int widgetCount = 12000;
     QFETCH(bool, areShown);
+    QFETCH(QString, hostsSheet);
     std::vector<std::unique_ptr<Settings>> dialogs;
     for (int made = 0; made < dialogCount; ++made) {
         dialogs.push_back(makeDialog());
         dialogs.back()->setVisible(areShown);
-        waitForPause();
+        if (hostsSheet.isEmpty()) {
+            waitForPause();
+        } else {
+            dialogs.back()->setStyleSheet(hostsSheet);
+        }
     }
     dialogs.clear();
     QWidget page;
     QList<QWidget*> widgets;
     for (int made = 0; made < widgetCount; ++made) {
-        widgets << new QWidget(&page);
+        widgets << (made < dialogCount ? new AsLargeAsTheWindow(&page) : new QWidget(&page));
         widgets.last()->setStyleSheet("background:rgb(1, 2, 3)"_s);
         widgets.last()->resize(1, 1);
     }
