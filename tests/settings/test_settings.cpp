@@ -1526,8 +1526,7 @@ class AsLargeAsTheWindow : public QWidget
 public:
     using QWidget::QWidget;
 
-private:
-    std::array<char, sizeof(Settings) - sizeof(QWidget)> m_rest{};
+    std::array<char, sizeof(Settings) - sizeof(QWidget)> rest{};
 };
 
 void TestSettings::dialogs_leaveNoStyleBehind()

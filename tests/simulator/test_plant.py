@@ -3,6 +3,7 @@
 import os
 import pathlib
 import re
+import select
 import signal
 import subprocess
 import sys
@@ -34,6 +35,15 @@ SHORT_WAYS = """
 def quad(octets):
     return ".".join(map(str, octets))
 
+
+
+def kill(process):
+    """Returns when it has ended and whoever reads from it can know that."""
+    descriptor = os.pidfd_open(process)
+    os.kill(process, signal.SIGKILL)
+    ended, _, _ = select.select([descriptor], [], [], PATIENCE_S)
+    os.close(descriptor)
+    assert ended, f"process {process} goes on"
 
 
 def processes_with(folder, name=None):
@@ -435,7 +445,7 @@ class Remains(PlantTest):
             *LIVE, stdin=subprocess.PIPE)
         self.assertEqual(panel.stdout.readline(), b"up\n")
         for server in self.processes("busybox"):
-            os.kill(server, signal.SIGKILL)
+            kill(server)
         output, _ = panel.communicate(b"\n", timeout=PATIENCE_S)
         self.assertEqual(re.findall(rb"dhcp . (\w+)", output), [b"ended"] * 2 + [b"on"] * 2)
 
