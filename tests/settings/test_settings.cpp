@@ -222,6 +222,8 @@ public:
     }
 };
 
+constexpr int patienceMs = 60000;
+
 /// Returns when nothing else is to be done, and what waits for that has had its turn.
 void waitForPause()
 {
@@ -230,7 +232,7 @@ void waitForPause()
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, &timer, [&seen] { ++seen; });
     timer.start(0);
-    QTRY_VERIFY_WITH_TIMEOUT(seen >= turns, 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(seen >= turns, patienceMs);
 }
 
 /// Counts the parts of each adapter's tab that Qt gives their style while it lives.
@@ -428,7 +430,7 @@ void TestSettings::pause_stylesTheNetworkPage()
     const StyledParts parts(*dialog);
     const PauseCount count;
     dialog->show();
-    const QDeadlineTimer patience(60000);
+    const QDeadlineTimer patience(patienceMs);
     while (count.pauses == 0) {
         QVERIFY2(!patience.hasExpired(), "no pause came");
         QVERIFY(parts.counts.at(0) <= groupAndItsTexts);
